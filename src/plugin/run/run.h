@@ -1,0 +1,31 @@
+#pragma once
+
+#include <exception>
+#include <optional>
+
+#include "plugin/host/handlers.h"
+
+// Makes a source file's run object for the length of a scope. Its destruction is the release of
+// all data of the run, on every way out.
+template <class Run>
+class runscope {
+ public:
+  explicit runscope(std::optional<Run>& slot) : slot_(slot) { slot_.emplace(); }
+  ~runscope() { slot_.reset(); }
+  runscope(const runscope&) = delete;
+  runscope& operator=(const runscope&) = delete;
+
+ private:
+  std::optional<Run>& slot_;
+};
+
+// The outer edge of a handler: what the module's own code could not get (memory that no assertion
+// names) ends the run as a failed one. The host's own unwinding is no std::exception and passes.
+template <class Body>
+int RunToEdge(Body&& body) {
+  try {
+    return body();
+  } catch (const std::exception&) {
+    return kRunFailed;
+  }
+}
