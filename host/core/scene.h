@@ -3,6 +3,7 @@
 // The scene behind the static operations of plugin/host/scene.h, as the host's own programs see
 // it: they make one, make it current for a module's run, and fill or read it themselves.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +11,8 @@
 #include "plugin/host/scene.h"
 
 namespace core {
+
+class posecache;
 
 // A stretch of the time line with a name: one animation of a scene file, one sequence of a model.
 struct clip {
@@ -26,10 +29,13 @@ class CORE_API scene {
   scene& operator=(const scene&) = delete;
 
   // The scene that Interface works on. There is none until one is made current.
+  // Asking for it then is a failed assertion.
   static scene& Current();
+  static scene* CurrentOrNull();
   static void MakeCurrent(scene* current);
 
-  // Both take ownership, in the order of Interface::GetNodeAt and GetMaterialAt.
+  // Both take ownership at once, in the order of Interface::GetNodeAt and GetMaterialAt: when
+  // there is no memory for the list, the object is destroyed before std::bad_alloc passes on.
   void Add(cnode* node);
   void Add(cmaterial* material);
 
@@ -43,11 +49,20 @@ class CORE_API scene {
   std::string notes;
   std::vector<clip> clips;
 
-  // Forgets the poses that were evaluated; whoever changes a track or a parent calls it.
+  // Forgets the poses that were evaluated; whoever changes a track or a parent calls it. Costs
+  // nothing worth counting, so it may be called for every key.
   void Invalidate();
 
+  // Poses evaluated so far, one for each node and frame that was not remembered.
+  std::uint64_t PosesEvaluated() const;
+
+  // Takes the object out of the lists without destroying it: for one that is being destroyed.
+  void Forget(cnode* node);
+  void Forget(cmaterial* material);
+  posecache& Poses() { return *poses_; }
+
  private:
-  friend class ::cnode;
+  std::unique_ptr<posecache> poses_;
   std::vector<cnode*> nodes_;
   std::vector<cmaterial*> materials_;
 };

@@ -2,6 +2,7 @@
 
 // What stands behind the nodes, materials and images of plugin/host, for the host's own programs.
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -15,7 +16,7 @@ namespace core {
 // A node that only carries a transform: an empty of a scene file.
 inline constexpr int kNodeDummy = 1;
 
-class CORE_API cdummy : public cnode {
+class CORE_API cdummy final : public cnode {
  public:
   cdummy();
   void Destroy() override;
@@ -24,7 +25,11 @@ class CORE_API cdummy : public cnode {
   ~cdummy() = default;
 };
 
-// Keys ascending by frame, relative to the parent. No keys: the identity.
+class scene;
+struct deformer;
+
+// Keys ascending by frame, relative to the parent. No keys: the identity. Whoever changes them
+// directly calls scene::Invalidate afterwards.
 struct trackstate {
   std::vector<ckey> keys;
 };
@@ -37,6 +42,9 @@ struct nodestate {
   std::vector<cnode*> children;
   cmaterial* material = nullptr;
   canim* track = nullptr;  // never null once the node is made; a bone's is its public member
+  std::unique_ptr<canim> ownTrack;  // of a node that is no bone
+  scene* owner = nullptr;           // the scene that the node was added to
+  int index = -1;                   // its place among the owner's nodes
 };
 
 // One normal for each vertex; one texture vertex for each vertex in what the importers make.
@@ -45,6 +53,25 @@ struct meshstate {
   std::vector<cpoint3> normals;
   std::vector<cpoint3> tverts;
   std::vector<cface> faces;
+};
+
+// Weights of one vertex: a stretch of skinstate::weights.
+struct skinstretch {
+  std::size_t first = 0;
+  std::uint32_t room = 0;   // entries that the stretch has
+  std::uint32_t count = 0;  // entries that count as the vertex's weights
+};
+
+struct CORE_API skinstate {
+  skinstate();
+  ~skinstate();
+  skinstate(const skinstate&) = delete;
+  skinstate& operator=(const skinstate&) = delete;
+
+  meshstate mesh;  // at rest, in the node's local space
+  std::vector<skinstretch> stretches;
+  std::vector<cskinweight> weights;
+  std::unique_ptr<deformer> prepared;  // made from the weights when a frame is first asked for
 };
 
 // The pixels as they were decoded, and the file's own bytes where it was a JPEG or PNG, so that
@@ -62,8 +89,12 @@ struct imagestate {
   std::shared_ptr<const pixels> content;
 };
 
+// Bytes that a material's name buffer has behind the text, at least: what a unique name may add.
+inline constexpr std::size_t kSpareNameRoom = 32;
+
 struct materialstate {
-  std::vector<char> name;  // zero-terminated, with room for a unique name
+  std::vector<char> name;  // zero-terminated, with kSpareNameRoom behind the text
+  scene* owner = nullptr;  // the scene that the material was added to
   cimage image;
   float colour[4] = {1.0F, 1.0F, 1.0F, 1.0F};  // linear RGBA factor on the image
   bool doubleSided = false;

@@ -32,7 +32,7 @@ class CORE_API cimage {
   core::imagestate* state_;
 };
 
-class CORE_API cmaterial {
+class CORE_API cmaterial final {
  public:
   // A material that never reached the scene is destroyed with Delete.
   cmaterial();

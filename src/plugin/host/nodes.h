@@ -85,7 +85,7 @@ class CORE_API canim {
   core::trackstate* state_;
 };
 
-class CORE_API cbone : public cnode {
+class CORE_API cbone final : public cnode {
  public:
   cbone();
   canim anim;
@@ -96,7 +96,7 @@ class CORE_API cbone : public cnode {
   ~cbone() = default;
 };
 
-class CORE_API cmesh : public cnode {
+class CORE_API cmesh final : public cnode {
  public:
   cmesh();
   std::int32_t numFaces = 0;
@@ -112,6 +112,7 @@ class CORE_API cmesh : public cnode {
   int AutoSmooth(float angle, int mode);
 
   void Destroy() override;
+  int GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) override;
 
   core::meshstate& Mesh() { return *mesh_; }
   const core::meshstate& Mesh() const { return *mesh_; }
@@ -123,7 +124,7 @@ class CORE_API cmesh : public cnode {
   core::meshstate* mesh_;
 };
 
-class CORE_API cskin : public cnode {
+class CORE_API cskin final : public cnode {
  public:
   cskin();
   std::int32_t numFaces = 0;
@@ -138,6 +139,7 @@ class CORE_API cskin : public cnode {
   int GetVertWeight(int vertex, int index, cskinweight& weight);
 
   void Destroy() override;
+  int GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) override;
 
   core::skinstate& Skin() { return *skin_; }
   const core::skinstate& Skin() const { return *skin_; }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "core/state.h"
+
+namespace core {
+
+// The pixels of a whole JPEG, TGA or PNG file. Null when it is none, or larger than
+// kMostPixels; throws std::bad_alloc.
+std::shared_ptr<const pixels> DecodeImage(std::vector<std::uint8_t> file);
+
+// 8192 x 8192: far above any image of a game, and 256 MB decoded.
+inline constexpr std::int64_t kMostPixels = std::int64_t{1} << 26;
+
+}  // namespace core

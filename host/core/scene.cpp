@@ -1,0 +1,118 @@
+#include "core/scene.h"
+
+#include <algorithm>
+#include <new>
+
+#include "core/deform.h"
+#include "core/pose.h"
+#include "core/state.h"
+
+namespace core {
+
+namespace {
+
+scene* current = nullptr;
+
+// Weights of a destroyed joint count for nothing.
+void ForgetJoint(skinstate& skin, const cnode* joint) {
+  for (cskinweight& weight : skin.weights) {
+    if (weight.bone == joint) {
+      weight.bone = nullptr;
+    }
+  }
+  skin.prepared.reset();
+}
+
+}  // namespace
+
+scene::scene() : poses_(std::make_unique<posecache>()) {}
+
+scene::~scene() {
+  if (current == this) {
+    current = nullptr;
+  }
+  // Take the bonds apart first, all at once; one by one they would be searched for each node.
+  for (cnode* node : nodes_) {
+    nodestate& state = node->State();
+    for (cnode* child : state.children) {
+      child->State().parent = nullptr;
+    }
+    state.children.clear();
+  }
+  for (cnode* node : nodes_) {
+    node->State().owner = nullptr;
+    node->Destroy();
+  }
+  for (cmaterial* material : materials_) {
+    material->State().owner = nullptr;
+    material->Delete();
+  }
+}
+
+scene& scene::Current() {
+  if (current == nullptr) {
+    MyAssertFailedLine("scene::Current", __FILE__, __LINE__);
+  }
+  return *current;
+}
+
+scene* scene::CurrentOrNull() { return current; }
+void scene::MakeCurrent(scene* made) { current = made; }
+
+void scene::Add(cnode* node) {
+  if (node == nullptr || node->State().owner != nullptr) {
+    return;
+  }
+  try {
+    nodes_.push_back(node);
+  } catch (const std::bad_alloc&) {
+    node->Destroy();
+    throw;
+  }
+  node->State().owner = this;
+  node->State().index = static_cast<int>(nodes_.size()) - 1;
+  Invalidate();
+}
+
+void scene::Add(cmaterial* material) {
+  if (material == nullptr || material->State().owner != nullptr) {
+    return;
+  }
+  try {
+    materials_.push_back(material);
+  } catch (const std::bad_alloc&) {
+    material->Delete();
+    throw;
+  }
+  material->State().owner = this;
+}
+
+void scene::Invalidate() { ForgetPoses(); }
+
+std::uint64_t scene::PosesEvaluated() const { return poses_->evaluated; }
+
+void scene::Forget(cnode* node) {
+  const auto place = nodes_.begin() + node->State().index;
+  for (auto later = nodes_.erase(place); later != nodes_.end(); ++later) {
+    --(*later)->State().index;
+  }
+  node->State().owner = nullptr;
+  for (cnode* other : nodes_) {
+    if (other->GetType() == kNodeSkin) {
+      ForgetJoint(static_cast<cskin*>(other)->Skin(), node);
+    }
+  }
+  Invalidate();
+}
+
+void scene::Forget(cmaterial* material) {
+  std::erase(materials_, material);
+  material->State().owner = nullptr;
+  for (cnode* node : nodes_) {
+    if (node->GetMaterial() == material) {
+      node->SetMaterial(nullptr);
+    }
+  }
+}
+
+}  // namespace core

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "core/affine.h"
+#include "core/state.h"
+
+namespace core {
+
+// The track's transform at a frame: linear position and scale, rotation along the shorter arc,
+// the first and last key beyond the ends.
+affine LocalAtFrame(const trackstate& track, int frame);
+
+// Puts keys that were set out of order into the order of their frames.
+void SortKeys(trackstate& track);
+
+}  // namespace core

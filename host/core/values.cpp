@@ -1,0 +1,150 @@
+#include "plugin/host/values.h"
+
+#include <cmath>
+#include <numbers>
+
+#include "core/affine.h"
+
+namespace {
+
+struct turn {
+  float cosine;
+  float sine;
+};
+
+// Whole quarter turns come out exact.
+turn TurnOf(float degrees) {
+  const double rest = std::remainder(static_cast<double>(degrees), 360.0);
+  if (rest == 0.0) {
+    return {1.0F, 0.0F};
+  }
+  if (std::abs(rest) == 90.0) {
+    return {0.0F, rest > 0.0 ? 1.0F : -1.0F};
+  }
+  if (std::abs(rest) == 180.0) {
+    return {-1.0F, 0.0F};
+  }
+  const double radians = rest * (std::numbers::pi / 180.0);
+  return {static_cast<float>(std::cos(radians)), static_cast<float>(std::sin(radians))};
+}
+
+}  // namespace
+
+cpoint3 cpoint3::operator-(const cpoint3& other) const {
+  cpoint3 result;
+  result.x = x - other.x;
+  result.y = y - other.y;
+  result.z = z - other.z;
+  return result;
+}
+
+cpoint3 cpoint3::operator+(const cpoint3& other) const {
+  cpoint3 result;
+  result.x = x + other.x;
+  result.y = y + other.y;
+  result.z = z + other.z;
+  return result;
+}
+
+cpoint3 cpoint3::operator*(float factor) const {
+  cpoint3 result;
+  result.x = x * factor;
+  result.y = y * factor;
+  result.z = z * factor;
+  return result;
+}
+
+cpoint3 cpoint3::operator*(const cmatrix4& matrix) const {
+  const double px = x;
+  const double py = y;
+  const double pz = z;
+  cpoint3 result;
+  result.x = static_cast<float>(px * matrix.m[0][0] + py * matrix.m[1][0] + pz * matrix.m[2][0] +
+                                matrix.m[3][0]);
+  result.y = static_cast<float>(px * matrix.m[0][1] + py * matrix.m[1][1] + pz * matrix.m[2][1] +
+                                matrix.m[3][1]);
+  result.z = static_cast<float>(px * matrix.m[0][2] + py * matrix.m[1][2] + pz * matrix.m[2][2] +
+                                matrix.m[3][2]);
+  return result;
+}
+
+float cpoint3::Length() const {
+  const core::vec3 v = core::ToVec(*this);
+  return static_cast<float>(std::sqrt(core::Dot(v, v)));
+}
+
+void cpoint3::Normalize() { *this = core::ToPoint(core::Unit(core::ToVec(*this))); }
+
+void cquat::Identity() { *this = cquat(); }
+
+cmatrix4::cmatrix4() { Identity(); }
+
+void cmatrix4::Identity() {
+  for (int i = 0; i < 4; ++i) {
+    for (int j = 0; j < 4; ++j) {
+      m[i][j] = i == j ? 1.0F : 0.0F;
+    }
+  }
+}
+
+void cmatrix4::Invert() {
+  core::affine transform = core::ToAffine(*this);
+  if (core::InvertInPlace(transform)) {
+    *this = core::ToMatrix(transform);
+  }
+}
+
+cpoint3 cmatrix4::GetRow3(int row) const {
+  cpoint3 result;
+  if (row >= 0 && row < 4) {
+    result.x = m[row][0];
+    result.y = m[row][1];
+    result.z = m[row][2];
+  }
+  return result;
+}
+
+cpoint3 cmatrix4::GetTrans() const { return GetRow3(3); }
+
+void cmatrix4::FromAngleX(float degrees) {
+  const turn t = TurnOf(degrees);
+  Identity();
+  m[1][1] = t.cosine;
+  m[1][2] = -t.sine;
+  m[2][1] = t.sine;
+  m[2][2] = t.cosine;
+}
+
+void cmatrix4::FromAngleY(float degrees) {
+  const turn t = TurnOf(degrees);
+  Identity();
+  m[0][0] = t.cosine;
+  m[0][2] = t.sine;
+  m[2][0] = -t.sine;
+  m[2][2] = t.cosine;
+}
+
+void cmatrix4::FromAngleZ(float degrees) {
+  const turn t = TurnOf(degrees);
+  Identity();
+  m[0][0] = t.cosine;
+  m[0][1] = -t.sine;
+  m[1][0] = t.sine;
+  m[1][1] = t.cosine;
+}
+
+cmatrix4 cmatrix4::operator*(const cmatrix4& other) const {
+  cmatrix4 result;
+  for (int i = 0; i < 4; ++i) {
+    for (int j = 0; j < 4; ++j) {
+      double sum = 0.0;
+      for (int k = 0; k < 4; ++k) {
+        sum += static_cast<double>(m[i][k]) * other.m[k][j];
+      }
+      result.m[i][j] = static_cast<float>(sum);
+    }
+  }
+  return result;
+}
+
+cpoint3 cmatrix4::operator*(const cpoint3& point) const { return point * *this; }
