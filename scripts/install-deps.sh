@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs what a build needs from Debian's packages; with --tests also what the tests, the
+# sanitizers, the format and lint checks and the viewer checks need.
+set -euo pipefail
+
+packages=(g++ cmake ninja-build
+  libtinygltf-dev nlohmann-json3-dev libstb-dev libeigen3-dev libcli11-dev)
+if [ "${1:-}" = "--tests" ]; then
+  packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
+    clang-tidy-14 python3 python3-numpy binutils valgrind chromium)
+  command -v npm >/dev/null || packages+=(nodejs npm)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+    missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" apt-get install -q -y --no-install-recommends "${missing[@]}"
