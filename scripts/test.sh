@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Everything that a change has to pass, from a clean checkout: installs what is needed, then
+# format, warnings as errors with both compilers, all tests, all tests again under the address and
+# undefined behaviour sanitizers, lint, and a short run of every fuzz target.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+step() { printf '\n== %s (%ss)\n' "$1" "$SECONDS"; }
+
+step "Packages"
+scripts/install-deps.sh --tests
+npm ci --prefix tests/validate --no-audit --no-fund
+
+step "Format"
+git ls-files -- '*.h' '*.cpp' | xargs clang-format-14 --dry-run --Werror
+
+step "Build: g++, warnings are errors"
+cmake --preset ci
+cmake --build --preset ci
+
+step "Build: clang, sanitizers"
+cmake --preset asan -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 -DMARROW_WERROR=ON
+cmake --build --preset asan
+
+step "Lint"
+git ls-files -- 'src/*.cpp' 'host/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy-14 -p build/ci --quiet
+
+step "Fuzz targets, a short run each"
+cmake --preset fuzz -DMARROW_WERROR=ON
+cmake --build --preset fuzz
+for target in build/fuzz/bin/*_fuzz; do
+  "$target" -runs=100000 -max_total_time=20 -verbosity=0 -print_final_stats=0
+done
+
+step "Tests under the sanitizers"
+ctest --preset asan
+
+step "Tests"
+ctest --preset ci
+step "Done"
