@@ -2,8 +2,6 @@
 
 #include "plugin/host/handlers.h"
 
-class cmaterial;
-
 // The seven handlers, exported whole. They have no state: a copy copies nothing.
 
 #if defined(_WIN32)
@@ -12,7 +10,7 @@ class cmaterial;
 #define MARROW_API __attribute__((visibility("default")))
 #endif
 
-class MARROW_API cimpmdc : public cimporthandler {
+class MARROW_API cimpmdc final : public cimporthandler {
  public:
   cimpmdc();
   cimpmdc(const cimpmdc& other);
@@ -23,7 +21,7 @@ class MARROW_API cimpmdc : public cimporthandler {
   int Import(const char* path) override;
 };
 
-class MARROW_API cimpmds : public cimporthandler {
+class MARROW_API cimpmds final : public cimporthandler {
  public:
   cimpmds();
   cimpmds(const cimpmds& other);
@@ -32,17 +30,9 @@ class MARROW_API cimpmds : public cimporthandler {
   const char* Ext(int index) override;
   int NumExt() override;
   int Import(const char* path) override;
-
- private:
-  bool CalcBoneFrame(void* file, unsigned long frame);
-  void CacheSkinFiles();
-  bool LoadSkinFile(const char* path);
-  void CreateSurfMaterials();
-  cmaterial* FindMatBySurface(const char* surface);
-  bool LoadAnimConfig();
 };
 
-class MARROW_API cexpmdc : public cexporthandler {
+class MARROW_API cexpmdc final : public cexporthandler {
  public:
   cexpmdc();
   cexpmdc(const cexpmdc& other);
@@ -53,7 +43,7 @@ class MARROW_API cexpmdc : public cexporthandler {
   int Export(const char* path) override;
 };
 
-class MARROW_API cexpmds : public cexporthandler {
+class MARROW_API cexpmds final : public cexporthandler {
  public:
   cexpmds();
   cexpmds(const cexpmds& other);
@@ -64,7 +54,7 @@ class MARROW_API cexpmds : public cexporthandler {
   int Export(const char* path) override;
 };
 
-class MARROW_API cimpmdmmdx : public cimporthandler {
+class MARROW_API cimpmdmmdx final : public cimporthandler {
  public:
   cimpmdmmdx();
   cimpmdmmdx(const cimpmdmmdx& other);
@@ -73,17 +63,9 @@ class MARROW_API cimpmdmmdx : public cimporthandler {
   const char* Ext(int index) override;
   int NumExt() override;
   int Import(const char* path) override;
-
- private:
-  bool CalcBoneFrame(void* model, void* skeleton, unsigned long frame);
-  void CacheSkinFiles();
-  bool LoadSkinFile(const char* path);
-  void CreateSurfMaterials();
-  cmaterial* FindMatBySurface(const char* surface);
-  bool LoadAnimConfig(const char* path);
 };
 
-class MARROW_API cexpmdmmdx : public cexporthandler {
+class MARROW_API cexpmdmmdx final : public cexporthandler {
  public:
   cexpmdmmdx();
   cexpmdmmdx(const cexpmdmmdx& other);
@@ -94,7 +76,7 @@ class MARROW_API cexpmdmmdx : public cexporthandler {
   int Export(const char* path) override;
 };
 
-class MARROW_API cexpmdx : public cexporthandler {
+class MARROW_API cexpmdx final : public cexporthandler {
  public:
   cexpmdx();
   cexpmdx(const cexpmdx& other);

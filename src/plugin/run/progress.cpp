@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kReadingTimeMs = 500;
 
-class progressrules : public cdialogrules {
+class progressrules final : public cdialogrules {
  public:
   void OnInit(cdialogwindow& window) override {
     window.SetBarRange(kProgressBar, 100);

@@ -1,0 +1,5 @@
+#include "plugin/handlers.h"
+#include "plugin/notbuilt.h"
+
+int cimpmds::Import(const char* /*path*/) { return TellNotBuilt("import", "mds"); }
+int cexpmds::Export(const char* /*path*/) { return TellNotBuilt("export", "mds"); }
