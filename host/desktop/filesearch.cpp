@@ -1,0 +1,90 @@
+// The wildcard file search over a directory.
+
+#include <filesystem>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "plugin/platform/services.h"
+
+namespace desktop {
+
+struct cfilesearch {
+  struct entry {
+    std::string name;
+    bool directory;
+  };
+  std::vector<entry> entries;
+  std::size_t next = 0;
+};
+
+namespace {
+
+char Fold(char letter) {
+  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+// * stands for any text, ? for one character. Going back to the last * alone is enough.
+bool Matches(std::string_view pattern, std::string_view name) {
+  std::size_t p = 0;
+  std::size_t n = 0;
+  std::size_t star = std::string_view::npos;
+  std::size_t mark = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && pattern[p] == '*') {
+      star = p++;
+      mark = n;
+    } else if (p < pattern.size() && (pattern[p] == '?' || Fold(pattern[p]) == Fold(name[n]))) {
+      ++p;
+      ++n;
+    } else if (star != std::string_view::npos) {
+      p = star + 1;
+      n = ++mark;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of('*', p) == std::string_view::npos;
+}
+
+}  // namespace
+
+cfilesearch* OpenFileSearch(const char* pattern) {
+  const std::string_view whole(pattern);
+  const std::size_t separator = whole.find_last_of("/\\");
+  const bool hasDirectory = separator != std::string_view::npos;
+  try {
+    const std::string directory(hasDirectory ? whole.substr(0, separator + 1)
+                                             : std::string_view("."));
+    const std::string_view names = hasDirectory ? whole.substr(separator + 1) : whole;
+    auto search = std::make_unique<cfilesearch>();
+    std::error_code error;
+    std::filesystem::directory_iterator entry(directory, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+      std::string name = entry->path().filename().string();
+      if (Matches(names, name)) {
+        std::error_code ignored;
+        search->entries.push_back({std::move(name), entry->is_directory(ignored)});
+      }
+    }
+    return search->entries.empty() ? nullptr : search.release();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+bool NextFile(cfilesearch* search, cfoundfile& file) {
+  if (search->next == search->entries.size()) {
+    return false;
+  }
+  const cfilesearch::entry& entry = search->entries[search->next++];
+  file = {entry.name.c_str(), entry.directory};
+  return true;
+}
+
+void CloseFileSearch(cfilesearch* search) { delete search; }
+
+}  // namespace desktop
