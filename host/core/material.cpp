@@ -10,7 +10,7 @@
 namespace {
 
 // Room of a name's buffer, however short the name: the texts of a run have up to 128 bytes.
-constexpr std::size_t kLeastNameRoom = 256;
+constexpr std::size_t kLeastNameRoom = 256 + core::kSpareNameRoom;
 // Between a name and the number that makes it unique.
 constexpr char kNumberMark = '.';
 
