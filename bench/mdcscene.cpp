@@ -1,0 +1,138 @@
+#include "mdcscene.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "core/state.h"
+
+namespace {
+
+constexpr float kJointStep = 4.0F;  // units between neighbouring joints
+constexpr int kJointsPerSurface = 6;
+constexpr int kRow = 10;  // vertices in a row of a surface's grid
+
+std::string Numbered(const char* stem, int number) { return stem + std::to_string(number); }
+
+cface Triangle(int a, int b, int c) {
+  cface face;
+  face.v[0] = face.tv[0] = a;
+  face.v[1] = face.tv[1] = b;
+  face.v[2] = face.tv[2] = c;
+  return face;
+}
+
+}  // namespace
+
+benchhost::benchhost(const modelsize& size) {
+  std::string error;
+  module_ = module::library::Load(MARROW_MODULE_PATH, error);
+  if (!module_) {
+    std::fprintf(stderr, "%s: %s\n", MARROW_MODULE_PATH, error.c_str());
+    std::exit(EXIT_FAILURE);
+  }
+  desktop::MakeCurrent(&desktop_);
+  core::scene::MakeCurrent(&scene_);
+  AddJoints(size);
+  for (int surface = 0; surface < size.surfaces; ++surface) {
+    AddSurface(size, surface);
+  }
+  SetFrames(size.frames);
+}
+
+benchhost::~benchhost() {
+  desktop::MakeCurrent(nullptr);
+  core::scene::MakeCurrent(nullptr);
+}
+
+void benchhost::AddJoints(const modelsize& size) {
+  cbone* parent = nullptr;
+  for (int joint = 0; joint < size.joints; ++joint) {
+    cbone* const bone = CreateNewBone();
+    bone->SetName(Numbered("joint", joint).c_str());
+    Interface::AddToScene(bone, 0);
+    bone->anim.SetNumKeys(size.frames, 0);
+    for (int frame = 0; frame < size.frames; ++frame) {
+      ckey key;
+      key.frame = frame;
+      key.pos = MakePt3(0.0F, 0.0F, parent != nullptr ? kJointStep : 0.0F);
+      const auto swing = static_cast<float>((7 * frame + 3 * joint) % 20 - 10);
+      key.rot = EulerToQuat(MakePt3(swing, 0.5F * swing, 0.0F));
+      bone->anim.SetKeyAt(frame, key, 0);
+    }
+    if (parent != nullptr) {
+      parent->AttachChild(bone, 1);
+    }
+    bone->UpdateAnim();
+    parent = bone;
+  }
+}
+
+void benchhost::AddSurface(const modelsize& size, int surface) {
+  const int count = size.vertsPerSurface;
+  const int rows = count / kRow;
+  cmesh* const mesh = CreateNewMesh();
+  mesh->Allocate(count, count, 2 * (rows - 1) * (kRow - 1));
+  for (int vertex = 0; vertex < count; ++vertex) {
+    const auto column = static_cast<float>(vertex % kRow);
+    const int line = vertex / kRow;
+    const auto row = static_cast<float>(line) * 0.1F;
+    mesh->SetVert(vertex, MakePt3(column, row, static_cast<float>(surface)));
+    mesh->SetTVert(vertex, MakePt3(column / kRow, row, 0.0F));
+  }
+  int face = 0;
+  for (int row = 0; row + 1 < rows; ++row) {
+    for (int column = 0; column + 1 < kRow; ++column) {
+      const int corner = row * kRow + column;
+      mesh->SetFace(face++, Triangle(corner, corner + 1, corner + kRow));
+      mesh->SetFace(face++, Triangle(corner + 1, corner + kRow + 1, corner + kRow));
+    }
+  }
+  cskin* const skin = CreateNewSkin();
+  skin->Init(mesh);
+  mesh->Destroy();
+  skin->SetName(Numbered("surface", surface).c_str());
+  for (int vertex = 0; vertex < count; ++vertex) {
+    skin->SetVertNumWeights(vertex, 2);
+    for (int i = 0; i < 2; ++i) {
+      const int joint = (surface + (vertex + i) % kJointsPerSurface) % size.joints;
+      cskinweight weight;
+      weight.weight = 0.5F;
+      weight.offset = MakePt3(static_cast<float>(vertex % kRow) * 0.5F,
+                              static_cast<float>(i) * kJointStep, 1.0F);
+      weight.normal = MakePt3(0.0F, 0.0F, 1.0F);
+      weight.bone = scene_.Nodes()[static_cast<std::size_t>(joint)];
+      skin->SetVertWeight(vertex, i, weight);
+    }
+  }
+  Interface::AddToScene(skin, 0);
+}
+
+int benchhost::Export(const std::string& path) {
+  return module_->FindExporter("mdc")->exporter->Export(path.c_str());
+}
+
+int benchhost::Import(const std::string& path) {
+  core::scene imported;
+  core::scene::MakeCurrent(&imported);
+  const int result = module_->FindImporter("mdc")->importer->Import(path.c_str());
+  core::scene::MakeCurrent(&scene_);
+  return result;
+}
+
+benchfile::benchfile() {
+  std::string name = (std::filesystem::temp_directory_path() / "marrow_bench_XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    std::perror(name.c_str());
+    std::exit(EXIT_FAILURE);
+  }
+  directory_ = name;
+  path_ = directory_ + "/bench.mdc";
+}
+
+benchfile::~benchfile() {
+  std::error_code error;
+  std::filesystem::remove_all(directory_, error);
+}

@@ -1,0 +1,90 @@
+#include "measure.h"
+
+#include <malloc.h>
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+// Apart, because the kernel's share is pages handed out and bytes written, not our code.
+struct cputime {
+  double user = 0.0;
+  double system = 0.0;
+};
+
+cputime CpuSeconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  const auto seconds = [](const timeval& t) {
+    return static_cast<double>(t.tv_sec) + 1e-6 * static_cast<double>(t.tv_usec);
+  };
+  return {seconds(usage.ru_utime), seconds(usage.ru_stime)};
+}
+
+// A figure of the process in bytes, as VmRSS (now) or VmHWM (the peak).
+double ProcessBytes(const char* name) {
+  const auto close = [](std::FILE* stream) { std::fclose(stream); };
+  const std::unique_ptr<std::FILE, decltype(close)> status(std::fopen("/proc/self/status", "r"),
+                                                           close);
+  char line[256];
+  while (status && std::fgets(line, sizeof line, status.get()) != nullptr) {
+    if (std::strncmp(line, name, std::strlen(name)) == 0) {
+      return 1024.0 * std::strtod(line + std::strlen(name) + 1, nullptr);
+    }
+  }
+  return 0.0;
+}
+
+// Gives back what is free, and lets the peak start from here: 5 resets it.
+void StartPeak() {
+  malloc_trim(0);
+  if (std::FILE* const reset = std::fopen("/proc/self/clear_refs", "w")) {
+    std::fputs("5", reset);
+    std::fclose(reset);
+  }
+}
+
+// The one function whose instructions are counted.
+extern "C" [[gnu::noinline]] int MeasuredRun(benchhost* host, const char* path, bool import) {
+  return import ? host->Import(path) : host->Export(path);
+}
+
+}  // namespace
+
+int MeasureCase(const modelsize& size, bool import) {
+  benchhost host(size);
+  const benchfile file;
+  // One frame goes first: what a scene prepares once for each vertex, whatever the number of
+  // frames, is reported apart from what grows with them.
+  StartPeak();
+  const double bare = ProcessBytes("VmRSS");
+  host.SetFrames(1);
+  int result = host.Export(file.Path());
+  host.SetFrames(size.frames);
+  if (import && result == 1) {
+    result = host.Export(file.Path());
+  }
+  malloc_trim(0);
+  const double prepared = ProcessBytes("VmRSS");
+  StartPeak();
+  const cputime before = CpuSeconds();
+  if (result == 1) {
+    result = MeasuredRun(&host, file.Path().c_str(), import);
+  }
+  const cputime after = CpuSeconds();
+  const double peak = ProcessBytes("VmHWM");
+  std::printf(
+      "{\"kind\": \"%s\", \"frames\": %d, \"surfaces\": %d, \"vertices\": %.0f, \"joints\": %d, "
+      "\"result\": %d, \"fileBytes\": %.0f, \"userSeconds\": %.6f, \"systemSeconds\": %.6f, "
+      "\"memoryBytes\": %.0f, "
+      "\"preparedBytes\": %.0f}\n",
+      import ? "import" : "export", size.frames, size.surfaces, size.Vertices(), size.joints,
+      result, static_cast<double>(std::filesystem::file_size(file.Path())),
+      after.user - before.user, after.system - before.system, peak - prepared, prepared - bare);
+  return result == 1 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
