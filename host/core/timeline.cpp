@@ -1,0 +1,93 @@
+#include "core/timeline.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <sstream>
+#include <string>
+
+#include "core/state.h"
+
+namespace core {
+
+namespace {
+
+// A sequence as an import wrote it into the notes.
+struct notedsequence {
+  std::string name;
+  std::int64_t first = 0;
+  std::int64_t frames = 0;
+};
+
+// The sequences of the last import that the notes tell of.
+std::vector<notedsequence> ReadNotes(const std::string& notes) {
+  std::vector<notedsequence> sequences;
+  std::istringstream lines(notes);
+  bool begun = false;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find("anim sequences: ") != std::string::npos) {
+      sequences.clear();
+      begun = true;
+      continue;
+    }
+    std::istringstream fields(line);
+    notedsequence sequence;
+    std::int32_t first = 0;
+    std::int32_t frames = 0;
+    std::int32_t third = 0;
+    std::int32_t fourth = 0;
+    if (begun && fields >> sequence.name >> first >> frames >> third >> fourth) {
+      sequence.first = first;
+      sequence.frames = frames;
+      sequences.push_back(std::move(sequence));
+    }
+  }
+  return sequences;
+}
+
+// Whether the numbers are those of sequences laid one behind the other: each line then has the
+// last key of its sequence, and together they fill the range to its end.
+bool AreLastKeys(const std::vector<notedsequence>& sequences, int animEnd) {
+  std::int64_t end = 0;
+  for (const notedsequence& sequence : sequences) {
+    end += sequence.frames;
+    if (sequence.frames > 0 && sequence.first + 1 != end) {
+      return false;
+    }
+  }
+  return end == animEnd;
+}
+
+}  // namespace
+
+int LastKeyFrame(const scene& scene) {
+  int last = scene.animStart;
+  for (const cnode* node : scene.Nodes()) {
+    const trackstate& track = node->State().track->State();
+    if (!track.keys.empty()) {
+      last = std::max(last, track.keys.back().frame);
+    }
+  }
+  return std::min(last, std::max(scene.animStart, scene.animEnd));
+}
+
+std::vector<clip> NamedClips(const scene& scene) {
+  if (!scene.clips.empty()) {
+    return scene.clips;
+  }
+  const std::vector<notedsequence> sequences = ReadNotes(scene.notes);
+  const bool lastKeys = AreLastKeys(sequences, scene.animEnd);
+  const std::int64_t end = std::int64_t{LastKeyFrame(scene)} + 1;
+  std::vector<clip> clips;
+  for (const notedsequence& sequence : sequences) {
+    const std::int64_t start =
+        lastKeys ? sequence.first + 1 - sequence.frames : std::int64_t{sequence.first};
+    const std::int64_t from = std::max<std::int64_t>(start, 0);
+    const std::int64_t to = std::min(start + sequence.frames, end);
+    if (from < to) {
+      clips.push_back({sequence.name, static_cast<int>(from), static_cast<int>(to - from)});
+    }
+  }
+  return clips;
+}
+
+}  // namespace core

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <vector>
+
+#include "core/scene.h"
+
+namespace core {
+
+// The last frame of the scene's range at which a key stands. An import sets the end of the range
+// to the number of keys, or to 100 without any, so the range alone says too much. A scene without
+// keys beyond its first frame ends at its first frame.
+CORE_API int LastKeyFrame(const scene& scene);
+
+// The named stretches of the time line: the scene's clips where it has any; otherwise the
+// sequences that an import wrote into the notes, cut to the frames that have keys. The notes give
+// a sequence's first frame when all of the file's frames were taken, and its last key when only
+// some sequences were.
+CORE_API std::vector<clip> NamedClips(const scene& scene);
+
+}  // namespace core

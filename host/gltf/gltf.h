@@ -1,0 +1,49 @@
+#pragma once
+
+// A scene of the host from and to a glTF 2.0 file, .glb or .gltf with its resources.
+//
+// glTF is right-handed, Y up, in file units; scenes are Z up, in scene units. The boundary maps
+// glTF's (x, y, z) to the scene's (x, -z, y), exactly, on everything, and the scene's (x, y, z) to
+// glTF's (x, z, -y). File units x scale are scene units. Frames are `fps` a second.
+
+#include <string>
+#include <vector>
+
+#include "core/scene.h"
+
+namespace gltf {
+
+struct options {
+  double scale = 1.0;  // above 0
+  double fps = 20.0;   // above 0
+};
+
+// How well the recovered bind pose of a scene's skins agrees with the weights' offsets: the
+// distance between the rest position that a weight's offset gives and the vertex's, in scene
+// units. Zero without skins.
+struct bindresidual {
+  double largest = 0.0;
+  double mean = 0.0;
+};
+
+struct report {
+  // What is wrong and where, without the file's name; empty when the call gave true.
+  std::string fault;
+  // What the file has and the other side cannot carry, one line each, each said once.
+  std::vector<std::string> warnings;
+  // Of a written file.
+  bindresidual bind;
+};
+
+// Fills the empty scene with what the file has: nodes, skins, meshes, materials, clips laid one
+// behind the other on the time line from frame 0, notes. False when the file cannot be read or is
+// not whole; the scene is then to be thrown away.
+bool ReadScene(const std::string& path, const options& how, core::scene& scene, report& told);
+
+// Writes the scene. One animation for each of `NamedClips`; without any, one for all frames of a
+// scene in which something moves. False when the file cannot be written; what was there under the
+// name may be gone then.
+bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
+                report& told);
+
+}  // namespace gltf
