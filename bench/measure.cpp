@@ -3,11 +3,13 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <memory>
+
+#include "bareloop.h"
 
 namespace {
 
@@ -50,41 +52,60 @@ void StartPeak() {
 }
 
 // The one function whose instructions are counted.
-extern "C" [[gnu::noinline]] int MeasuredRun(benchhost* host, const char* path, bool import) {
-  return import ? host->Import(path) : host->Export(path);
+extern "C" [[gnu::noinline]] int MeasuredRun(benchhost* host, const benchfile* file,
+                                             measuredrun what) {
+  switch (what) {
+    case measuredrun::Export:
+      return host->Export(*file);
+    case measuredrun::Import:
+      return host->Import(*file);
+    default:
+      return std::isfinite(DecodeBare(file->Path())) ? 1 : 0;
+  }
+}
+
+const char* NameOf(measuredrun what) {
+  switch (what) {
+    case measuredrun::Export:
+      return "export";
+    case measuredrun::Import:
+      return "import";
+    default:
+      return "bare";
+  }
 }
 
 }  // namespace
 
-int MeasureCase(const modelsize& size, bool import) {
+int MeasureCase(const modelsize& size, const std::string& format, measuredrun what) {
   benchhost host(size);
-  const benchfile file;
+  const benchfile file(format, size.frames);
   // One frame goes first: what a scene prepares once for each vertex, whatever the number of
   // frames, is reported apart from what grows with them.
   StartPeak();
   const double bare = ProcessBytes("VmRSS");
   host.SetFrames(1);
-  int result = host.Export(file.Path());
+  int result = host.Export(file);
   host.SetFrames(size.frames);
-  if (import && result == 1) {
-    result = host.Export(file.Path());
+  if (what != measuredrun::Export && result == 1) {
+    result = host.Export(file);
   }
   malloc_trim(0);
   const double prepared = ProcessBytes("VmRSS");
   StartPeak();
   const cputime before = CpuSeconds();
   if (result == 1) {
-    result = MeasuredRun(&host, file.Path().c_str(), import);
+    result = MeasuredRun(&host, &file, what);
   }
   const cputime after = CpuSeconds();
   const double peak = ProcessBytes("VmHWM");
   std::printf(
-      "{\"kind\": \"%s\", \"frames\": %d, \"surfaces\": %d, \"vertices\": %.0f, \"joints\": %d, "
-      "\"result\": %d, \"fileBytes\": %.0f, \"userSeconds\": %.6f, \"systemSeconds\": %.6f, "
-      "\"memoryBytes\": %.0f, "
-      "\"preparedBytes\": %.0f}\n",
-      import ? "import" : "export", size.frames, size.surfaces, size.Vertices(), size.joints,
-      result, static_cast<double>(std::filesystem::file_size(file.Path())),
-      after.user - before.user, after.system - before.system, peak - prepared, prepared - bare);
+      "{\"format\": \"%s\", \"kind\": \"%s\", \"frames\": %d, \"surfaces\": %d, "
+      "\"vertices\": %.0f, \"joints\": %d, \"weights\": %d, \"result\": %d, "
+      "\"userSeconds\": %.6f, \"systemSeconds\": %.6f, \"memoryBytes\": %.0f, "
+      "\"preparedBytes\": %.0f, \"sceneBytes\": %.0f}\n",
+      format.c_str(), NameOf(what), size.frames, size.surfaces, size.Vertices(), size.joints,
+      size.weights, result, after.user - before.user, after.system - before.system, peak - prepared,
+      prepared - bare, size.SceneBytes());
   return result == 1 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

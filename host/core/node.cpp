@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "core/changes.h"
 #include "core/pose.h"
 #include "core/scene.h"
 #include "core/state.h"

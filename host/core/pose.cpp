@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "core/changes.h"
 #include "core/scene.h"
 #include "core/track.h"
 
@@ -13,8 +14,6 @@ namespace {
 // Bytes of poses that a scene remembers, about.
 constexpr std::size_t kCacheBytes = std::size_t{256} << 20;
 constexpr std::size_t kMostSlots = std::size_t{1} << 16;
-
-std::uint64_t changes = 1;
 
 // The way from a node up to the first ancestor whose pose is known. Deep chains go to the heap,
 // not to the call stack.
@@ -47,8 +46,6 @@ class ascent {
 
 }  // namespace
 
-void ForgetPoses() { ++changes; }
-
 posecache::frameview posecache::At(int frame, std::size_t numNodes) {
   if (numNodes > room_ || slots_.empty()) {
     // A scene that still grows while poses are asked for does not start over at each node.
@@ -64,9 +61,9 @@ posecache::frameview posecache::At(int frame, std::size_t numNodes) {
   if (!place.entries) {
     place.entries = std::make_unique<entry[]>(room_);
   }
-  if (place.stamp == 0 || place.frame != frame || place.change != changes) {
+  if (place.stamp == 0 || place.frame != frame || place.change != Changes()) {
     place.frame = frame;
-    place.change = changes;
+    place.change = Changes();
     place.stamp = ++lastStamp_;
   }
   return {place.entries.get(), place.stamp};

@@ -13,9 +13,6 @@ namespace core {
 // the node belongs to.
 affine WorldAtFrame(const cnode& node, int frame);
 
-// Makes every remembered pose of every scene stale: a track or a parent changed.
-void ForgetPoses();
-
 // The poses of a scene's nodes that were evaluated. A slot holds one frame; frames share slots
 // when there are more of them than memory is meant for, and then the latest frame stays.
 class posecache {
@@ -38,7 +35,7 @@ class posecache {
   struct slot {
     std::unique_ptr<entry[]> entries;
     int frame = 0;
-    std::uint64_t change = 0;  // count of changes that the poses belong to
+    std::uint64_t change = 0;  // Changes() that the poses belong to
     std::uint64_t stamp = 0;   // 0: never used
   };
 

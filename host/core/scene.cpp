@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "core/changes.h"
 #include "core/deform.h"
 #include "core/pose.h"
 #include "core/state.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/pose.h"
+#include "core/changes.h"
 
 namespace core {
 

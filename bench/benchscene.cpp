@@ -1,8 +1,9 @@
-#include "mdcscene.h"
+#include "benchscene.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <vector>
 
@@ -13,6 +14,10 @@ namespace {
 constexpr float kJointStep = 4.0F;  // units between neighbouring joints
 constexpr int kJointsPerSurface = 6;
 constexpr int kRow = 10;  // vertices in a row of a surface's grid
+
+// The button that selects every sequence of dialog 101.
+constexpr int kSkeletalImportDialog = 101;
+constexpr int kSelectAllSequences = 1005;
 
 std::string Numbered(const char* stem, int number) { return stem + std::to_string(number); }
 
@@ -26,6 +31,14 @@ cface Triangle(int a, int b, int c) {
 
 }  // namespace
 
+double modelsize::SceneBytes() const {
+  // One normal and one texture vertex a vertex, and two triangles.
+  const double vertex = 3.0 * sizeof(cpoint3) + 2.0 * sizeof(cface) +
+                        static_cast<double>(weights) * sizeof(cskinweight) +
+                        sizeof(core::skinstretch);
+  return JointFrames() * sizeof(ckey) + Vertices() * vertex;
+}
+
 benchhost::benchhost(const modelsize& size) {
   std::string error;
   module_ = module::library::Load(MARROW_MODULE_PATH, error);
@@ -33,6 +46,10 @@ benchhost::benchhost(const modelsize& size) {
     std::fprintf(stderr, "%s: %s\n", MARROW_MODULE_PATH, error.c_str());
     std::exit(EXIT_FAILURE);
   }
+  desktop_.scripts[kSkeletalImportDialog] = [](desktop::scriptedwindow& window) {
+    window.Click(kSelectAllSequences);
+    window.Ok();
+  };
   desktop::MakeCurrent(&desktop_);
   core::scene::MakeCurrent(&scene_);
   AddJoints(size);
@@ -95,11 +112,11 @@ void benchhost::AddSurface(const modelsize& size, int surface) {
   mesh->Destroy();
   skin->SetName(Numbered("surface", surface).c_str());
   for (int vertex = 0; vertex < count; ++vertex) {
-    skin->SetVertNumWeights(vertex, 2);
-    for (int i = 0; i < 2; ++i) {
+    skin->SetVertNumWeights(vertex, size.weights);
+    for (int i = 0; i < size.weights; ++i) {
       const int joint = (surface + (vertex + i) % kJointsPerSurface) % size.joints;
       cskinweight weight;
-      weight.weight = 0.5F;
+      weight.weight = 1.0F / static_cast<float>(size.weights);
       weight.offset = MakePt3(static_cast<float>(vertex % kRow) * 0.5F,
                               static_cast<float>(i) * kJointStep, 1.0F);
       weight.normal = MakePt3(0.0F, 0.0F, 1.0F);
@@ -110,26 +127,38 @@ void benchhost::AddSurface(const modelsize& size, int surface) {
   Interface::AddToScene(skin, 0);
 }
 
-int benchhost::Export(const std::string& path) {
-  return module_->FindExporter("mdc")->exporter->Export(path.c_str());
+int benchhost::Export(const benchfile& file) {
+  desktop_.onSaveFile = [&](const cfiledialog& /*dialog*/, std::string& path) {
+    path = file.SkeletonPath();
+    return true;
+  };
+  return module_->FindExporter(file.Format())->exporter->Export(file.Path().c_str());
 }
 
-int benchhost::Import(const std::string& path) {
+int benchhost::Import(const benchfile& file) {
+  desktop_.onOpenFile = [&](const cfiledialog& /*dialog*/, std::string& path) {
+    path = file.SkeletonPath();
+    return true;
+  };
   core::scene imported;
   core::scene::MakeCurrent(&imported);
-  const int result = module_->FindImporter("mdc")->importer->Import(path.c_str());
+  const int result = module_->FindImporter(file.Format())->importer->Import(file.Path().c_str());
   core::scene::MakeCurrent(&scene_);
   return result;
 }
 
-benchfile::benchfile() {
+benchfile::benchfile(const std::string& format, int frames) : format_(format) {
   std::string name = (std::filesystem::temp_directory_path() / "marrow_bench_XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) {
     std::perror(name.c_str());
     std::exit(EXIT_FAILURE);
   }
   directory_ = name;
-  path_ = directory_ + "/bench.mdc";
+  path_ = directory_ + "/bench." + format;
+  const std::string sequence = "all 0 " + std::to_string(frames) + " 0 20\n";
+  std::ofstream(directory_ + "/wolfanim.cfg") << "VERSION 2\nSTARTANIMS\n"
+                                              << sequence << "ENDANIMS\n";
+  std::ofstream(directory_ + "/bench.aninc") << sequence;
 }
 
 benchfile::~benchfile() {
