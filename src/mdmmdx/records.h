@@ -34,12 +34,7 @@ struct mdmHeader {
 static_assert(sizeof(mdmHeader) == 100);
 
 // numWeights records of mdmWeight follow directly.
-struct mdmVertex {
-  std::array<little<float>, 3> normal;
-  // u, v
-  std::array<little<float>, 2> texCoords;
-  little<std::int32_t> numWeights;
-};
+using mdmVertex = skelVertex;
 static_assert(sizeof(mdmVertex) == 24);
 
 // numBoneReferences bone numbers follow: from the top of the skeleton down to the parent bone.

@@ -64,6 +64,15 @@ struct skelSurface {
 };
 static_assert(sizeof(skelSurface) == 176);
 
+// What the vertices of all formats begin with.
+struct skelVertex {
+  std::array<little<float>, 3> normal;
+  // u, v
+  std::array<little<float>, 2> texCoords;
+  little<std::int32_t> numWeights;
+};
+static_assert(sizeof(skelVertex) == 24);
+
 struct skelWeight {
   // Into the whole bone list; -1 for a bone outside it.
   little<std::int32_t> boneIndex;
