@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -111,6 +112,9 @@ class CORE_API scripteddesktop final : public idesktop {
   void* SetWaitCursor() override;
   void RestoreCursor(void* cursor) override;
   void SleepMilliseconds(int milliseconds) override;
+
+  // Windows that OpenDialog gave and CloseDialog has not taken back.
+  std::size_t OpenWindows() const { return open_.size(); }
 
  private:
   std::vector<std::unique_ptr<scriptedwindow>> open_;

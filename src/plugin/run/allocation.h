@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <new>
-#include <source_location>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -16,9 +15,9 @@ struct allocationname {
   const char* file;
   int line;
 
-  allocationname(const char* list, const char* source,
-                 std::source_location place = std::source_location::current())
-      : expression(list), file(source), line(static_cast<int>(place.line())) {}
+  // The line is that of the caller. (clang 14 has no std::source_location.)
+  allocationname(const char* list, const char* source, int sourceLine = __builtin_LINE())
+      : expression(list), file(source), line(sourceLine) {}
 };
 
 [[noreturn]] inline void ReportNoMemory(const allocationname& name) {

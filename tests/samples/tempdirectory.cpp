@@ -1,0 +1,46 @@
+#include "samples/tempdirectory.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+tempdirectory::tempdirectory() {
+  std::random_device random;
+  fs::path made;
+  do {
+    made = fs::temp_directory_path() / ("marrow-test-" + std::to_string(random()));
+  } while (!fs::create_directories(made));
+  path_ = made.generic_string();
+}
+
+tempdirectory::~tempdirectory() {
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
+}
+
+std::string tempdirectory::File(const std::string& name) const {
+  const fs::path file = fs::path(path_) / name;
+  fs::create_directories(file.parent_path());
+  return file.generic_string();
+}
+
+std::string tempdirectory::Write(const std::string& name, const bytes& content) const {
+  const std::string path = File(name);
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(content.data()),
+             static_cast<std::streamsize>(content.size()));
+  return path;
+}
+
+std::string tempdirectory::Write(const std::string& name, const std::string& text) const {
+  return Write(name, bytes(text.begin(), text.end()));
+}
+
+bytes ReadBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}

@@ -1,0 +1,123 @@
+#include "support/scenebuild.h"
+
+ckey KeyAt(int frame, const cpoint3& position, const cpoint3& angles, const cpoint3& scale) {
+  ckey key;
+  key.frame = frame;
+  key.pos = position;
+  key.rot = EulerToQuat(angles);
+  key.scale = scale;
+  return key;
+}
+
+namespace {
+
+template <class Node>
+Node* Place(Node* node, const char* name, cnode* parent, const std::vector<ckey>& keys) {
+  node->SetName(name);
+  SetKeys(*node, keys);
+  if (parent != nullptr) {
+    parent->AttachChild(node, 1);
+  }
+  Interface::AddToScene(node, 0);
+  return node;
+}
+
+}  // namespace
+
+void SetKeys(cnode& node, const std::vector<ckey>& keys) {
+  canim& track = *node.State().track;
+  track.SetNumKeys(static_cast<int>(keys.size()), 0);
+  int index = 0;
+  for (ckey key : keys) {
+    track.SetKeyAt(index++, key, 0);
+  }
+  node.UpdateAnim();
+}
+
+cbone* AddBone(const char* name, cnode* parent, const std::vector<ckey>& keys) {
+  return Place(CreateNewBone(), name, parent, keys);
+}
+
+cnode* AddDummy(const char* name, cnode* parent, const std::vector<ckey>& keys) {
+  return Place(new core::cdummy, name, parent, keys);
+}
+
+void SetTriangle(cmesh& mesh, int index, int a, int b, int c) {
+  cface face;
+  face.v[0] = face.tv[0] = a;
+  face.v[1] = face.tv[1] = b;
+  face.v[2] = face.tv[2] = c;
+  mesh.SetFace(index, face);
+}
+
+cmesh* MakeMesh(const char* name, const std::vector<cpoint3>& verts,
+                const std::vector<corners>& triangles) {
+  cmesh* mesh = CreateNewMesh();
+  mesh->SetName(name);
+  const int numVerts = static_cast<int>(verts.size());
+  mesh->Allocate(numVerts, numVerts, static_cast<int>(triangles.size()));
+  for (int v = 0; v < numVerts; ++v) {
+    const float step = static_cast<float>(v) / 8.0F;
+    mesh->SetVert(v, verts[static_cast<std::size_t>(v)]);
+    mesh->SetTVert(v, MakePt3(step, 1.0F - step, 0.0F));
+  }
+  int index = 0;
+  for (const corners& triangle : triangles) {
+    SetTriangle(*mesh, index++, triangle[0], triangle[1], triangle[2]);
+  }
+  mesh->AutoSmooth(45.0F, 0);
+  return mesh;
+}
+
+cmesh* AddMesh(const char* name, const std::vector<cpoint3>& verts,
+               const std::vector<corners>& triangles) {
+  cmesh* mesh = MakeMesh(name, verts, triangles);
+  Interface::AddToScene(mesh, 0);
+  return mesh;
+}
+
+cmesh* AddTriangle(const char* name, const cpoint3& at) {
+  const std::vector<cpoint3> verts{at, at + MakePt3(1.0F, 0.0F, 0.0F),
+                                   at + MakePt3(0.0F, 2.0F, 0.0F)};
+  return AddMesh(name, verts, {{0, 1, 2}});
+}
+
+cskin* AddSkin(const char* name, const std::vector<cpoint3>& offsets,
+               const std::vector<cnode*>& bones, const std::vector<corners>& triangles) {
+  std::vector<cpoint3> rest;
+  for (std::size_t v = 0; v < offsets.size(); ++v) {
+    rest.push_back(offsets[v] * bones[v]->GetTMAtFrame(0, kWholeTransform));
+  }
+  cmesh* mesh = MakeMesh(name, rest, triangles);
+  cskin* skin = CreateNewSkin();
+  skin->Init(mesh);
+  mesh->Destroy();
+  skin->SetName(name);
+  for (std::size_t v = 0; v < offsets.size(); ++v) {
+    cskinweight weight;
+    weight.weight = 1.0F;
+    weight.offset = offsets[v];
+    weight.normal = MakePt3(0.0F, 0.0F, 1.0F);
+    weight.bone = bones[v];
+    skin->SetVertWeight(static_cast<int>(v), 0, weight);
+    skin->SetVertNumWeights(static_cast<int>(v), 1);
+  }
+  Interface::AddToScene(skin, 0);
+  return skin;
+}
+
+cmaterial* AddMaterial(const char* name, const char* imagePath) {
+  cmaterial* material = CreateNewMaterial();
+  material->SetName(name);
+  if (imagePath != nullptr) {
+    material->GetImage(0)->SetPathName(imagePath);
+  }
+  Interface::AddToScene(material, 0);
+  return material;
+}
+
+void ExpectPoint(const cpoint3& actual, const cpoint3& expected, float tolerance) {
+  EXPECT_NEAR(actual.x, expected.x, tolerance);
+  EXPECT_NEAR(actual.y, expected.y, tolerance);
+  EXPECT_NEAR(actual.z, expected.z, tolerance);
+}
