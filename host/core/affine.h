@@ -56,17 +56,17 @@ inline affine operator*(const affine& a, const affine& b) {
   return {{Turn(a.row[0], b), Turn(a.row[1], b), Turn(a.row[2], b)}, Turn(a.move, b) + b.move};
 }
 
-affine ToAffine(const cmatrix4& matrix);
-cmatrix4 ToMatrix(const affine& transform);
+CORE_API affine ToAffine(const cmatrix4& matrix);
+CORE_API cmatrix4 ToMatrix(const affine& transform);
 
 // Rows of the rotation that a quaternion of any length stands for; zero gives the identity.
-affine FromQuat(const cquat& rotation);
+CORE_API affine FromQuat(const cquat& rotation);
 // The matrix must be a rotation.
-cquat ToQuat(const affine& rotation);
+CORE_API cquat ToQuat(const affine& rotation);
 // The rotation of a transform without its scale, shear and mirror: row 0 keeps its direction, row
 // 2 its side of row 0, row 1 follows from them.
-affine RotationOf(const affine& transform);
+CORE_API affine RotationOf(const affine& transform);
 // false: singular, and the transform stays as it is.
-bool InvertInPlace(affine& transform);
+CORE_API bool InvertInPlace(affine& transform);
 
 }  // namespace core

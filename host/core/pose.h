@@ -11,7 +11,7 @@ namespace core {
 
 // The node's world transform at the frame: local x parent's world. Remembered by the scene that
 // the node belongs to.
-affine WorldAtFrame(const cnode& node, int frame);
+CORE_API affine WorldAtFrame(const cnode& node, int frame);
 
 // The poses of a scene's nodes that were evaluated. A slot holds one frame; frames share slots
 // when there are more of them than memory is meant for, and then the latest frame stays.

@@ -10,12 +10,12 @@ namespace {
 
 bool Earlier(const ckey& a, const ckey& b) { return a.frame < b.frame; }
 
-affine FromKey(const cpoint3& position, const cquat& rotation, const cpoint3& scale) {
-  affine result = FromQuat(rotation);
-  result.row[0] = result.row[0] * scale.x;
-  result.row[1] = result.row[1] * scale.y;
-  result.row[2] = result.row[2] * scale.z;
-  result.move = ToVec(position);
+affine FromKey(const ckey& key) {
+  affine result = FromQuat(key.rot);
+  result.row[0] = result.row[0] * key.scale.x;
+  result.row[1] = result.row[1] * key.scale.y;
+  result.row[2] = result.row[2] * key.scale.z;
+  result.move = ToVec(key.pos);
   return result;
 }
 
@@ -47,41 +47,55 @@ cquat Between(const cquat& a, const cquat& b, double t) {
   return result;
 }
 
-affine FromKey(const ckey& key) { return FromKey(key.pos, key.rot, key.scale); }
-
-}  // namespace
-
-affine LocalAtFrame(const trackstate& track, int frame) {
+// What stands at a frame: a key of the track as it is, or one made between two, in `made`.
+const ckey& At(const trackstate& track, int frame, ckey& made) {
   const std::vector<ckey>& keys = track.keys;
   if (keys.empty()) {
-    return {};
+    return made;
   }
   if (frame <= keys.front().frame) {
-    return FromKey(keys.front());
+    return keys.front();
   }
   if (frame >= keys.back().frame) {
-    return FromKey(keys.back());
+    return keys.back();
   }
   // A track with a key at every frame has it at the frame's own place.
   const std::int64_t guess = static_cast<std::int64_t>(frame) - keys.front().frame;
   if (guess < static_cast<std::int64_t>(keys.size()) &&
       keys[static_cast<std::size_t>(guess)].frame == frame) {
-    return FromKey(keys[static_cast<std::size_t>(guess)]);
+    return keys[static_cast<std::size_t>(guess)];
   }
   const auto after =
       std::upper_bound(keys.begin(), keys.end(), frame,
                        [](int wanted, const ckey& key) { return wanted < key.frame; });
   if (after == keys.begin() || after == keys.end()) {
-    return FromKey(keys.back());  // keys out of order, before they are taken up
+    return keys.back();  // keys out of order, before they are taken up
   }
   const ckey& a = *(after - 1);
   const ckey& b = *after;
   if (a.frame == frame || b.frame <= a.frame) {
-    return FromKey(a);
+    return a;
   }
   const double t =
       (static_cast<double>(frame) - a.frame) / (static_cast<double>(b.frame) - a.frame);
-  return FromKey(Between(a.pos, b.pos, t), Between(a.rot, b.rot, t), Between(a.scale, b.scale, t));
+  made.pos = Between(a.pos, b.pos, t);
+  made.rot = Between(a.rot, b.rot, t);
+  made.scale = Between(a.scale, b.scale, t);
+  return made;
+}
+
+}  // namespace
+
+ckey KeyAtFrame(const trackstate& track, int frame) {
+  ckey made;
+  made = At(track, frame, made);
+  made.frame = frame;
+  return made;
+}
+
+affine LocalAtFrame(const trackstate& track, int frame) {
+  ckey made;
+  return FromKey(At(track, frame, made));
 }
 
 void SortKeys(trackstate& track) {

@@ -41,8 +41,9 @@ struct report {
 bool ReadScene(const std::string& path, const options& how, core::scene& scene, report& told);
 
 // Writes the scene. One animation for each of `NamedClips`; without any, one for all frames of a
-// scene in which something moves. False when the file cannot be written; what was there under the
-// name may be gone then.
+// scene in which something moves. A name that ends in .gltf gets its buffer and images in files of
+// their own beside it, every other name one binary file. False when the file cannot be written or
+// the scene has what no file can hold; an older file under the name is then as it was.
 bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
                 report& told);
 
