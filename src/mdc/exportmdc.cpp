@@ -174,6 +174,7 @@ void BuildSkinSurface(mdcsurfrec& surface, cskin& source, int start, int end) {
 }
 
 void AddSurface(cnode* node, int start, int end) {
+  MakeRoom(run->Surfaces, {"Surfaces", kSource}, {"surfs", kSource});
   auto surface = std::make_unique<mdcsurfrec>();
   SetName(surface->header.name, node->GetName());
   surface->header.ident = kMdcSurfaceIdent;
@@ -189,7 +190,7 @@ void AddSurface(cnode* node, int start, int end) {
   } else {
     BuildSkinSurface(*surface, *static_cast<cskin*>(node), start, end);
   }
-  AppendGrowing(run->Surfaces, std::move(surface), {"Surfaces", kSource}, {"surfs", kSource});
+  run->Surfaces.push_back(std::move(surface));
 }
 
 void CalcSurfaceFrames(int start, int end) {

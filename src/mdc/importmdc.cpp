@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dialogs/options.h"
@@ -54,8 +55,7 @@ void CreateTagBone(const cmdctagentry& tag, int frame) {
   key.rot = EulerToQuat(Point(cmdcfile::TagAngles(tag, frame)));
   bone->anim.SetKey(key);
   bone->UpdateAnim();
-  Interface::AddToScene(bone.get(), 0);
-  bone.release();
+  HandOver(std::move(bone));
 }
 
 // Every shader becomes a material; a surface wears its first.
@@ -98,8 +98,7 @@ void CreateSurfaceMesh(const cmdcsurfentry& entry, cmaterial* material, int fram
     m->SetFace(t, face);
   }
   m->AutoSmooth(kSmoothingAngle, 0);
-  Interface::AddToScene(m.get(), 0);
-  m.release();
+  HandOver(std::move(m));
 }
 
 int ImportMdc(const char* path) {

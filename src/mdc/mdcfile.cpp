@@ -7,6 +7,17 @@ namespace {
 
 std::string SurfacePlace(std::size_t index) { return "surface " + std::to_string(index); }
 
+// Bytes of the blocks that an import of the surface goes through whole, whatever the frame.
+std::int64_t BlockBytes(const mdcSurface& surface, std::int64_t numFrames) {
+  constexpr std::int64_t kTableBytesPerFrame = 2 * sizeof(std::uint16_t);
+  const auto bytes = [](std::int64_t count, std::size_t size) {
+    return count * static_cast<std::int64_t>(size);
+  };
+  return bytes(surface.numShaders, sizeof(mdcShader)) +
+         bytes(surface.numTriangles, sizeof(mdcTriangle)) + bytes(surface.numVerts, sizeof(mdcSt)) +
+         numFrames * kTableBytesPerFrame;
+}
+
 }  // namespace
 
 bool cmdcfile::Load(const char* path) { return LoadWholeFile(path, data_) && Parse(data_.View()); }
@@ -57,13 +68,9 @@ bool cmdcfile::ParseBlock() {
       numSurfaces > block_.Size() / static_cast<std::int64_t>(sizeof(mdcSurface))) {
     return Refuse("the surfaces do not lie inside the file (numSurfaces, ofsSurfaces)");
   }
-  // Surfaces do not share their blocks. Without this a small file could claim the same tables for
-  // thousands of surfaces and take memory far beyond its size.
-  constexpr std::int64_t kTableBytesPerFrame = 2 * sizeof(std::uint16_t);
-  if (numSurfaces * numFrames > block_.Size() / kTableBytesPerFrame) {
-    return Refuse("the surfaces' frame tables are larger than the file (numSurfaces, numFrames)");
-  }
-  std::int64_t trianglesLeft = block_.Size() / static_cast<std::int64_t>(sizeof(mdcTriangle));
+  // Surfaces may share a block, but not so that together they claim more than the file has: a small
+  // file could name the same blocks thousands of times and take memory far beyond its size.
+  std::int64_t bytesLeft = block_.Size();
   surfaces.reserve(static_cast<std::size_t>(numSurfaces));
   for (std::int64_t s = 0; s < numSurfaces; ++s) {
     if (!ParseSurface(offset, static_cast<std::size_t>(s))) {
@@ -71,10 +78,10 @@ bool cmdcfile::ParseBlock() {
     }
     const mdcSurface& surface = *surfaces.back().surface;
     offset += surface.ofsEnd;
-    trianglesLeft -= surface.numTriangles;
-    if (trianglesLeft < 0) {
+    bytesLeft -= BlockBytes(surface, numFrames);
+    if (bytesLeft < 0) {
       return Refuse(SurfacePlace(static_cast<std::size_t>(s)) +
-                    ": the triangles so far are larger than the file");
+                    ": the surfaces' blocks so far are larger than the file");
     }
   }
   return true;

@@ -59,8 +59,9 @@ cmaterial* cmaterials::Make(std::string& path) {
 cmaterial* cmaterials::PlaceInScene(cmaterial* made) {
   ownedmaterial mat(made);
   if (numUnused_ == 0) {
-    Interface::AddToScene(mat.get(), 0);
-    return mat.release();
+    // The scene owns it from the call on, even when it finds no room for it.
+    Interface::AddToScene(mat.release(), 0);
+    return made;
   }
   while (unused_[nextUnused_] == 0) {
     ++nextUnused_;

@@ -40,11 +40,10 @@ void AllocateNamed(std::vector<T>& list, std::size_t count, const allocationname
   }
 }
 
-// Appends to a list that has room for 16 entries at its first use and doubles when the next entry
-// does not fit. The two names stand for the first array and for a grown one.
+// Makes room for the next entry of a list that has room for 16 entries at its first use and doubles
+// when the next entry does not fit. The two names stand for the first array and for a grown one.
 template <class T>
-void AppendGrowing(std::vector<T>& list, T entry, const allocationname& first,
-                   const allocationname& grown) {
+void MakeRoom(std::vector<T>& list, const allocationname& first, const allocationname& grown) {
   constexpr std::size_t kFirstRoom = 16;
   const bool empty = list.empty();
   if (empty || list.size() == list.capacity()) {
@@ -58,6 +57,13 @@ void AppendGrowing(std::vector<T>& list, T entry, const allocationname& first,
       ReportNoMemory(empty ? first : grown);
     }
   }
+}
+
+// Appends to a list that grows as MakeRoom tells.
+template <class T>
+void AppendGrowing(std::vector<T>& list, T entry, const allocationname& first,
+                   const allocationname& grown) {
+  MakeRoom(list, first, grown);
   list.push_back(std::move(entry));
 }
 

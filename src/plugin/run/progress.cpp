@@ -27,6 +27,7 @@ cprogress::~cprogress() { Close(); }
 
 void cprogress::Open(const char* caption) {
   cursor_ = desktop::SetWaitCursor();
+  waiting_ = true;
   hprogress_ = desktop::OpenDialog(ProgressDialog(), rules, caption);
 }
 
@@ -69,8 +70,8 @@ void cprogress::Close() {
     desktop::CloseDialog(hprogress_);
     hprogress_ = nullptr;
   }
-  if (cursor_ != nullptr) {
+  if (waiting_) {
+    waiting_ = false;
     desktop::RestoreCursor(cursor_);
-    cursor_ = nullptr;
   }
 }

@@ -25,5 +25,6 @@ class cprogress {
   void Close();
 
   cdialogwindow* hprogress_ = nullptr;
-  void* cursor_ = nullptr;
+  bool waiting_ = false;
+  void* cursor_ = nullptr;  // the one that showed before; null for none
 };
