@@ -2,4 +2,3 @@
 #include "plugin/notbuilt.h"
 
 int cimpmds::Import(const char* /*path*/) { return TellNotBuilt("import", "mds"); }
-int cexpmds::Export(const char* /*path*/) { return TellNotBuilt("export", "mds"); }

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+class cnode;
+
+// What the games' animation code is told about the torso. Nothing of it is asked of the user: it
+// follows from the names of the games' standard skeleton.
+
+// The number of the torso's parent bone, for `bones` in the order of the file: the first bone whose
+// lower-cased name ends in "spine" at the first "spine" in it; failing that the first one named
+// like Bip01 (five characters, "bip" and two more); failing that 0. A name that has "spine"
+// elsewhere, as Bip01 Spine1, is neither.
+int FindTorsoParent(const std::vector<cnode*>& bones);
+
+// How much a bone follows the torso, 0 to 1. A name with "Bip" in it, to the letter, and more than
+// six characters is looked up without its first six, any other one whole, both regardless of case;
+// 0 for a name that the standard skeleton does not have.
+float GetTorsoWeight(std::string_view name);
+
+// The same for the tag of an mds file, which for some tags is not that of the bone of this name.
+float GetTagTorsoWeight(std::string_view name);
