@@ -2,6 +2,8 @@
 
 #include "plugin/host/handlers.h"
 
+class cmaterial;
+
 // The seven handlers, exported whole. They have no state: a copy copies nothing.
 
 #if defined(_WIN32)
@@ -30,6 +32,15 @@ class MARROW_API cimpmds final : public cimporthandler {
   const char* Ext(int index) override;
   int NumExt() override;
   int Import(const char* path) override;
+
+ private:
+  // Steps of a run.
+  bool CalcBoneFrame(void* file, unsigned long frame);
+  void CacheSkinFiles();
+  bool LoadSkinFile(const char* path);
+  void CreateSurfMaterials();
+  cmaterial* FindMatBySurface(const char* surface);
+  bool LoadAnimConfig();
 };
 
 class MARROW_API cexpmdc final : public cexporthandler {
@@ -63,6 +74,15 @@ class MARROW_API cimpmdmmdx final : public cimporthandler {
   const char* Ext(int index) override;
   int NumExt() override;
   int Import(const char* path) override;
+
+ private:
+  // Steps of a run.
+  bool CalcBoneFrame(void* mesh, void* skeleton, unsigned long frame);
+  void CacheSkinFiles();
+  bool LoadSkinFile(const char* path);
+  void CreateSurfMaterials();
+  cmaterial* FindMatBySurface(const char* surface);
+  bool LoadAnimConfig(const char* mdxPath);
 };
 
 class MARROW_API cexpmdmmdx final : public cexporthandler {

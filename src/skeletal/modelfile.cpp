@@ -37,6 +37,7 @@ bool cmodelfile::ParseRig(skelrig& rig, std::int32_t numBones, std::int32_t ofsB
                     ": a parent is -1 or stands before its child");
     }
   }
+  rig.numFrames = numFrames;
   if (numFrames < 0 || (numFrames == 0 && numBones > 0)) {
     return Refuse("numFrames is " + std::to_string(numFrames) +
                   ": a skeleton has at least 1 frame");

@@ -48,8 +48,9 @@ struct skelmesh {
 struct skelrig {
   std::int32_t numBones = 0;
   const skelBoneInfo* bones = nullptr;
-  // The file's frames. Empty in a file without bones whose header counts frames that are not
-  // there: without bones nothing of a frame is read.
+  std::int32_t numFrames = 0;
+  // numFrames entries, but none in a file without bones that counts frames and has no room for
+  // them: without bones nothing of a frame is read.
   std::vector<const skelFrame*> frames;
 
   // The poses of all bones in a frame.

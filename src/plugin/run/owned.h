@@ -20,6 +20,8 @@ using ownedmaterial = std::unique_ptr<cmaterial, deletematerial>;
 // Hands the object to the scene, which owns it from the call on: it destroys it itself when it
 // finds no room for it.
 template <class Node>
-void HandOver(ownednode<Node> node) {
-  Interface::AddToScene(node.release(), 0);
+Node* HandOver(ownednode<Node> node) {
+  Node* const handed = node.release();
+  Interface::AddToScene(handed, 0);
+  return handed;
 }

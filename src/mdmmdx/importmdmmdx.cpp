@@ -1,0 +1,105 @@
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "mdmmdx/mdmfile.h"
+#include "mdmmdx/mdxfile.h"
+#include "plugin/handlers.h"
+#include "plugin/platform/services.h"
+#include "plugin/run/allocation.h"
+#include "plugin/run/run.h"
+#include "skeletal/importrun.h"
+
+namespace {
+
+constexpr importformat kFormat{"ImportMDMMDX", "RTCW-ET", "MDM/MDX Importer(beta) - Options",
+                               skinform::Quoted};
+// Room for the path of the mdx file.
+constexpr int kPathSize = 512;
+
+struct importrun {
+  cmdmfile mesh;
+  cmdxfile skeleton;
+  cskelimport model{kFormat};
+};
+
+std::optional<importrun> run;
+
+int AskOpenMDXFileName(char* path) {
+  constexpr cfiledialog kDialog{
+      "Load Animation File(MDX)", "RTCW-ET MDX Files (*.mdx)", "*.mdx", "mdx",
+      kFileDialogFileMustExist | kFileDialogPathMustExist | kFileDialogHideReadOnly};
+  return desktop::AskOpenFile(kDialog, path, kPathSize);
+}
+
+// A tag keeps one key, relative to its parent bone, and follows that bone.
+void CreateTag(const cskelimport& model, const mdmTag& tag) {
+  ownednode<cbone> tagbone =
+      model.CreateBone(NameText(tag.name).data(), tag.boneIndex, {"tagbone", kFormat.source});
+  cmatrix4 axis;
+  for (std::size_t row = 0; row < 3; ++row) {
+    for (std::size_t c = 0; c < 3; ++c) {
+      axis.m[row][c] = tag.axis[row][c];
+    }
+  }
+  ckey key;
+  key.pos = MakePt3(tag.offset[0], tag.offset[1], tag.offset[2]);
+  key.rot = QuatFromMatrix(axis);
+  tagbone->anim.SetKey(key);
+  HandOver(std::move(tagbone));
+}
+
+void CreateTags() {
+  for (const mdmTag* tag : run->mesh.tags) {
+    CreateTag(run->model, *tag);
+  }
+}
+
+}  // namespace
+
+int cimpmdmmdx::Import(const char* path) {
+  return RunToEdge([&] {
+    const runscope scope(run);
+    cmdmfile& mesh = run->mesh;
+    cmdxfile& skeleton = run->skeleton;
+    cskelimport& model = run->model;
+    char mdxPath[kPathSize] = {};
+    if (AskOpenMDXFileName(mdxPath) == 0) {
+      return kRunNothing;
+    }
+    std::string fault;
+    if (!mesh.Load(path) || !skeleton.Load(mdxPath) || !mesh.FitsTo(skeleton, fault)) {
+      return kRunFailed;
+    }
+    model.Begin(path, skeleton, mesh);
+    LoadAnimConfig(mdxPath);
+    CacheSkinFiles();
+    return model.Run({
+        .loadSkinFile = [&](const char* skin) { LoadSkinFile(skin); },
+        .addModelNote = [&] { model.AddModelNote(*mesh.header); },
+        .createTags = CreateTags,
+        .calcBoneFrame = [&](unsigned long frame) { CalcBoneFrame(&mesh, &skeleton, frame); },
+        .createSurfMaterials = [&] { CreateSurfMaterials(); },
+        .findMatBySurface = [&](const char* surface) { return FindMatBySurface(surface); },
+    });
+  });
+}
+
+bool cimpmdmmdx::CalcBoneFrame(void* /*mesh*/, void* skeleton, unsigned long frame) {
+  CalcBonePoses(*static_cast<cmdxfile*>(skeleton), frame, run->model.Poses());
+  return true;
+}
+
+void cimpmdmmdx::CacheSkinFiles() { run->model.CacheSkinFiles(); }
+
+bool cimpmdmmdx::LoadSkinFile(const char* path) { return run->model.LoadSkinFile(path); }
+
+void cimpmdmmdx::CreateSurfMaterials() { run->model.CreateSurfMaterials(); }
+
+cmaterial* cimpmdmmdx::FindMatBySurface(const char* surface) {
+  return run->model.FindMatBySurface(surface);
+}
+
+bool cimpmdmmdx::LoadAnimConfig(const char* mdxPath) {
+  return LoadAninc(mdxPath, run->model.Sequences());
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "sidefiles/animseq.h"
+
+// The sequences beside a model, in the order of their file.
+class canimsequences {
+ public:
+  // source: the importer's name for the host's assertion.
+  explicit canimsequences(const char* source) : source_(source) {}
+  canimsequences(const canimsequences&) = delete;
+  canimsequences& operator=(const canimsequences&) = delete;
+
+  void AddAnimSequence(const animseq& sequence);
+
+  // Records stay where they are as long as the list.
+  animseq** Records() { return animsequence_.data(); }
+  int Count() const { return static_cast<int>(animsequence_.size()); }
+  const animseq& operator[](int index) const {
+    return *animsequence_[static_cast<std::size_t>(index)];
+  }
+
+ private:
+  const char* source_;
+  std::deque<animseq> records_;
+  std::vector<animseq*> animsequence_;
+};
+
+// Line by line. Whole files are read with the functions below.
+class cwolfanimparser {
+ public:
+  explicit cwolfanimparser(canimsequences& sequences) : sequences_(&sequences) {}
+  // False: reading stops at this line.
+  bool Take(const char* line);
+
+ private:
+  canimsequences* sequences_;
+  bool skeletal_ = false;
+  bool begun_ = false;
+};
+void TakeAnincLine(const char* line, canimsequences& sequences);
+
+// wolfanim.cfg in the model's directory. False when it cannot be opened.
+bool LoadWolfanim(const std::string& modeldir, canimsequences& sequences);
+// The file beside an mdx file, whose path has .aninc for all from the last full stop on. False
+// when there is no full stop or the file cannot be opened.
+bool LoadAninc(const std::string& mdxPath, canimsequences& sequences);

@@ -1,0 +1,129 @@
+// Keys of the bones, from the frames that the user's choice of sequences asks for.
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include "skeletal/importrun.h"
+
+namespace {
+
+// The frames of the file that a sequence asks for and the file has.
+struct framestretch {
+  const animseq* sequence;
+  int first;
+  int count;
+};
+
+framestretch CutToFile(const animseq& sequence, std::size_t numFrames) {
+  const auto limit = static_cast<std::int64_t>(numFrames);
+  const std::int64_t end = std::int64_t{sequence.startframe} + sequence.numframes;
+  const std::int64_t from = std::clamp<std::int64_t>(sequence.startframe, 0, limit);
+  const std::int64_t to = std::clamp<std::int64_t>(end, from, limit);
+  return {&sequence, static_cast<int>(from), static_cast<int>(to - from)};
+}
+
+void AddSequenceNote(const animseq& sequence, int first, int count) {
+  char text[1024];
+  const int length = std::snprintf(text, sizeof text, "%s %d %d %d %d\n", sequence.name, first,
+                                   count, sequence.param3, sequence.param4);
+  Interface::AddNotes(text, length);
+}
+
+}  // namespace
+
+void cskelimport::CreateKeys(const importsteps& steps) {
+  int count = 0;
+  if (importAnimation_ != 0) {
+    for (int i = 0; i < animsequence_.Count(); ++i) {
+      count += animsequence_[i].selected ? 1 : 0;
+    }
+    char text[128];
+    const int length =
+        std::snprintf(text, sizeof text, "%s anim sequences: %d\n", format_->game, count);
+    Interface::AddNotes(text, length);
+  }
+  if (count == 0) {
+    SetSingleKeys(steps);
+  } else if (count == animsequence_.Count()) {
+    SetAllKeys(steps);
+  } else {
+    SetSequenceKeys(steps);
+  }
+  for (const cimpbone& pose : pBone_) {
+    pose.bone->UpdateAnim();
+  }
+}
+
+void cskelimport::SetSingleKeys(const importsteps& steps) {
+  steps.calcBoneFrame(0);
+  for (std::size_t i = 0; i < pBone_.size(); ++i) {
+    pBone_[i].bone->anim.SetKey(BoneKey(*rig_, pBone_, i, 0));
+  }
+}
+
+// Whatever the sequences cover.
+void cskelimport::SetAllKeys(const importsteps& steps) {
+  const int numFrames = rig_->numFrames;
+  progress_.SetRange(numFrames);
+  progress_.SetPosition(0);
+  for (std::size_t f = 0; f < rig_->frames.size(); ++f) {
+    const auto frame = static_cast<int>(f);
+    progress_.SetText("Calculating Frame: %d of %d\n", frame, numFrames);
+    progress_.SetPosition(frame);
+    steps.calcBoneFrame(f);
+    if (f == 0) {
+      GiveRoomForKeys(rig_->frames.size());
+    }
+    SetBoneKeys(frame);
+  }
+  for (int i = 0; i < animsequence_.Count(); ++i) {
+    AddSequenceNote(animsequence_[i], animsequence_[i].startframe, animsequence_[i].numframes);
+  }
+  animEnd_ = numFrames;
+}
+
+// The selected sequences one behind the other. A sequence's note names its last key: together
+// with the number of frames that is where it lies on the time line.
+void cskelimport::SetSequenceKeys(const importsteps& steps) {
+  std::vector<framestretch> stretches;
+  std::size_t sum = 0;
+  for (int i = 0; i < animsequence_.Count(); ++i) {
+    if (animsequence_[i].selected) {
+      stretches.push_back(CutToFile(animsequence_[i], rig_->frames.size()));
+      sum += static_cast<std::size_t>(stretches.back().count);
+    }
+  }
+  GiveRoomForKeys(sum);
+  int key = 0;
+  for (const framestretch& stretch : stretches) {
+    progress_.SetRange(stretch.count);
+    progress_.SetPosition(0);
+    for (int f = 0; f < stretch.count; ++f) {
+      progress_.SetText("Calculating Sequence [%s] Frame: %d of %d\n", stretch.sequence->name, f,
+                        stretch.count);
+      progress_.SetPosition(f);
+      steps.calcBoneFrame(static_cast<unsigned long>(stretch.first) +
+                          static_cast<unsigned long>(f));
+      SetBoneKeys(key++);
+    }
+    AddSequenceNote(*stretch.sequence, stretch.count > 0 ? key - 1 : key, stretch.count);
+  }
+  animEnd_ = key;
+}
+
+void cskelimport::SetBoneKeys(int frame) {
+  for (std::size_t i = 0; i < pBone_.size(); ++i) {
+    ckey key = BoneKey(*rig_, pBone_, i, frame);
+    pBone_[i].bone->anim.SetKeyAt(frame, key, 0);
+  }
+}
+
+void cskelimport::GiveRoomForKeys(std::size_t count) {
+  if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    throw std::bad_alloc();
+  }
+  for (const cimpbone& pose : pBone_) {
+    pose.bone->anim.SetNumKeys(static_cast<int>(count), 0);
+  }
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "plugin/host/nodes.h"
+#include "skeletal/modelfile.h"
+
+// The pose of one bone in the frame that was computed last.
+struct cimpbone {
+  // The world position of a bone without a parent; otherwise the offset from the parent, along
+  // the world's axes.
+  cpoint3 pos;
+  // The orientation whose X axis is the direction from the parent.
+  cmatrix4 offsetTM;
+  // The world rotation.
+  cmatrix4 rotTM;
+  cmatrix4 worldTM;
+  // The scene's bone, if bones are imported.
+  cbone* bone = nullptr;
+};
+
+// Fills the poses, one for each bone of the rig, with those of a frame of the file. Without bones
+// or such a frame nothing is read.
+void CalcBonePoses(const skelrig& rig, std::size_t frame, std::vector<cimpbone>& pBone);
+
+// The bone's pose relative to its parent as the key at `frame`.
+ckey BoneKey(const skelrig& rig, const std::vector<cimpbone>& pBone, std::size_t index, int frame);
