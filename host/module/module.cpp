@@ -1,8 +1,8 @@
 #include "module/module.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
+
+#include "module/sharedlibrary.h"
 
 namespace module {
 
@@ -15,7 +15,7 @@ std::string Fold(std::string text) {
   return text;
 }
 
-// POSIX allows the conversion that the language leaves to the implementation.
+// The systems allow the conversion that the language leaves to the implementation.
 template <class Function>
 Function* Entry(const library& module, const char* name, std::string& error) {
   void* address = module.Symbol(name);
@@ -40,19 +40,18 @@ bool HasExtension(const handler& row, const std::string& suffix) {
 
 }  // namespace
 
-library::~library() { dlclose(handle_); }
+library::~library() { CloseShared(handle_); }
 
 std::unique_ptr<library> library::Load(const std::string& path, std::string& error) {
-  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* const handle = OpenShared(path, error);
   if (handle == nullptr) {
-    error = dlerror();
     return nullptr;
   }
   std::unique_ptr<library> loaded(new library(handle));
   return loaded->ReadRegistry(error) ? std::move(loaded) : nullptr;
 }
 
-void* library::Symbol(const char* name) const { return dlsym(handle_, name); }
+void* library::Symbol(const char* name) const { return SharedSymbol(handle_, name); }
 
 bool library::ReadRegistry(std::string& error) {
   auto* const libNumberClasses = Entry<int()>(*this, "LibNumberClasses", error);

@@ -37,6 +37,8 @@ struct cdialogtemplate {
   bool toolWindow;  // a modeless window without a system menu: the progress window
   const cdialogcontrol* controls;
   std::size_t numControls;
+  // Where the module keeps its instance handle, in whose resources the dialog is found.
+  void* const* module;
 };
 
 // Ids of the two standard commands.
