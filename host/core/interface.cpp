@@ -114,7 +114,7 @@ void Interface::GetUnusedMaterials(cbooleanarray& unused) {
   }
 }
 
-int Interface::PickFromList(unsigned /*first*/, unsigned /*second*/, char* title, char* /*button*/,
+int Interface::PickFromList(unsigned /*first*/, unsigned /*second*/, char* title, char* button,
                             int (*filter)(cnode*), void (*pick)(cnode*)) {
   const core::scene* scene = core::scene::CurrentOrNull();
   if (scene == nullptr || !Picker()) {
@@ -126,7 +126,7 @@ int Interface::PickFromList(unsigned /*first*/, unsigned /*second*/, char* title
       candidates.push_back(node);
     }
   }
-  cnode* chosen = Picker()(candidates, title);
+  cnode* chosen = Picker()(candidates, title, button);
   if (chosen == nullptr) {
     return 0;
   }

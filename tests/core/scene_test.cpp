@@ -183,7 +183,7 @@ TEST_F(Scene, MaterialsNotesPickerAndAssertion) {
         [](cnode* node) { picked = node; });
   };
   EXPECT_EQ(pick(), 0);
-  core::SetPicker([&](const std::vector<cnode*>& nodes, const char*) -> cnode* {
+  core::SetPicker([&](const std::vector<cnode*>& nodes, const char*, const char*) -> cnode* {
     EXPECT_EQ(nodes, std::vector<cnode*>{second});
     return nodes.front();
   });
