@@ -1,0 +1,221 @@
+#include "dialogtest.h"
+
+namespace {
+
+// What one of the two export dialogs is: its controls and how it is asked for.
+struct exportdialog {
+  int id;
+  int start;
+  int end;
+  int origin;
+  int select;
+  int choice;
+  const char* caption;
+  int (*show)(int* start, int* end, int* choice, char* origin, int enable);
+};
+
+constexpr exportdialog kMdcMds{
+    103, 1010, 1011, 1015, 1016, 1012, "Export MDC/MDS", ShowExportOptions};
+constexpr exportdialog kMdmMdx{105,
+                               1020,
+                               1021,
+                               1018,
+                               1019,
+                               1023,
+                               "Export MDM/MDX",
+                               [](int* start, int* end, int* choice, char* origin, int enable) {
+                                 return ShowMDXExportOptions(start, end, origin, choice, enable);
+                               }};
+
+class ExportOptions : public dialogtest, public testing::WithParamInterface<exportdialog> {
+ protected:
+  int Show(const script& user, int enable = 1) {
+    desk.scripts[dialog.id] = user;
+    return dialog.show(&start, &end, &choice, origin, enable);
+  }
+  // The state of the choice is the module's for life, so a test brings it to where it needs it.
+  void SetChoice(bool wanted) {
+    Show([&](scriptedwindow& window) {
+      if (window.Checked(dialog.choice) != wanted) {
+        window.Click(dialog.choice);
+      }
+      window.Ok();
+    });
+  }
+
+  const exportdialog& dialog = GetParam();
+  int start = 4;
+  int end = 9;
+  int choice = -7;
+  char origin[128] = "before";
+};
+
+TEST_P(ExportOptions, OpensWithTheRangeAndHandsBackWhatTheFieldsSay) {
+  EXPECT_EQ(Show([&](scriptedwindow& window) {
+              EXPECT_EQ(window.Text(dialog.start), "4");
+              EXPECT_EQ(window.Text(dialog.end), "9");
+              EXPECT_EQ(window.Text(dialog.origin), "");
+              window.Type(dialog.start, "");
+              window.Type(dialog.end, "-12x");
+              window.Type(dialog.origin, "pelvis");
+              window.Ok();
+            }),
+            1);
+  EXPECT_EQ(start, 0);
+  EXPECT_EQ(end, 12);
+  EXPECT_STREQ(origin, "pelvis");
+  // What no key can type may still stand in a field.
+  Show([&](scriptedwindow& window) {
+    window.SetText(dialog.start, "-5");
+    window.SetText(dialog.end, "99999999999");
+    window.Type(dialog.origin, std::string(300, 'n'));
+    window.Ok();
+  });
+  EXPECT_EQ(start, 0);
+  EXPECT_EQ(end, 2147483647);
+  EXPECT_EQ(std::string(origin), std::string(127, 'n'));
+}
+
+TEST_P(ExportOptions, AStartAboveTheEndIsToldAndTheDialogStays) {
+  const int result = Show([&](scriptedwindow& window) {
+    window.Type(dialog.start, "5");
+    window.Type(dialog.end, "3");
+    window.Ok();
+    EXPECT_FALSE(window.Ended());
+    EXPECT_EQ(window.Text(dialog.start), "5");
+    window.Type(dialog.end, "5");
+    window.Ok();
+  });
+  EXPECT_EQ(result, 1);
+  EXPECT_EQ(messages,
+            std::vector<std::string>{std::string(dialog.caption) +
+                                     ": Start Frame must not be greater than End Frame! 48"});
+  EXPECT_EQ(start, 5);
+  EXPECT_EQ(end, 5);
+}
+
+TEST_P(ExportOptions, ThePickerFillsTheFieldAndTheFieldDecides) {
+  AddTriangle("crate");
+  cbone* bone = AddBone("hip", nullptr, {});
+  std::string title;
+  cnode* chosen = bone;
+  core::SetPicker([&](const std::vector<cnode*>& candidates, const char* text) {
+    EXPECT_EQ(candidates.size(), 2U);
+    title = text;
+    return chosen;
+  });
+  const auto select = [&](scriptedwindow& window) {
+    window.Click(dialog.select);
+    EXPECT_TRUE(window.HasFocus());
+    EXPECT_EQ(window.Text(dialog.origin), "hip");
+  };
+  Show([&](scriptedwindow& window) {
+    select(window);
+    chosen = nullptr;
+    select(window);  // nothing picked: the field stays
+    chosen = bone;
+    window.Ok();
+  });
+  EXPECT_EQ(title, "Select Origin Object");
+  EXPECT_STREQ(origin, "hip");
+  Show([&](scriptedwindow& window) {
+    select(window);
+    window.Type(dialog.origin, "");
+    window.Ok();
+  });
+  EXPECT_STREQ(origin, "");
+  start = 4;
+  EXPECT_EQ(Show([&](scriptedwindow& window) {
+              select(window);
+              window.Type(dialog.start, "8");
+              window.Click(dialog.choice);
+              window.Cancel();
+            }),
+            0);
+  EXPECT_STREQ(origin, "");
+  EXPECT_EQ(start, 4);
+}
+
+TEST_P(ExportOptions, TheChoiceLastsAfterOkAlone) {
+  for (const bool wanted : {false, true}) {
+    SetChoice(wanted);
+    EXPECT_EQ(choice, wanted ? 1 : 0);
+    choice = -7;
+    Show([&](scriptedwindow& window) {
+      EXPECT_EQ(window.Checked(dialog.choice), wanted);
+      window.Click(dialog.choice);
+      window.Cancel();
+    });
+    EXPECT_EQ(choice, -7);
+    // Closed otherwise: as cancelled.
+    EXPECT_EQ(
+        Show([&](scriptedwindow& window) { EXPECT_EQ(window.Checked(dialog.choice), wanted); }), 0);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, ExportOptions, testing::Values(kMdcMds, kMdmMdx),
+                         [](const auto& dialog) { return std::to_string(dialog.param.id); });
+
+class MdsExportOptions : public ExportOptions {};
+
+TEST_P(MdsExportOptions, TheModelsBoxIsGreyUncheckedAndKeepsItsState) {
+  for (const bool kept : {true, false}) {
+    SetChoice(kept);
+    Show(
+        [&](scriptedwindow& window) {
+          EXPECT_FALSE(window.Enabled(1012));
+          EXPECT_FALSE(window.Checked(1012));
+          EXPECT_FALSE(window.Click(1012));
+          window.Ok();
+        },
+        0);
+    EXPECT_EQ(choice, kept ? 1 : 0);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Mds, MdsExportOptions, testing::Values(kMdcMds));
+
+class MdxExportOptions : public ExportOptions {
+ protected:
+  static void ExpectFields(const scriptedwindow& window, bool enabled) {
+    for (const int id : {1018, 1019, 1020, 1021}) {
+      EXPECT_EQ(window.Enabled(id), enabled) << id;
+    }
+  }
+};
+
+TEST_P(MdxExportOptions, TheBoxGreysTheFieldsWhichAreReadAllTheSame) {
+  SetChoice(true);
+  Show([](scriptedwindow& window) {
+    ExpectFields(window, true);
+    window.Type(1020, "6");
+    window.Click(1023);
+    ExpectFields(window, false);
+    window.Click(1023);
+    ExpectFields(window, true);
+    window.Click(1023);
+    window.Ok();
+  });
+  EXPECT_EQ(start, 6);
+  EXPECT_EQ(choice, 0);
+  Show([](scriptedwindow& window) {
+    ExpectFields(window, false);
+    window.Ok();
+  });
+  EXPECT_EQ(choice, 0);
+  // For an mdx file alone the box is checked and grey, and OK leaves it checked for good.
+  Show(
+      [](scriptedwindow& window) {
+        EXPECT_TRUE(window.Checked(1023));
+        EXPECT_FALSE(window.Enabled(1023));
+        ExpectFields(window, true);
+        window.Ok();
+      },
+      0);
+  EXPECT_EQ(choice, 1);
+  Show([](scriptedwindow& window) { EXPECT_TRUE(window.Checked(1023)); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Mdx, MdxExportOptions, testing::Values(kMdmMdx));
+
+}  // namespace
