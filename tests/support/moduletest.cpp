@@ -1,5 +1,7 @@
 #include "support/moduletest.h"
 
+#include <ostream>
+
 namespace {
 
 constexpr int kNoHandler = -100;
@@ -8,7 +10,8 @@ std::string Suffix(const std::string& path) { return path.substr(path.rfind('.')
 
 void Note(std::vector<progressstep>& steps, const desktop::scriptedwindow& window) {
   progressstep step{window.Text(1014), window.BarHigh(), window.BarPosition()};
-  if (!steps.empty() && steps.back().text == step.text && steps.back().high == step.high) {
+  if (!steps.empty() && steps.back().text == step.text && steps.back().high == step.high &&
+      steps.back().position <= step.position) {
     steps.back() = step;
   } else {
     steps.push_back(step);
@@ -16,6 +19,14 @@ void Note(std::vector<progressstep>& steps, const desktop::scriptedwindow& windo
 }
 
 }  // namespace
+
+std::ostream& operator<<(std::ostream& out, const shownmessage& message) {
+  return out << message.caption << ": " << message.text << " (" << message.style << ")";
+}
+
+std::ostream& operator<<(std::ostream& out, const progressstep& step) {
+  return out << step.text << " [" << step.position << " of " << step.high << "]";
+}
 
 std::vector<std::string> runlog::Texts() const {
   std::vector<std::string> texts;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ struct shownmessage {
   bool operator==(const shownmessage&) const = default;
 };
 
+std::ostream& operator<<(std::ostream& out, const shownmessage& message);
+
 // A state of the progress window: the text, the bar's end and its position.
 struct progressstep {
   std::string text;
@@ -28,10 +31,12 @@ struct progressstep {
   bool operator==(const progressstep&) const = default;
 };
 
+std::ostream& operator<<(std::ostream& out, const progressstep& step);
+
 // What a run showed and asked of the desktop.
 struct runlog {
   std::vector<shownmessage> messages;
-  // The states of the progress window in their order. A new position alone changes the last one.
+  // The states of the progress window in their order. A higher position alone changes the last one.
   std::vector<progressstep> steps;
   std::string caption;  // of the progress window; empty when there was none
   // Everything in the order in which it came: "wait cursor", "window", "sleep 500",

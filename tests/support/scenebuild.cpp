@@ -12,8 +12,8 @@ ckey KeyAt(int frame, const cpoint3& position, const cpoint3& angles, const cpoi
 namespace {
 
 template <class Node>
-Node* Place(Node* node, const char* name, cnode* parent, const std::vector<ckey>& keys) {
-  node->SetName(name);
+Node* Place(Node* node, const std::string& name, cnode* parent, const std::vector<ckey>& keys) {
+  node->SetName(name.c_str());
   SetKeys(*node, keys);
   if (parent != nullptr) {
     parent->AttachChild(node, 1);
@@ -34,11 +34,11 @@ void SetKeys(cnode& node, const std::vector<ckey>& keys) {
   node.UpdateAnim();
 }
 
-cbone* AddBone(const char* name, cnode* parent, const std::vector<ckey>& keys) {
+cbone* AddBone(const std::string& name, cnode* parent, const std::vector<ckey>& keys) {
   return Place(CreateNewBone(), name, parent, keys);
 }
 
-cnode* AddDummy(const char* name, cnode* parent, const std::vector<ckey>& keys) {
+cnode* AddDummy(const std::string& name, cnode* parent, const std::vector<ckey>& keys) {
   return Place(new core::cdummy, name, parent, keys);
 }
 
@@ -50,10 +50,10 @@ void SetTriangle(cmesh& mesh, int index, int a, int b, int c) {
   mesh.SetFace(index, face);
 }
 
-cmesh* MakeMesh(const char* name, const std::vector<cpoint3>& verts,
+cmesh* MakeMesh(const std::string& name, const std::vector<cpoint3>& verts,
                 const std::vector<corners>& triangles) {
   cmesh* mesh = CreateNewMesh();
-  mesh->SetName(name);
+  mesh->SetName(name.c_str());
   const int numVerts = static_cast<int>(verts.size());
   mesh->Allocate(numVerts, numVerts, static_cast<int>(triangles.size()));
   for (int v = 0; v < numVerts; ++v) {
@@ -69,20 +69,20 @@ cmesh* MakeMesh(const char* name, const std::vector<cpoint3>& verts,
   return mesh;
 }
 
-cmesh* AddMesh(const char* name, const std::vector<cpoint3>& verts,
+cmesh* AddMesh(const std::string& name, const std::vector<cpoint3>& verts,
                const std::vector<corners>& triangles) {
   cmesh* mesh = MakeMesh(name, verts, triangles);
   Interface::AddToScene(mesh, 0);
   return mesh;
 }
 
-cmesh* AddTriangle(const char* name, const cpoint3& at) {
+cmesh* AddTriangle(const std::string& name, const cpoint3& at) {
   const std::vector<cpoint3> verts{at, at + MakePt3(1.0F, 0.0F, 0.0F),
                                    at + MakePt3(0.0F, 2.0F, 0.0F)};
   return AddMesh(name, verts, {{0, 1, 2}});
 }
 
-cskin* AddSkin(const char* name, const std::vector<cpoint3>& offsets,
+cskin* AddSkin(const std::string& name, const std::vector<cpoint3>& offsets,
                const std::vector<cnode*>& bones, const std::vector<corners>& triangles) {
   std::vector<cpoint3> rest;
   for (std::size_t v = 0; v < offsets.size(); ++v) {
@@ -92,7 +92,7 @@ cskin* AddSkin(const char* name, const std::vector<cpoint3>& offsets,
   cskin* skin = CreateNewSkin();
   skin->Init(mesh);
   mesh->Destroy();
-  skin->SetName(name);
+  skin->SetName(name.c_str());
   for (std::size_t v = 0; v < offsets.size(); ++v) {
     cskinweight weight;
     weight.weight = 1.0F;
@@ -106,9 +106,9 @@ cskin* AddSkin(const char* name, const std::vector<cpoint3>& offsets,
   return skin;
 }
 
-cmaterial* AddMaterial(const char* name, const char* imagePath) {
+cmaterial* AddMaterial(const std::string& name, const char* imagePath) {
   cmaterial* material = CreateNewMaterial();
-  material->SetName(name);
+  material->SetName(name.c_str());
   if (imagePath != nullptr) {
     material->GetImage(0)->SetPathName(imagePath);
   }
