@@ -167,7 +167,10 @@ TEST_F(MdcImport, AFileThatDoesNotHoldIsRefusedBeforeAnythingHappens) {
 }
 
 TEST_F(MdcImport, SurfacesThatNameTheSameBlocksTakeNoMoreThanTheFileIsWorth) {
-  model.surfaces.assign(3000, {});
+  mdcmodel::surface empty;
+  empty.baseByFrame = {0, 0};
+  empty.compByFrame = {0xFFFF, 0xFFFF};
+  model.surfaces.assign(3000, empty);
   const bytes plain = model.Write();
   const auto numVerts = static_cast<std::int64_t>(plain.size()) / 16;
   const auto first = bytereader(plain).I32(104);
