@@ -1,3 +1,5 @@
+#include <ostream>
+
 #include "dialogtest.h"
 
 namespace {
@@ -13,6 +15,9 @@ struct exportdialog {
   const char* caption;
   int (*show)(int* start, int* end, int* choice, char* origin, int enable);
 };
+
+// For the names of the tests.
+std::ostream& operator<<(std::ostream& out, const exportdialog& dialog) { return out << dialog.id; }
 
 constexpr exportdialog kMdcMds{
     103, 1010, 1011, 1015, 1016, 1012, "Export MDC/MDS", ShowExportOptions};
@@ -99,8 +104,9 @@ TEST_P(ExportOptions, ThePickerFillsTheFieldAndTheFieldDecides) {
   cbone* bone = AddBone("hip", nullptr, {});
   std::string title;
   cnode* chosen = bone;
-  core::SetPicker([&](const std::vector<cnode*>& candidates, const char* text) {
+  core::SetPicker([&](const std::vector<cnode*>& candidates, const char* text, const char* button) {
     EXPECT_EQ(candidates.size(), 2U);
+    EXPECT_STREQ(button, "Select");
     title = text;
     return chosen;
   });

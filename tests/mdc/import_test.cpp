@@ -180,7 +180,7 @@ TEST_F(MdcImport, SurfacesThatNameTheSameBlocksTakeNoMoreThanTheFileIsWorth) {
     bytewriter file;
     file.Name(std::string(plain.begin(), plain.end()), plain.size());
     for (int s = 0; s < surfaces; ++s) {
-      const std::int64_t at = first + std::int64_t{124} * s;
+      const std::int64_t at = first + std::int64_t{132} * s;
       file.Patch(at + 84, numVerts);
       for (const int offset : {100, 104, 108}) {
         file.Patch(at + offset, -at);
