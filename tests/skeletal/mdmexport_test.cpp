@@ -1,0 +1,155 @@
+// The exporters of mdm and mdx through the loaded module, and what runs of all three show.
+
+#include <filesystem>
+
+#include "skeletal/exporttest.h"
+
+namespace {
+
+using MdmExport = exporttest;
+using numbers = std::vector<int>;
+
+TEST_F(MdmExport, TagsAndTheirChains) {
+  cbone* top = AddStill("top", nullptr, {1.0F, 0.0F, 0.0F});
+  cbone* hand = AddStill("mytag_hand", top, {0.0F, 5.0F, 0.0F}, {0.0F, 90.0F, 0.0F});
+  cbone* held = AddStill("tag_weapon", hand, {2.0F, 0.0F, 0.0F}, {0.0F, 0.0F, 30.0F});
+  AddStill("TAG_Under", held, {0.0F, 3.0F, 0.0F}, {20.0F, 0.0F, 0.0F});
+  AddStill("tag_alone", nullptr, {7.0F, 8.0F, 9.0F}, {0.0F, 40.0F, 0.0F});
+  AddStill("below", held, {});
+  AddSkin("body", {{0, 0, 0}, {1, 0, 0}}, {held, hand}, {});
+  const auto skeleton = Mdx();
+  const auto model = Mdm();
+  ASSERT_EQ(skeleton->numBones, 3);
+  EXPECT_EQ(Text(skeleton->bones[1].name), "mytag_hand");
+  EXPECT_EQ(Text(skeleton->bones[2].name), "below");
+  EXPECT_EQ(skeleton->bones[2].parent, -1) << "a tag is no parent";
+  cvertexwalk vertex = model->Vertices(model->surfaces[0]);
+  EXPECT_EQ(vertex.Weights()[0].boneIndex, -1);
+  vertex.Next();
+  EXPECT_EQ(vertex.Weights()[0].boneIndex, 1);
+  EXPECT_EQ(BoneReferences(*model->surfaces[0].surface), (numbers{0, 1}));
+  struct row {
+    const char* name;
+    int boneIndex;
+    cpoint3 angles, offset;  // seen from the parent in the scene
+    numbers chain;
+  };
+  const row rows[] = {{"tag_weapon", 1, {0, 0, 30}, {2, 0, 0}, {0, 1}},
+                      {"TAG_Under", -1, {20, 0, 0}, {0, 3, 0}, {}},
+                      {"tag_alone", -1, {0, 40, 0}, {7, 8, 9}, {}}};
+  ASSERT_EQ(model->tags.size(), std::size(rows));
+  for (std::size_t t = 0; t < std::size(rows); ++t) {
+    const mdmTag& tag = *model->tags[t];
+    EXPECT_EQ(Text(tag.name), rows[t].name);
+    EXPECT_EQ(tag.boneIndex, rows[t].boneIndex) << rows[t].name;
+    const auto* chain = reinterpret_cast<const little<std::int32_t>*>(&tag + 1);
+    EXPECT_EQ(numbers(chain, chain + tag.numBoneReferences), rows[t].chain) << rows[t].name;
+    ExpectPoint({tag.offset[0], tag.offset[1], tag.offset[2]}, rows[t].offset, 1e-5F);
+    cmatrix4 axis;
+    for (std::size_t i = 0; i < 9; ++i) {
+      axis.m[i / 3][i % 3] = tag.axis[i / 3][i % 3];
+    }
+    ExpectPoint(QuatToEuler(QuatFromMatrix(axis)), rows[t].angles, 1e-3F);
+  }
+}
+
+TEST_F(MdmExport, TagsAloneAreNoSkeleton) {
+  AddStill("tag_a", AddStill("tag_b", nullptr, {}), {});
+  EXPECT_EQ(Mdm()->Size(), 100U);
+  SetRange(2, 9);
+  EXPECT_EQ(Mdx()->Size(), 96U);
+  EXPECT_EQ(Mdx()->header->numFrames, 8);
+}
+
+TEST_F(MdmExport, AsksForTheSkeletonsFile) {
+  AddStill("bone", nullptr, {});
+  std::string answer = "no_dot";
+  bool asked = false;
+  bool focused = false;
+  desk.onSaveFile = [&](const cfiledialog& dialog, std::string& path) {
+    asked = true;
+    EXPECT_STREQ(dialog.title, "Save Animation File(MDX)");
+    EXPECT_STREQ(dialog.filterName, "RTCW-ET MDX Files (*.mdx)");
+    EXPECT_STREQ(dialog.filterPattern, "*.mdx");
+    EXPECT_STREQ(dialog.defaultExtension, "mdx");
+    EXPECT_EQ(dialog.flags, 0x1806U);
+    path = answer;
+    return true;
+  };
+  desk.onProgress = [&](const desktop::scriptedwindow& window) { focused = window.HasFocus(); };
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(directory.Path());
+  EXPECT_EQ(Export("out.mdm"), 1);
+  std::filesystem::current_path(before);
+  EXPECT_TRUE(focused) << "given back to the window for the frames";
+  cmdxfile skeleton;
+  ASSERT_TRUE(skeleton.Load(directory.File("no_dot.mdx").c_str()));
+  EXPECT_EQ(Text(skeleton.header->name), "no_dot.mdx");
+
+  answer = "";
+  EXPECT_EQ(Export(directory.File("out.mdm")), 1) << "an empty path counts as cancelled";
+  answer = directory.Path() + "/none/out.mdx";
+  EXPECT_EQ(Export(directory.File("out.mdm")), 0);
+  const shownmessage failed{"Failed To Export MDX file!", "Export MDM", 48};
+  EXPECT_EQ(log.messages, std::vector{failed});
+  asked = false;
+  desk.scripts[105] = [](desktop::scriptedwindow& window) {
+    window.Click(1023);
+    window.Ok();
+  };
+  EXPECT_EQ(Export(directory.File("out.mdm")), 1);
+  EXPECT_FALSE(asked);
+}
+
+struct exporter {
+  const char* suffix;
+  const char* caption;
+  const char* emptyCaption;
+  int dialog;
+  std::vector<shownmessage> failure;  // the file cannot be opened
+  int fullDisk;                       // result when nothing can be written
+};
+
+class SkeletalRun : public exporttest, public testing::WithParamInterface<exporter> {};
+
+TEST_P(SkeletalRun, ResultsMessagesAndOrder) {
+  const exporter& kind = GetParam();
+  const std::string path = directory.File(std::string("out.") + kind.suffix);
+  EXPECT_EQ(Export(path), -1);
+  const shownmessage empty{"No objects in scene!", kind.emptyCaption, 48};
+  EXPECT_EQ(log.messages, std::vector{empty});
+  AddStill("bone", nullptr, {});
+  EXPECT_EQ(Export(path), 1);
+  EXPECT_EQ(log.caption, kind.caption);
+  const std::vector<std::string> order{"wait cursor", "window", "sleep 500", "window closed",
+                                       "old cursor"};
+  EXPECT_EQ(log.events, order);
+  const bytes good = ReadBytes(path);
+  desk.scripts[kind.dialog] = [](desktop::scriptedwindow& window) { window.Cancel(); };
+  EXPECT_EQ(Export(path), -1);
+  EXPECT_TRUE(log.events.empty());
+  EXPECT_EQ(ReadBytes(path), good) << "a cancelled run leaves the old file";
+  desk.scripts.clear();
+  EXPECT_EQ(Export(directory.Path() + "/none/out." + kind.suffix), 0);
+  EXPECT_EQ(log.messages, kind.failure);
+#if defined(__linux__)
+  const std::string full = directory.File(std::string("full.") + kind.suffix);
+  std::filesystem::create_symlink("/dev/full", full);
+  EXPECT_EQ(Export(full), kind.fullDisk);
+  EXPECT_EQ(log.messages.size(), kind.fullDisk == 1 ? 0U : kind.failure.size());
+#endif
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SkeletalRun,
+    testing::Values(exporter{"mds", "Exporting MDS - Please wait...", "Export MDS", 103, {}, 1},
+                    exporter{"mdm",
+                             "Exporting MDM - Please wait...",
+                             "Export MDM/MDX",
+                             105,
+                             {{"Failed To Export MDM file!", "Export MDM", 48}},
+                             0},
+                    exporter{"mdx", "Exporting MDX - Please wait...", "Export MDX", 105, {}, 0}),
+    [](const auto& one) { return std::string(one.param.suffix); });
+
+}  // namespace
