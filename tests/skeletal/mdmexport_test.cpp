@@ -1,6 +1,7 @@
 // The exporters of mdm and mdx through the loaded module, and what runs of all three show.
 
 #include <filesystem>
+#include <ostream>
 
 #include "skeletal/exporttest.h"
 
@@ -109,6 +110,8 @@ struct exporter {
   std::vector<shownmessage> failure;  // the file cannot be opened
   int fullDisk;                       // result when nothing can be written
 };
+
+void PrintTo(const exporter& kind, std::ostream* out) { *out << kind.suffix; }
 
 class SkeletalRun : public exporttest, public testing::WithParamInterface<exporter> {};
 
