@@ -23,26 +23,6 @@ vec3 SideOf(const vec3& v) {
 
 }  // namespace
 
-affine ToAffine(const cmatrix4& matrix) {
-  affine result;
-  for (int i = 0; i < 3; ++i) {
-    result.row[i] = {matrix.m[i][0], matrix.m[i][1], matrix.m[i][2]};
-  }
-  result.move = {matrix.m[3][0], matrix.m[3][1], matrix.m[3][2]};
-  return result;
-}
-
-cmatrix4 ToMatrix(const affine& transform) {
-  cmatrix4 result;
-  for (int i = 0; i < 4; ++i) {
-    const vec3& row = i < 3 ? transform.row[i] : transform.move;
-    result.m[i][0] = static_cast<float>(row.x);
-    result.m[i][1] = static_cast<float>(row.y);
-    result.m[i][2] = static_cast<float>(row.z);
-  }
-  return result;
-}
-
 affine FromQuat(const cquat& rotation) {
   const double norm =
       static_cast<double>(rotation.x) * rotation.x + static_cast<double>(rotation.y) * rotation.y +

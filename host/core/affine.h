@@ -56,8 +56,22 @@ inline affine operator*(const affine& a, const affine& b) {
   return {{Turn(a.row[0], b), Turn(a.row[1], b), Turn(a.row[2], b)}, Turn(a.move, b) + b.move};
 }
 
-CORE_API affine ToAffine(const cmatrix4& matrix);
-CORE_API cmatrix4 ToMatrix(const affine& transform);
+inline affine ToAffine(const cmatrix4& matrix) {
+  const auto& m = matrix.m;
+  return {{{m[0][0], m[0][1], m[0][2]}, {m[1][0], m[1][1], m[1][2]}, {m[2][0], m[2][1], m[2][2]}},
+          {m[3][0], m[3][1], m[3][2]}};
+}
+
+inline cmatrix4 ToMatrix(const affine& transform) {
+  cmatrix4 result;
+  for (int i = 0; i < 4; ++i) {
+    const vec3& row = i < 3 ? transform.row[i] : transform.move;
+    result.m[i][0] = static_cast<float>(row.x);
+    result.m[i][1] = static_cast<float>(row.y);
+    result.m[i][2] = static_cast<float>(row.z);
+  }
+  return result;
+}
 
 // Rows of the rotation that a quaternion of any length stands for; zero gives the identity.
 CORE_API affine FromQuat(const cquat& rotation);

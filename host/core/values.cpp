@@ -1,6 +1,7 @@
 #include "plugin/host/values.h"
 
 #include <cmath>
+#include <cstring>
 #include <numbers>
 
 #include "core/affine.h"
@@ -12,9 +13,12 @@ struct turn {
   float sine;
 };
 
+constexpr float kIdentity[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
+
 // Whole quarter turns come out exact.
 turn TurnOf(float degrees) {
-  const double rest = std::remainder(static_cast<double>(degrees), 360.0);
+  const double given = degrees;
+  const double rest = std::abs(given) <= 180.0 ? given : std::remainder(given, 360.0);
   if (rest == 0.0) {
     return {1.0F, 0.0F};
   }
@@ -79,13 +83,7 @@ void cquat::Identity() { *this = cquat(); }
 
 cmatrix4::cmatrix4() { Identity(); }
 
-void cmatrix4::Identity() {
-  for (int i = 0; i < 4; ++i) {
-    for (int j = 0; j < 4; ++j) {
-      m[i][j] = i == j ? 1.0F : 0.0F;
-    }
-  }
-}
+void cmatrix4::Identity() { std::memcpy(m, kIdentity, sizeof m); }
 
 void cmatrix4::Invert() {
   core::affine transform = core::ToAffine(*this);
@@ -133,15 +131,23 @@ void cmatrix4::FromAngleZ(float degrees) {
   m[1][1] = t.cosine;
 }
 
+// Sums in double precision, one row of the result at a time.
 cmatrix4 cmatrix4::operator*(const cmatrix4& other) const {
+  double rows[4][4];
+  for (int k = 0; k < 4; ++k) {
+    for (int j = 0; j < 4; ++j) {
+      rows[k][j] = other.m[k][j];
+    }
+  }
   cmatrix4 result;
   for (int i = 0; i < 4; ++i) {
+    const double a = m[i][0];
+    const double b = m[i][1];
+    const double c = m[i][2];
+    const double d = m[i][3];
     for (int j = 0; j < 4; ++j) {
-      double sum = 0.0;
-      for (int k = 0; k < 4; ++k) {
-        sum += static_cast<double>(m[i][k]) * other.m[k][j];
-      }
-      result.m[i][j] = static_cast<float>(sum);
+      result.m[i][j] =
+          static_cast<float>(a * rows[0][j] + b * rows[1][j] + c * rows[2][j] + d * rows[3][j]);
     }
   }
   return result;
