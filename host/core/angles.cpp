@@ -70,16 +70,17 @@ void EulerFromMatrix(const cmatrix4& matrix, float* angles) {
   const core::affine m = core::ToAffine(matrix);
   const core::vec3 first = core::Unit(m.row[0]);
   const core::vec3 last = core::Unit(m.row[2]);
-  // Row 0 of X Y Z is (cos y cos z, -cos y sin z, sin y).
+  // Row 0 of X Y Z is (cos y cos z, -cos y sin z, sin y), with cos y not negative.
   const double level = std::hypot(first.x, first.y);
-  const double y = std::atan2(first.z, level);
-  const double z = level < kVertical ? 0.0 : std::atan2(-first.y, first.x);
+  const bool vertical = level < kVertical;
+  const double cosz = vertical ? 1.0 : first.x / level;
+  const double sinz = vertical ? 0.0 : -first.y / level;
   // Row 2 of X Y Z is sin x times row 1 of Y Z plus cos x times row 2 of Y Z.
-  const core::vec3 side{std::sin(z), std::cos(z), 0.0};
-  const core::vec3 up{-std::sin(y) * std::cos(z), std::sin(y) * std::sin(z), std::cos(y)};
+  const core::vec3 side{sinz, cosz, 0.0};
+  const core::vec3 up{-first.z * cosz, first.z * sinz, level};
   angles[0] = Degrees(std::atan2(core::Dot(last, side), core::Dot(last, up)));
-  angles[1] = Degrees(y);
-  angles[2] = Degrees(z);
+  angles[1] = Degrees(std::atan2(first.z, level));
+  angles[2] = vertical ? 0.0F : Degrees(std::atan2(-first.y, first.x));
 }
 
 cmatrix4 Inverse(const cmatrix4& matrix) {
