@@ -12,6 +12,7 @@
 #include "plugin/run/allocation.h"
 #include "plugin/run/progress.h"
 #include "plugin/run/run.h"
+#include "sampling/exportrange.h"
 #include "sampling/framebox.h"
 #include "sampling/names.h"
 #include "sampling/steps.h"
@@ -42,10 +43,12 @@ struct exportrun {
   std::vector<mdctagrec> Tags;
   std::vector<mdcFrame> BorderFrames;
   std::vector<std::unique_ptr<mdcsurfrec>> Surfaces;
-  char originname[128] = {};
-  int usemodels = 0;
+  int usemodels;
   cpoint3 origin;
-  cprogress progress;
+  // Outlives the other data: the window waits until those are released.
+  cprogress* progress;
+
+  exportrun(int models, cprogress& window) : usemodels(models), progress(&window) {}
 };
 
 std::optional<exportrun> run;
@@ -64,17 +67,17 @@ std::array<little<std::int16_t>, 3> StoredAngles(const cpoint3& degrees) {
   return {steps(degrees.x), steps(degrees.y), steps(degrees.z)};
 }
 
-void CalcBorderFrames(int start, int end) {
-  const int count = end - start + 1;
+void CalcBorderFrames(const exportrange& range) {
+  const int count = range.NumFrames();
   AllocateNamed(run->BorderFrames, static_cast<std::size_t>(count), {"BorderFrames", kSource});
-  run->progress.SetRange(count);
-  run->progress.SetPosition(0);
-  run->origin = CalcOrigin(run->originname);
+  run->progress->SetRange(count);
+  run->progress->SetPosition(0);
+  run->origin = CalcOrigin(range.originname);
   const std::vector<cnode*> nodes = SurfaceNodes();
   for (int i = 0; i < count; ++i) {
-    run->progress.SetText("Calculating Frame: %d of %d\n", i, count);
-    run->progress.SetPosition(i);
-    const framebox box = MeasureFrame(nodes, start + i, run->origin);
+    run->progress->SetText("Calculating Frame: %d of %d\n", i, count);
+    run->progress->SetPosition(i);
+    const framebox box = MeasureFrame(nodes, range.start + i, run->origin);
     mdcFrame& frame = run->BorderFrames[static_cast<std::size_t>(i)];
     frame.bounds = {Stored(box.minimum), Stored(box.maximum)};
     frame.localOrigin = Stored(run->origin);
@@ -83,7 +86,7 @@ void CalcBorderFrames(int start, int end) {
   }
 }
 
-void CalcTagFrames(int start, int end) {
+void CalcTagFrames(const exportrange& range) {
   std::vector<cnode*> nodes;
   const int numNodes = Interface::NumNodes();
   for (int i = 0; i < numNodes; ++i) {
@@ -95,7 +98,7 @@ void CalcTagFrames(int start, int end) {
   if (nodes.empty()) {
     return;
   }
-  const int count = end - start + 1;
+  const int count = range.NumFrames();
   AllocateNamed(run->Tags, nodes.size(), {"Tags", kSource});
   for (std::size_t t = 0; t < nodes.size(); ++t) {
     mdctagrec& tag = run->Tags[t];
@@ -104,15 +107,15 @@ void CalcTagFrames(int start, int end) {
     AllocateNamed(tag.lpTagFrames, static_cast<std::size_t>(count),
                   {"Tags[ntags].lpTagFrames", kSource});
   }
-  run->progress.SetRange(count);
-  run->progress.SetPosition(0);
+  run->progress->SetRange(count);
+  run->progress->SetPosition(0);
   for (int i = 0; i < count; ++i) {
-    run->progress.SetText("Calculating Tag Frame: %d of %d\n", i, count);
-    run->progress.SetPosition(i);
+    run->progress->SetText("Calculating Tag Frame: %d of %d\n", i, count);
+    run->progress->SetPosition(i);
     for (mdctagrec& tag : run->Tags) {
       mdcTag& record = tag.lpTagFrames[static_cast<std::size_t>(i)];
-      record.xyz = StoredSteps(tag.node->GetPosAtFrame(start + i));
-      record.angles = StoredAngles(QuatToEuler(tag.node->GetRotAtFrame(start + i)));
+      record.xyz = StoredSteps(tag.node->GetPosAtFrame(range.start + i));
+      record.angles = StoredAngles(QuatToEuler(tag.node->GetRotAtFrame(range.start + i)));
     }
   }
 }
@@ -137,8 +140,8 @@ void BuildTextureCoordinates(mdcsurfrec& surface, const cexpmesh& mesh) {
 // frame's shape, in the node's local space.
 template <class Deform>
 void BuildSurface(mdcsurfrec& surface, cnode& node, cexpmesh& mesh, std::int32_t sourceFaces,
-                  int start, int end, Deform&& deform) {
-  const int count = end - start + 1;
+                  const exportrange& range, Deform&& deform) {
+  const int count = range.NumFrames();
   surface.header.numCompFrames = 0;
   surface.header.numBaseFrames = count;
   surface.header.numVerts = mesh.numVerts;
@@ -150,8 +153,9 @@ void BuildSurface(mdcsurfrec& surface, cnode& node, cexpmesh& mesh, std::int32_t
   surface.frameBaseFrames.reserve(numFrames);
   surface.xyzNormals.reserve(static_cast<std::size_t>(mesh.numVerts) * numFrames);
   for (int i = 0; i < count; ++i) {
-    deform(start + i);
-    const cmatrix4 matrix = node.GetTMAtFrame(start + i, kWholeTransform);
+    const int frame = range.start + i;
+    deform(frame);
+    const cmatrix4 matrix = node.GetTMAtFrame(frame, kWholeTransform);
     for (std::int32_t v = 0; v < mesh.numVerts; ++v) {
       array_assert(static_cast<int>(v < mesh.vertsBound));
       surface.xyzNormals.push_back({StoredSteps(matrix * mesh.verts[v].pos), 0});
@@ -160,20 +164,20 @@ void BuildSurface(mdcsurfrec& surface, cnode& node, cexpmesh& mesh, std::int32_t
   }
 }
 
-void BuildMeshSurface(mdcsurfrec& surface, cmesh& source, int start, int end) {
+void BuildMeshSurface(mdcsurfrec& surface, cmesh& source, const exportrange& range) {
   cexpmesh mesh;
   mesh.BuildFromMesh(&source, 2);
-  BuildSurface(surface, source, mesh, source.numFaces, start, end, [](int /*frame*/) {});
+  BuildSurface(surface, source, mesh, source.numFaces, range, [](int /*frame*/) {});
 }
 
-void BuildSkinSurface(mdcsurfrec& surface, cskin& source, int start, int end) {
+void BuildSkinSurface(mdcsurfrec& surface, cskin& source, const exportrange& range) {
   cexpmesh mesh;
   mesh.BuildFromSkin(&source, 2);
-  BuildSurface(surface, source, mesh, source.numFaces, start, end,
+  BuildSurface(surface, source, mesh, source.numFaces, range,
                [&](int frame) { mesh.CalcSkinVertsAtFrame(frame, 1, 1); });
 }
 
-void AddSurface(cnode* node, int start, int end) {
+void AddSurface(cnode* node, const exportrange& range) {
   MakeRoom(run->Surfaces, {"Surfaces", kSource}, {"surfs", kSource});
   auto surface = std::make_unique<mdcsurfrec>();
   SetName(surface->header.name, node->GetName());
@@ -186,24 +190,24 @@ void AddSurface(cnode* node, int start, int end) {
     }
   }
   if (node->GetType() == kNodeMesh) {
-    BuildMeshSurface(*surface, *static_cast<cmesh*>(node), start, end);
+    BuildMeshSurface(*surface, *static_cast<cmesh*>(node), range);
   } else {
-    BuildSkinSurface(*surface, *static_cast<cskin*>(node), start, end);
+    BuildSkinSurface(*surface, *static_cast<cskin*>(node), range);
   }
   run->Surfaces.push_back(std::move(surface));
 }
 
-void CalcSurfaceFrames(int start, int end) {
+void CalcSurfaceFrames(const exportrange& range) {
   const int numNodes = Interface::NumNodes();
-  run->progress.SetRange(numNodes);
-  run->progress.SetPosition(0);
+  run->progress->SetRange(numNodes);
+  run->progress->SetPosition(0);
   for (int i = 0; i < numNodes; ++i) {
     cnode* node = Interface::GetNodeAt(i);
     const int type = node->GetType();
     if (type == kNodeMesh || type == kNodeSkin) {
-      run->progress.SetText("Creating Surface Frames: %s\n", node->GetName());
-      run->progress.SetPosition(i);
-      AddSurface(node, start, end);
+      run->progress->SetText("Creating Surface Frames: %s\n", node->GetName());
+      run->progress->SetPosition(i);
+      AddSurface(node, range);
     }
   }
 }
@@ -269,22 +273,25 @@ int ExportMdc(const char* path) {
     desktop::ShowMessage("No objects in scene!", "Export MDC", desktop::kMessageExclamation);
     return kRunNothing;
   }
-  const runscope scope(run);
-  int start = Interface::GetAnimStart();
-  int end = Interface::GetAnimEnd();
-  if (ShowExportOptions(&start, &end, &run->usemodels, run->originname, 1) == 0) {
+  exportrange range{Interface::GetAnimStart(), Interface::GetAnimEnd(), {}};
+  int usemodels = 0;
+  if (ShowExportOptions(&range.start, &range.end, &usemodels, range.originname, 1) == 0) {
     return kRunNothing;
   }
   filewriter file;
   if (!file.Open(path)) {
     return kRunFailed;
   }
-  run->progress.Open("Exporting MDC - Please wait...");
-  CalcBorderFrames(start, end);
-  CalcTagFrames(start, end);
-  CalcSurfaceFrames(start, end);
-  WriteFile(file, path);
-  run->progress.Finish();
+  cprogress progress;
+  progress.Open("Exporting MDC - Please wait...");
+  {
+    const runscope scope(run, usemodels, progress);
+    CalcBorderFrames(range);
+    CalcTagFrames(range);
+    CalcSurfaceFrames(range);
+    WriteFile(file, path);
+  }
+  progress.Finish();
   return kRunDone;
 }
 

@@ -1,7 +1,6 @@
 #include "skeletal/exportframes.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "plugin/run/progress.h"
 #include "sampling/framebox.h"
@@ -37,11 +36,6 @@ void MeasureBones(std::vector<expbone>& Bones, std::vector<cmatrix4>& worlds) {
 }
 
 }  // namespace
-
-int exportrange::NumFrames() const {
-  const int steps = end - start;
-  return steps == std::numeric_limits<int>::max() ? steps : steps + 1;
-}
 
 void CalcFrames(const bonelist& list, const exportrange& range, const char* source,
                 cprogress& progress, expskeleton& skeleton) {

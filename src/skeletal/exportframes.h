@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "binary/filewriter.h"
+#include "sampling/exportrange.h"
 #include "skeletal/bonelist.h"
 
 class cprogress;
@@ -13,17 +14,6 @@ struct expskeleton {
   std::vector<skelFrame> Frames;
   // The bones' poses, frame by frame.
   std::vector<skelBoneFrame> poses;
-};
-
-// What an export samples: scene frames start to end, both inclusive, seen from the point where the
-// node of this name stands at scene frame 0.
-struct exportrange {
-  int start = 0;
-  int end = 0;
-  char originname[128] = {};
-
-  // The largest int for a range that has one frame more.
-  int NumFrames() const;
 };
 
 // Fills the skeleton. Lengths of bones are those of scene frame 0, whatever the range. `source` is

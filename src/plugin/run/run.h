@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <optional>
+#include <utility>
 
 #include "plugin/host/handlers.h"
 
@@ -10,7 +11,11 @@
 template <class Run>
 class runscope {
  public:
-  explicit runscope(std::optional<Run>& slot) : slot_(slot) { slot_.emplace(); }
+  // What stands behind the slot goes to the run object's constructor.
+  template <class... Arguments>
+  explicit runscope(std::optional<Run>& slot, Arguments&&... arguments) : slot_(slot) {
+    slot_.emplace(std::forward<Arguments>(arguments)...);
+  }
   ~runscope() { slot_.reset(); }
   runscope(const runscope&) = delete;
   runscope& operator=(const runscope&) = delete;
