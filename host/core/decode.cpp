@@ -17,39 +17,54 @@ bool StartsWith(const std::vector<std::uint8_t>& file, std::initializer_list<std
   return file.size() >= mark.size() && std::equal(mark.begin(), mark.end(), file.begin());
 }
 
+// Empty for a file that no scene file takes unchanged.
+const char* MimeTypeOf(const std::vector<std::uint8_t>& file) {
+  if (StartsWith(file, {0xFF, 0xD8, 0xFF})) {
+    return "image/jpeg";
+  }
+  return StartsWith(file, {0x89, 'P', 'N', 'G'}) ? "image/png" : "";
+}
+
+// The size that the file's header tells; false when it is no image, or too large a one.
+bool ReadHeader(const std::vector<std::uint8_t>& file, pixels& into) {
+  int channels = 0;
+  return !file.empty() && file.size() <= INT_MAX &&
+         stbi_info_from_memory(file.data(), static_cast<int>(file.size()), &into.width,
+                               &into.height, &channels) != 0 &&
+         into.width > 0 && into.height > 0 && std::int64_t{into.width} * into.height <= kMostPixels;
+}
+
 }  // namespace
 
 std::shared_ptr<const pixels> DecodeImage(std::vector<std::uint8_t> file) {
-  if (file.empty() || file.size() > INT_MAX) {
+  auto made = std::make_shared<pixels>();
+  if (!ReadHeader(file, *made)) {
     return nullptr;
   }
-  const int size = static_cast<int>(file.size());
-  int width = 0;
-  int height = 0;
   int channels = 0;
-  if (stbi_info_from_memory(file.data(), size, &width, &height, &channels) == 0 || width <= 0 ||
-      height <= 0 || std::int64_t{width} * height > kMostPixels) {
-    return nullptr;
-  }
   const std::unique_ptr<stbi_uc, decodedfree> decoded(
-      stbi_load_from_memory(file.data(), size, &width, &height, &channels, STBI_rgb_alpha));
+      stbi_load_from_memory(file.data(), static_cast<int>(file.size()), &made->width, &made->height,
+                            &channels, STBI_rgb_alpha));
   if (!decoded) {
     return nullptr;
   }
-  auto made = std::make_shared<pixels>();
-  made->width = width;
-  made->height = height;
   made->rgba.assign(decoded.get(), decoded.get() + std::size_t{4} *
-                                                       static_cast<std::size_t>(width) *
-                                                       static_cast<std::size_t>(height));
-  if (StartsWith(file, {0xFF, 0xD8, 0xFF})) {
-    made->mimeType = "image/jpeg";
-  } else if (StartsWith(file, {0x89, 'P', 'N', 'G'})) {
-    made->mimeType = "image/png";
-  }
+                                                       static_cast<std::size_t>(made->width) *
+                                                       static_cast<std::size_t>(made->height));
+  made->mimeType = MimeTypeOf(file);
   if (!made->mimeType.empty()) {
     made->encoded = std::move(file);
   }
+  return made;
+}
+
+std::shared_ptr<const pixels> KeepImage(std::vector<std::uint8_t> file) {
+  auto made = std::make_shared<pixels>();
+  made->mimeType = MimeTypeOf(file);
+  if (made->mimeType.empty() || !ReadHeader(file, *made)) {
+    return nullptr;
+  }
+  made->encoded = std::move(file);
   return made;
 }
 

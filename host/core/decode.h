@@ -12,6 +12,10 @@ namespace core {
 // kMostPixels; throws std::bad_alloc.
 std::shared_ptr<const pixels> DecodeImage(std::vector<std::uint8_t> file);
 
+// A whole JPEG or PNG file kept as it is, with the size that its header tells; its pixels are not
+// decoded. Null when it is neither.
+CORE_API std::shared_ptr<const pixels> KeepImage(std::vector<std::uint8_t> file);
+
 // 8192 x 8192: far above any image of a game, and 256 MB decoded.
 inline constexpr std::int64_t kMostPixels = std::int64_t{1} << 26;
 

@@ -23,30 +23,6 @@ cpoint3 Between(const cpoint3& a, const cpoint3& b, double t) {
   return ToPoint(ToVec(a) + (ToVec(b) - ToVec(a)) * t);
 }
 
-cquat Between(const cquat& a, const cquat& b, double t) {
-  double cosine = static_cast<double>(a.x) * b.x + static_cast<double>(a.y) * b.y +
-                  static_cast<double>(a.z) * b.z + static_cast<double>(a.w) * b.w;
-  const double sign = cosine < 0.0 ? -1.0 : 1.0;
-  cosine *= sign;
-  double fromA = 1.0 - t;
-  double fromB = t;
-  // Nearly equal rotations: the arc is straight within single precision, and its sine too small
-  // to divide by.
-  if (cosine < 0.9999995) {
-    const double arc = std::acos(cosine);
-    const double sine = std::sin(arc);
-    fromA = std::sin((1.0 - t) * arc) / sine;
-    fromB = std::sin(t * arc) / sine;
-  }
-  fromB *= sign;
-  cquat result;
-  result.x = static_cast<float>(fromA * a.x + fromB * b.x);
-  result.y = static_cast<float>(fromA * a.y + fromB * b.y);
-  result.z = static_cast<float>(fromA * a.z + fromB * b.z);
-  result.w = static_cast<float>(fromA * a.w + fromB * b.w);
-  return result;
-}
-
 // What stands at a frame: a key of the track as it is, or one made between two, in `made`.
 const ckey& At(const trackstate& track, int frame, ckey& made) {
   const std::vector<ckey>& keys = track.keys;
@@ -79,12 +55,36 @@ const ckey& At(const trackstate& track, int frame, ckey& made) {
   const double t =
       (static_cast<double>(frame) - a.frame) / (static_cast<double>(b.frame) - a.frame);
   made.pos = Between(a.pos, b.pos, t);
-  made.rot = Between(a.rot, b.rot, t);
+  made.rot = core::Between(a.rot, b.rot, t);
   made.scale = Between(a.scale, b.scale, t);
   return made;
 }
 
 }  // namespace
+
+cquat Between(const cquat& a, const cquat& b, double t) {
+  double cosine = static_cast<double>(a.x) * b.x + static_cast<double>(a.y) * b.y +
+                  static_cast<double>(a.z) * b.z + static_cast<double>(a.w) * b.w;
+  const double sign = cosine < 0.0 ? -1.0 : 1.0;
+  cosine *= sign;
+  double fromA = 1.0 - t;
+  double fromB = t;
+  // Nearly equal rotations: the arc is straight within single precision, and its sine too small
+  // to divide by.
+  if (cosine < 0.9999995) {
+    const double arc = std::acos(cosine);
+    const double sine = std::sin(arc);
+    fromA = std::sin((1.0 - t) * arc) / sine;
+    fromB = std::sin(t * arc) / sine;
+  }
+  fromB *= sign;
+  cquat result;
+  result.x = static_cast<float>(fromA * a.x + fromB * b.x);
+  result.y = static_cast<float>(fromA * a.y + fromB * b.y);
+  result.z = static_cast<float>(fromA * a.z + fromB * b.z);
+  result.w = static_cast<float>(fromA * a.w + fromB * b.w);
+  return result;
+}
 
 ckey KeyAtFrame(const trackstate& track, int frame) {
   ckey made;

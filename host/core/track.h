@@ -11,6 +11,9 @@ CORE_API ckey KeyAtFrame(const trackstate& track, int frame);
 // The same as a transform.
 affine LocalAtFrame(const trackstate& track, int frame);
 
+// The rotation at t, from 0 to 1, on the shorter arc from a to b.
+CORE_API cquat Between(const cquat& a, const cquat& b, double t);
+
 // Puts keys that were set out of order into the order of their frames.
 void SortKeys(trackstate& track);
 

@@ -1,0 +1,180 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "binary/fileview.h"
+#include "binary/loadfile.h"
+#include "core/affine.h"
+
+// A glTF document as a scene is made from it. Every index was checked against its list, -1 stands
+// for none; what accessors and views reach is checked when they are read. Numbers are the file's
+// own: its axes, its units, seconds.
+
+namespace gltf {
+
+struct filebuffer {
+  std::string uri;                    // empty: the binary chunk
+  std::int64_t length = 0;            // that the document promises
+  fileview content;                   // at least as long once the resources are loaded
+  loadedfile file;                    // owner of the content of a file beside the document
+  std::vector<std::uint8_t> decoded;  // owner of the content of a data URI
+};
+
+struct bufferview {
+  int buffer = -1;
+  std::int64_t offset = 0;
+  std::int64_t length = 0;
+  std::int64_t stride = 0;  // 0: elements stand close together
+};
+
+// The numbers that files have for the types of components.
+enum class component {
+  kInt8 = 5120,
+  kUint8 = 5121,
+  kInt16 = 5122,
+  kUint16 = 5123,
+  kUint32 = 5125,
+  kFloat = 5126
+};
+
+enum class shape { kScalar, kVec2, kVec3, kVec4, kMat2, kMat3, kMat4 };
+
+struct sparsevalues {
+  std::int64_t count = 0;
+  int indexView = -1;
+  std::int64_t indexOffset = 0;
+  component indexType = component::kUint32;
+  int valueView = -1;
+  std::int64_t valueOffset = 0;
+};
+
+struct accessor {
+  int view = -1;  // none: all zero
+  std::int64_t offset = 0;
+  std::int64_t count = 0;
+  component type = component::kFloat;
+  shape form = shape::kScalar;
+  bool normalized = false;
+  sparsevalues sparse;
+};
+
+struct image {
+  std::string name;
+  std::string uri;
+  int view = -1;
+};
+
+struct material {
+  std::string name;
+  std::string gamePath;
+  std::array<float, 4> colour{1.0F, 1.0F, 1.0F, 1.0F};
+  bool doubleSided = false;
+  bool hasTexture = false;  // of the base colour
+  bool movesTexture = false;
+  int image = -1;  // of that texture, where its format is one that every reader knows
+  std::string texCoords = "TEXCOORD_0";  // attribute that it takes its coordinates from
+};
+
+enum class primitivemode { kPoints, kLines, kLineLoop, kLineStrip, kTriangles, kStrip, kFan };
+
+struct primitive {
+  std::map<std::string, int> attributes;  // accessors
+  int indices = -1;
+  int material = -1;
+  primitivemode mode = primitivemode::kTriangles;
+  bool hasTargets = false;
+  std::string place;
+
+  int Attribute(const std::string& name) const {
+    const auto found = attributes.find(name);
+    return found == attributes.end() ? -1 : found->second;
+  }
+};
+
+struct mesh {
+  std::string name;
+  std::vector<primitive> primitives;
+};
+
+struct transform {
+  core::vec3 move;
+  cquat rotation;
+  core::vec3 scale{1.0, 1.0, 1.0};
+};
+
+struct node {
+  std::string name;
+  int parent = -1;
+  std::vector<int> children;
+  int mesh = -1;
+  int skin = -1;
+  bool hasCamera = false;
+  bool hasLight = false;
+  bool isBone = false;  // by what its maker keeps with it
+  bool hasMatrix = false;
+  core::affine matrix;
+  transform local;  // of a node without a matrix
+};
+
+struct skin {
+  std::vector<int> joints;
+  int inverseBind = -1;  // accessor; none: identities
+};
+
+enum class interpolation { kLinear, kStep, kCubic };
+
+struct sampler {
+  int input = -1;
+  int output = -1;
+  interpolation way = interpolation::kLinear;
+  std::string place;
+};
+
+enum class target { kMove, kRotation, kScale };
+
+struct channel {
+  int sampler = -1;
+  int node = -1;
+  target path = target::kMove;
+};
+
+struct animation {
+  std::string name;
+  std::vector<sampler> samplers;
+  std::vector<channel> channels;  // those that move a node
+  std::vector<int> timing;        // samplers of all its channels
+};
+
+struct document {
+  loadedfile file;
+  fileview text;    // JSON
+  fileview binary;  // the binary chunk; empty without one
+  std::vector<filebuffer> buffers;
+  std::vector<bufferview> views;
+  std::vector<accessor> accessors;
+  std::vector<image> images;
+  std::vector<material> materials;
+  std::vector<mesh> meshes;
+  std::vector<node> nodes;
+  std::vector<int> roots;  // of the default scene
+  std::vector<skin> skins;
+  std::vector<animation> animations;
+  std::string notes;
+
+  // What is there and is left out before it comes into the lists above.
+  bool hasWeightAnimation = false;
+  bool hasOtherAnimation = false;
+  bool hasInstances = false;
+
+  // Size of the file with all its buffers, which room is measured by.
+  std::int64_t Bytes() const;
+};
+
+// Loads the file and what it says, without the files beside it. Throws badfile.
+document LoadDocument(const std::string& path);
+
+}  // namespace gltf

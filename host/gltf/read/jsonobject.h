@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace gltf {
+
+// An object of the JSON text together with the words that name it in a fault, such as
+// "accessor 3". A member that is there with the wrong type is a fault; throws badfile.
+class jsonobject {
+ public:
+  // value must be an object.
+  jsonobject(const nlohmann::json& value, std::string place);
+
+  const std::string& Place() const { return place_; }
+  [[noreturn]] void Fail(const std::string& what) const;
+
+  bool Has(const char* key) const { return Find(key) != nullptr; }
+  std::string Text(const char* key) const;  // empty when it is missing
+  bool Flag(const char* key) const;
+  double Number(const char* key, double missing) const;
+  // Not negative and below kMostWhole.
+  std::int64_t Whole(const char* key, std::int64_t missing) const;
+  std::int64_t Whole(const char* key) const;
+  // A place in a list of `size` entries; -1 when it is missing.
+  int Index(const char* key, std::size_t size) const;
+  int NeededIndex(const char* key, std::size_t size) const;
+  std::vector<int> Indices(const char* key, std::size_t size) const;
+  // Empty when they are missing.
+  std::vector<double> Numbers(const char* key, std::size_t count) const;
+  std::vector<std::string> Texts(const char* key) const;
+
+  // An object without members when it is missing.
+  jsonobject Object(const char* key, const std::string& place) const;
+  jsonobject Object(const char* key) const { return Object(key, place_); }
+  // The objects of a list, named by `name` and their place in it.
+  std::vector<jsonobject> Objects(const char* key, const char* name) const;
+  std::size_t ListSize(const char* key) const;
+  // What the file's maker keeps under `extras`, which may be of any kind: null where there is no
+  // member of the name.
+  const nlohmann::json* Extra(const char* key) const;
+  // Keys and list places, as in the attributes of a primitive.
+  std::vector<std::pair<std::string, int>> IndexMap(const char* key, std::size_t size) const;
+
+  // Far above what any file holds, far below what overflows in products with a stride.
+  static constexpr std::int64_t kMostWhole = std::int64_t{1} << 40;
+
+ private:
+  const nlohmann::json* Find(const char* key) const;
+  int IndexOf(const nlohmann::json& value, const char* key, std::size_t size) const;
+
+  const nlohmann::json* value_;
+  std::string place_;
+};
+
+}  // namespace gltf

@@ -1,0 +1,311 @@
+#include "gltf/read/poses.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "gltf/convention.h"
+#include "gltf/read/badfile.h"
+
+namespace gltf {
+
+namespace {
+
+// Keys of one scene: 700 MB.
+constexpr std::int64_t kMostKeys = std::int64_t{1} << 24;
+
+// Scales that differ by no more than this are one scale with rounding.
+constexpr double kSameScale = 1e-6;
+// Change of the squared scale during a clip that is still none: 5e-4 of the scale.
+constexpr double kSteadyScale = 1e-3;
+
+struct placed {
+  const animation* from;
+  const channel* moved;
+  std::size_t clip;
+};
+
+core::affine Linear(const core::affine& m) { return {{m.row[0], m.row[1], m.row[2]}, {}}; }
+
+// Of a rotation.
+core::affine Transposed(const core::affine& m) {
+  return {{{m.row[0].x, m.row[1].x, m.row[2].x},
+           {m.row[0].y, m.row[1].y, m.row[2].y},
+           {m.row[0].z, m.row[1].z, m.row[2].z}},
+          {}};
+}
+
+cquat Normalized(const cquat& q) {
+  const double length = std::sqrt(static_cast<double>(q.x) * q.x + static_cast<double>(q.y) * q.y +
+                                  static_cast<double>(q.z) * q.z + static_cast<double>(q.w) * q.w);
+  cquat result;
+  if (length > 0.0 && std::isfinite(length)) {
+    result.x = static_cast<float>(q.x / length);
+    result.y = static_cast<float>(q.y / length);
+    result.z = static_cast<float>(q.z / length);
+    result.w = static_cast<float>(q.w / length);
+  }
+  return result;
+}
+
+// Into the scene's axes and units.
+transform ToScene(const transform& from, double scale) {
+  transform result;
+  result.move = ToSceneAxes(from.move) * scale;
+  const core::vec3 axis =
+      ToSceneAxes(core::vec3{from.rotation.x, from.rotation.y, from.rotation.z});
+  result.rotation.x = static_cast<float>(axis.x);
+  result.rotation.y = static_cast<float>(axis.y);
+  result.rotation.z = static_cast<float>(axis.z);
+  result.rotation.w = from.rotation.w;
+  result.scale = SwapScaleAxes(from.scale);
+  return result;
+}
+
+core::affine ToAffine(const transform& from) {
+  core::affine result = core::FromQuat(from.rotation);
+  result.row[0] = result.row[0] * from.scale.x;
+  result.row[1] = result.row[1] * from.scale.y;
+  result.row[2] = result.row[2] * from.scale.z;
+  result.move = from.move;
+  return result;
+}
+
+// A matrix that a clip moves parts of, as the three parts.
+transform Decomposed(const core::affine& matrix) {
+  const core::affine turn = core::RotationOf(matrix);
+  transform result;
+  result.move = matrix.move;
+  result.rotation = core::ToQuat(turn);
+  result.scale = {core::Dot(matrix.row[0], turn.row[0]), core::Dot(matrix.row[1], turn.row[1]),
+                  core::Dot(matrix.row[2], turn.row[2])};
+  return result;
+}
+
+// What a scale does whatever rotation stands behind it: the products of the rows.
+using scaleform = std::array<double, 6>;
+
+scaleform FormOf(const core::affine& m) {
+  return {core::Dot(m.row[0], m.row[0]), core::Dot(m.row[1], m.row[1]),
+          core::Dot(m.row[2], m.row[2]), core::Dot(m.row[0], m.row[1]),
+          core::Dot(m.row[0], m.row[2]), core::Dot(m.row[1], m.row[2])};
+}
+
+bool SameScale(const scaleform& a, const scaleform& b) {
+  const double most = std::max({a[0], a[1], a[2]});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (!(std::abs(a[i] - b[i]) <= kSteadyScale * most)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Takes the scale out of `whole`, a transform without move: whole = scale x rotation.
+void SetScale(nodepose& pose, const core::affine& whole) {
+  const core::affine scale = whole * Transposed(core::RotationOf(whole));
+  const double factor = (scale.row[0].x + scale.row[1].y + scale.row[2].z) / 3.0;
+  const core::vec3 off[] = {scale.row[0] - core::vec3{factor, 0.0, 0.0},
+                            scale.row[1] - core::vec3{0.0, factor, 0.0},
+                            scale.row[2] - core::vec3{0.0, 0.0, factor}};
+  const double difference =
+      std::sqrt(core::Dot(off[0], off[0]) + core::Dot(off[1], off[1]) + core::Dot(off[2], off[2]));
+  pose.scale = scale;
+  pose.factor = 0.0;
+  if (factor > 0.0 && difference <= kSameScale * factor) {
+    pose.factor = std::abs(factor - 1.0) <= kSameScale ? 1.0 : factor;
+    pose.scale = {};
+    for (int i = 0; i < 3; ++i) {
+      pose.scale.row[i] = pose.scale.row[i] * pose.factor;
+    }
+  }
+}
+
+class posemaker {
+ public:
+  posemaker(const document& doc, const plan& nodes, const timeline& line, const options& how,
+            valuereader& values)
+      : doc_(doc), nodes_(nodes), line_(line), scale_(how.scale), values_(values) {}
+
+  poselist Make() {
+    made_.nodes.resize(doc_.nodes.size());
+    GatherChannels();
+    for (const int index : nodes_.order) {
+      MakePose(static_cast<std::size_t>(index));
+    }
+    return std::move(made_);
+  }
+
+ private:
+  void GatherChannels() {
+    channels_.resize(doc_.nodes.size());
+    for (std::size_t clip = 0; clip < doc_.animations.size(); ++clip) {
+      for (const channel& moved : doc_.animations[clip].channels) {
+        channels_[static_cast<std::size_t>(moved.node)].push_back(
+            {&doc_.animations[clip], &moved, clip});
+      }
+    }
+    std::int64_t moving = 0;
+    for (const int index : nodes_.order) {
+      moving += channels_[static_cast<std::size_t>(index)].empty() ? 0 : 1;
+    }
+    if (moving * line_.frames > kMostKeys) {
+      throw badfile("the clips have " + std::to_string(line_.frames) + " frames for " +
+                    std::to_string(moving) + " nodes, which is more than a scene can hold");
+    }
+  }
+
+  void MakePose(std::size_t index) {
+    const node& from = doc_.nodes[index];
+    nodepose& pose = made_.nodes[index];
+    const nodepose& parent =
+        from.parent < 0 ? root_ : made_.nodes[static_cast<std::size_t>(from.parent)];
+    const transform inFile = from.hasMatrix ? Decomposed(from.matrix) : from.local;
+    const transform rest = ToScene(inFile, scale_);
+    core::affine local = from.hasMatrix ? ToSceneAxes(from.matrix) : ToAffine(rest);
+    local.move = rest.move;
+    const core::affine whole = Linear(local) * parent.scale;
+    if (channels_[index].empty()) {
+      SetScale(pose, whole);
+    } else {
+      SampleNode(index, inFile);
+      if (!KeepScale(pose, parent, whole)) {
+        made_.scaled.push_back(static_cast<int>(index));
+        for (transform& frame : frames_) {
+          frame.scale = rest.scale;
+        }
+      }
+    }
+    unscaled_ = pose.scale;
+    invertible_ = core::InvertInPlace(unscaled_);
+    const core::affine own = RigidOf(local, parent.scale);
+    pose.rest = own * parent.rest;
+    if (channels_[index].empty()) {
+      pose.keys.push_back(
+          KeyOf(own.move, IsPlain(pose, parent) ? Normalized(rest.rotation) : core::ToQuat(own)));
+    } else {
+      MakeKeys(pose, parent);
+    }
+    for (const ckey& key : pose.keys) {
+      if (!IsFinite(key)) {
+        throw badfile("node " + std::to_string(index) + ": its place is out of range");
+      }
+    }
+  }
+
+  // The node at every frame of the time line, in the scene's axes and units.
+  void SampleNode(std::size_t index, const transform& rest) {
+    frames_.assign(static_cast<std::size_t>(line_.frames), rest);
+    for (const placed& part : channels_[index]) {
+      const core::clip& clip = line_.clips[part.clip];
+      Sample(*part.from, *part.moved, clip, line_.lengths[part.clip], line_.fps, values_,
+             frames_.data() + clip.start);
+    }
+    for (transform& frame : frames_) {
+      frame = ToScene(frame, scale_);
+    }
+  }
+
+  // Sets the scale of a node that moves; false when it is not the same at all frames. One that is
+  // the same in all clips and another at rest is the clips'.
+  bool KeepScale(nodepose& pose, const nodepose& parent, const core::affine& rest) const {
+    const core::affine first = Linear(ToAffine(frames_.front())) * parent.scale;
+    const scaleform form = FormOf(first);
+    for (const transform& frame : frames_) {
+      if (!SameScale(form, FormOf(Linear(ToAffine(frame)) * parent.scale))) {
+        SetScale(pose, rest);
+        return false;
+      }
+    }
+    SetScale(pose, SameScale(form, FormOf(rest)) ? rest : first);
+    return true;
+  }
+
+  // The pose relative to the parent's, of a local transform.
+  core::affine RigidOf(const core::affine& local, const core::affine& parentScale) const {
+    const core::affine whole = Linear(local) * parentScale;
+    core::affine result = core::RotationOf(invertible_ ? unscaled_ * whole : whole);
+    result.move = Turn(local.move, parentScale);
+    return result;
+  }
+
+  // Neither scale touches the rotation.
+  static bool IsPlain(const nodepose& pose, const nodepose& parent) {
+    return pose.factor > 0.0 && parent.factor > 0.0;
+  }
+
+  static ckey KeyOf(const core::vec3& move, const cquat& rotation) {
+    ckey key;
+    key.pos = core::ToPoint(move);
+    key.rot = rotation;
+    return key;
+  }
+
+  void MakeKeys(nodepose& pose, const nodepose& parent) const {
+    const bool plain = IsPlain(pose, parent);
+    pose.keys.reserve(frames_.size());
+    bool moves = false;
+    for (const transform& frame : frames_) {
+      ckey key;
+      if (plain) {
+        key = KeyOf(Turn(frame.move, parent.scale), Normalized(frame.rotation));
+      } else {
+        const core::affine rigid = RigidOf(ToAffine(frame), parent.scale);
+        key = KeyOf(rigid.move, core::ToQuat(rigid));
+      }
+      if (!pose.keys.empty()) {
+        const ckey& last = pose.keys.back();
+        if (key.rot.x * last.rot.x + key.rot.y * last.rot.y + key.rot.z * last.rot.z +
+                key.rot.w * last.rot.w <
+            0.0F) {
+          key.rot.x = -key.rot.x;
+          key.rot.y = -key.rot.y;
+          key.rot.z = -key.rot.z;
+          key.rot.w = -key.rot.w;
+        }
+        moves = moves || !SamePlace(key, last);
+      }
+      key.frame = static_cast<int>(pose.keys.size());
+      pose.keys.push_back(key);
+    }
+    if (!moves) {
+      pose.keys.resize(1);
+      pose.keys.shrink_to_fit();
+    }
+  }
+
+  static bool IsFinite(const ckey& key) {
+    return std::isfinite(key.pos.x) && std::isfinite(key.pos.y) && std::isfinite(key.pos.z) &&
+           std::isfinite(key.rot.x) && std::isfinite(key.rot.y) && std::isfinite(key.rot.z) &&
+           std::isfinite(key.rot.w);
+  }
+
+  static bool SamePlace(const ckey& a, const ckey& b) {
+    return a.pos.x == b.pos.x && a.pos.y == b.pos.y && a.pos.z == b.pos.z && a.rot.x == b.rot.x &&
+           a.rot.y == b.rot.y && a.rot.z == b.rot.z && a.rot.w == b.rot.w;
+  }
+
+  const document& doc_;
+  const plan& nodes_;
+  const timeline& line_;
+  const double scale_;
+  valuereader& values_;
+
+  std::vector<std::vector<placed>> channels_;  // of each node
+  const nodepose root_;
+  poselist made_;
+
+  // Of the node at work.
+  std::vector<transform> frames_;
+  core::affine unscaled_;  // the inverse of its scale
+  bool invertible_ = true;
+};
+
+}  // namespace
+
+poselist MakePoses(const document& doc, const plan& nodes, const timeline& line, const options& how,
+                   valuereader& values) {
+  return posemaker(doc, nodes, line, how, values).Make();
+}
+
+}  // namespace gltf

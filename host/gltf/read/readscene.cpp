@@ -1,0 +1,169 @@
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <stdexcept>
+#include <unordered_set>
+
+#include "core/state.h"
+#include "gltf/gltf.h"
+#include "gltf/read/badfile.h"
+#include "gltf/read/document.h"
+#include "gltf/read/materials.h"
+#include "gltf/read/ownednode.h"
+#include "gltf/read/plan.h"
+#include "gltf/read/poses.h"
+#include "gltf/read/resources.h"
+#include "gltf/read/sampling.h"
+#include "gltf/read/surfaces.h"
+#include "gltf/read/warnings.h"
+#include "plugin/host/scene.h"
+
+namespace gltf {
+
+namespace {
+
+std::size_t At(int index) { return static_cast<std::size_t>(index); }
+
+// Puts the nodes of a document into a scene, in its order.
+class nodebuilder {
+ public:
+  nodebuilder(const document& doc, const plan& nodes, poselist& poses,
+              const std::vector<std::string>& names, core::scene& scene)
+      : doc_(doc),
+        nodes_(nodes),
+        poses_(poses),
+        names_(names),
+        scene_(scene),
+        taken_(names.begin(), names.end()),
+        frames_(doc.nodes.size()) {
+    // Weights name bones that may stand behind their meshes.
+    bones_.resize(doc.nodes.size());
+    waiting_.resize(doc.nodes.size());
+    for (const int index : nodes.order) {
+      if (nodes.nodes[At(index)].bone) {
+        waiting_[At(index)] = Owned(CreateNewBone());
+        bones_[At(index)] = waiting_[At(index)].get();
+      }
+    }
+  }
+
+  const std::vector<cnode*>& Bones() const { return bones_; }
+
+  void Add(int index, surfacemaker& surfaces) {
+    const node& from = doc_.nodes[At(index)];
+    const nodeplan& plan = nodes_.nodes[At(index)];
+    std::vector<const primitive*> parts;
+    if (from.mesh >= 0) {
+      for (const primitive& part : doc_.meshes[At(from.mesh)].primitives) {
+        if (HasTriangles(doc_, part)) {
+          parts.push_back(&part);
+        }
+      }
+    }
+    const bool stands = plan.carrier < 0 &&
+                        std::any_of(parts.begin(), parts.end(),
+                                    [&](const primitive* part) { return !IsSkinned(from, *part); });
+    if (plan.bone) {
+      Place(std::move(waiting_[At(index)]), index, names_[At(index)]);
+    } else if (!stands && (parts.empty() || !from.children.empty())) {
+      Place(Owned(new core::cdummy), index, names_[At(index)]);
+    }
+    int number = 0;
+    for (const primitive* part : parts) {
+      const std::string name = SurfaceName(index, number++);
+      if (plan.carrier >= 0 || IsSkinned(from, *part)) {
+        Hand(surfaces.MakeSkin(index, *part), name);
+      } else {
+        Place(surfaces.MakeMesh(index, *part), index, name);
+      }
+    }
+    poses_.nodes[At(index)].keys = {};
+  }
+
+ private:
+  // A further primitive has the node's name with a number that makes it a new one.
+  std::string SurfaceName(int index, int number) {
+    const std::string& name = names_[At(index)];
+    if (number == 0) {
+      return name;
+    }
+    std::string numbered;
+    do {
+      numbered = name + "_" + std::to_string(number++);
+    } while (!taken_.insert(numbered).second);
+    return numbered;
+  }
+
+  cnode* Hand(ownednode<cnode> node, const std::string& name) {
+    cnode* const added = node.release();
+    scene_.Add(added);
+    added->SetName(name.c_str());
+    return added;
+  }
+
+  // Adds a node that has the pose of the document's node. The first one carries its children.
+  void Place(ownednode<cnode> node, int index, const std::string& name) {
+    cnode* const added = Hand(std::move(node), name);
+    added->State().track->State().keys = poses_.nodes[At(index)].keys;
+    const int parent = doc_.nodes[At(index)].parent;
+    if (parent >= 0) {
+      frames_[At(parent)]->AttachChild(added, 1);
+    }
+    if (frames_[At(index)] == nullptr) {
+      frames_[At(index)] = added;
+    }
+  }
+
+  const document& doc_;
+  const plan& nodes_;
+  poselist& poses_;
+  const std::vector<std::string>& names_;
+  core::scene& scene_;
+  std::unordered_set<std::string> taken_;
+  std::vector<cnode*> frames_;  // what carries the children of a node of the document
+  std::vector<cnode*> bones_;
+  std::vector<ownednode<cnode>> waiting_;
+};
+
+void Build(const document& doc, const options& how, const std::string& path, core::scene& scene,
+           std::vector<std::string>& warnings) {
+  valuereader values(doc);
+  const plan nodes = MakePlan(doc);
+  const timeline line = LayOut(doc, how.fps, values);
+  poselist poses = MakePoses(doc, nodes, line, how, values);
+  const std::vector<std::string> names = NodeNames(doc);
+  const std::vector<cmaterial*> materials = AddMaterials(doc, path, scene, warnings);
+  nodebuilder builder(doc, nodes, poses, names, scene);
+  surfacemaker surfaces({doc, nodes, poses, builder.Bones(), materials, how.scale}, values);
+  for (const int index : nodes.order) {
+    builder.Add(index, surfaces);
+  }
+  scene.clips = line.clips;
+  scene.animStart = 0;
+  scene.animEnd = std::max(line.frames - 1, 0);
+  scene.ticksPerFrame = static_cast<int>(std::lround(1000.0 / how.fps));
+  scene.notes = doc.notes;
+  scene.Invalidate();
+  const std::vector<std::string> left = LeftOut(doc, nodes, poses, names, surfaces.numLoose);
+  warnings.insert(warnings.end(), left.begin(), left.end());
+}
+
+}  // namespace
+
+bool ReadScene(const std::string& path, const options& how, core::scene& scene, report& told) {
+  try {
+    document doc = LoadDocument(path);
+    LoadBuffers(doc, path);
+    Build(doc, how, path, scene, told.warnings);
+    return true;
+  } catch (const badfile& fault) {
+    told.fault = fault.what();
+  } catch (const std::bad_alloc&) {
+    told.fault = "there is not enough memory for it";
+  } catch (const std::length_error&) {
+    told.fault = "there is not enough memory for it";
+  }
+  return false;
+}
+
+}  // namespace gltf

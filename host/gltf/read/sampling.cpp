@@ -1,0 +1,171 @@
+#include "gltf/read/sampling.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/track.h"
+#include "gltf/convention.h"
+#include "gltf/read/badfile.h"
+
+namespace gltf {
+
+namespace {
+
+// Frames of one scene: at 20 a second they last for half a day.
+constexpr std::int64_t kMostSceneFrames = std::int64_t{1} << 20;
+
+std::vector<float> TimesOf(const sampler& from, valuereader& values) {
+  std::vector<float> times = values.Floats(from.input, shape::kScalar, from.place + ": its times");
+  if (times.empty() || !std::is_sorted(times.begin(), times.end())) {
+    throw badfile(from.place + ": its times do not ascend");
+  }
+  return times;
+}
+
+// The keys around a time: the one before it, and the way from there to the next, 0 to 1.
+struct keyspan {
+  std::size_t key = 0;
+  double way = 0.0;
+  double seconds = 0.0;  // between the two keys
+};
+
+// Goes through times that ascend, and never back in the keys.
+class keywalk {
+ public:
+  explicit keywalk(const std::vector<float>& times) : times_(times) {}
+
+  keyspan At(double time) {
+    while (key_ + 1 < times_.size() && times_[key_ + 1] <= time) {
+      ++key_;
+    }
+    if (key_ + 1 == times_.size() || time <= times_[key_]) {
+      return {key_, 0.0, 0.0};
+    }
+    const double from = times_[key_];
+    const double seconds = times_[key_ + 1] - from;
+    return {key_, (time - from) / seconds, seconds};
+  }
+
+ private:
+  const std::vector<float>& times_;
+  std::size_t key_ = 0;
+};
+
+// The keys of one channel.
+struct curve {
+  std::vector<float> times;
+  std::vector<float> keys;
+  std::size_t each;  // components
+  interpolation way;
+
+  // A component of key `key`: its value, or the tangent before (-1) or behind (1) it.
+  double Component(std::size_t key, std::size_t c, int tangent = 0) const {
+    const std::size_t entry =
+        way == interpolation::kCubic ? 3 * key + static_cast<std::size_t>(1 + tangent) : key;
+    return keys[entry * each + c];
+  }
+
+  // Between two keys as the interpolation says; rotations on an arc are the caller's.
+  double Value(const keyspan& at, std::size_t c) const {
+    const double from = Component(at.key, c);
+    if (at.way == 0.0 || way == interpolation::kStep) {
+      return from;
+    }
+    const double to = Component(at.key + 1, c);
+    const double u = at.way;
+    if (way == interpolation::kLinear) {
+      return from + (to - from) * u;
+    }
+    const double out = Component(at.key, c, 1) * at.seconds;
+    const double in = Component(at.key + 1, c, -1) * at.seconds;
+    const double u2 = u * u;
+    const double u3 = u2 * u;
+    return from * (2.0 * u3 - 3.0 * u2 + 1.0) + out * (u3 - 2.0 * u2 + u) +
+           to * (3.0 * u2 - 2.0 * u3) + in * (u3 - u2);
+  }
+
+  core::vec3 Vector(const keyspan& at) const { return {Value(at, 0), Value(at, 1), Value(at, 2)}; }
+
+  cquat Key(std::size_t key) const { return Rotation({key, 0.0, 0.0}); }
+
+  cquat Rotation(const keyspan& at) const {
+    if (way == interpolation::kLinear && at.way != 0.0) {
+      return core::Between(Key(at.key), Key(at.key + 1), at.way);
+    }
+    cquat made;
+    made.x = static_cast<float>(Value(at, 0));
+    made.y = static_cast<float>(Value(at, 1));
+    made.z = static_cast<float>(Value(at, 2));
+    made.w = static_cast<float>(Value(at, 3));
+    return made;
+  }
+};
+
+curve CurveOf(const sampler& from, target path, valuereader& values) {
+  const bool turns = path == target::kRotation;
+  curve made{
+      TimesOf(from, values),
+      values.Floats(from.output, turns ? shape::kVec4 : shape::kVec3, from.place + ": its values"),
+      turns ? std::size_t{4} : std::size_t{3}, from.way};
+  const std::size_t entries = from.way == interpolation::kCubic ? 3 : 1;
+  if (made.keys.size() != made.times.size() * entries * made.each) {
+    throw badfile(from.place + ": it has " + std::to_string(made.keys.size() / made.each) +
+                  " values for " + std::to_string(made.times.size()) + " times");
+  }
+  return made;
+}
+
+}  // namespace
+
+timeline LayOut(const document& doc, double fps, valuereader& values) {
+  timeline line;
+  line.fps = fps;
+  std::int64_t end = 0;
+  for (const animation& from : doc.animations) {
+    std::vector<int> used = from.timing;
+    std::sort(used.begin(), used.end());
+    used.erase(std::unique(used.begin(), used.end()), used.end());
+    double length = 0.0;
+    for (const int index : used) {
+      const std::vector<float> times =
+          TimesOf(from.samplers[static_cast<std::size_t>(index)], values);
+      length = std::max(length, static_cast<double>(times.back()));
+    }
+    const int frames = FramesOf(length, fps);
+    line.clips.push_back({from.name, static_cast<int>(end), frames});
+    line.lengths.push_back(length);
+    end += frames;
+    if (end > kMostSceneFrames) {
+      throw badfile("clip " + from.name + ": the clips have more than " +
+                    std::to_string(kMostSceneFrames) + " frames");
+    }
+  }
+  line.frames = static_cast<int>(end);
+  return line;
+}
+
+void Sample(const animation& from, const channel& moved, const core::clip& clip, double length,
+            double fps, valuereader& values, transform* frames) {
+  const curve keys =
+      CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)], moved.path, values);
+  keywalk walk(keys.times);
+  // A step at a frame's own time is taken at that frame, however the two times were rounded.
+  const double ahead = keys.way == interpolation::kStep ? kWholeFrame / fps : 0.0;
+  for (int frame = 0; frame < clip.frames; ++frame) {
+    const double time = std::min(static_cast<double>(FrameTime(frame, fps)), length);
+    const keyspan at = walk.At(time + ahead);
+    switch (moved.path) {
+      case target::kMove:
+        frames[frame].move = keys.Vector(at);
+        break;
+      case target::kRotation:
+        frames[frame].rotation = keys.Rotation(at);
+        break;
+      case target::kScale:
+        frames[frame].scale = keys.Vector(at);
+        break;
+    }
+  }
+}
+
+}  // namespace gltf

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <vector>
+
+#include "core/scene.h"
+#include "gltf/read/document.h"
+#include "gltf/read/values.h"
+
+namespace gltf {
+
+// The clips of a document laid one behind the other from frame 0.
+struct timeline {
+  double fps = 0.0;
+  std::vector<core::clip> clips;  // one for each animation
+  std::vector<double> lengths;    // in seconds
+  int frames = 0;                 // of all clips
+};
+
+// Throws badfile, also when there are more frames than a scene can hold.
+timeline LayOut(const document& doc, double fps, valuereader& values);
+
+// What a node's channels of one clip make of it, from the clip's first frame on; a path that no
+// channel has stays as it is. Time grows with keys + frames.
+void Sample(const animation& from, const channel& moved, const core::clip& clip, double length,
+            double fps, valuereader& values, transform* frames);
+
+}  // namespace gltf

@@ -1,0 +1,228 @@
+#include "gltf/read/surfaces.h"
+
+#include <cmath>
+
+#include "core/state.h"
+#include "gltf/convention.h"
+#include "gltf/read/badfile.h"
+#include "plugin/host/scene.h"
+
+namespace gltf {
+
+namespace {
+
+// Vertices and faces that a scene may have whatever the size of its file: what many nodes that
+// show one mesh come to.
+constexpr std::int64_t kFreeElements = std::int64_t{1} << 22;
+// The angle that smooths a mesh without normals.
+constexpr float kSmoothAngle = 45.0F;
+
+std::size_t At(int index) { return static_cast<std::size_t>(index); }
+
+double Volume(const core::affine& m) {
+  return core::Dot(m.row[0], core::Cross(m.row[1], m.row[2]));
+}
+
+// What turns normals where the transform moves points: its inverse transposed, up to a positive
+// factor, so that a transform without an inverse has one too.
+core::affine ForNormals(const core::affine& m) {
+  const double sign = Volume(m) < 0.0 ? -1.0 : 1.0;
+  return {{core::Cross(m.row[1], m.row[2]) * sign, core::Cross(m.row[2], m.row[0]) * sign,
+           core::Cross(m.row[0], m.row[1]) * sign},
+          {}};
+}
+
+bool IsFinite(const cpoint3& p) {
+  return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+core::affine Inverse(core::affine m) { return core::InvertInPlace(m) ? m : core::affine(); }
+
+}  // namespace
+
+surfacemaker::surfacemaker(const surfacesource& from, valuereader& values)
+    : from_(from),
+      values_(values),
+      uses_(from.doc.accessors.size()),
+      room_(kFreeElements + from.doc.Bytes()) {
+  for (const mesh& shape : from.doc.meshes) {
+    for (const primitive& part : shape.primitives) {
+      if (part.Attribute("POSITION") >= 0) {
+        ++uses_[At(part.Attribute("POSITION"))];
+      }
+    }
+  }
+}
+
+core::vec3 surfacemaker::Position(const geometry& from, std::size_t vertex) const {
+  const float* p = from.positions.data() + 3 * vertex;
+  return ToSceneAxes(core::vec3{p[0], p[1], p[2]}) * from_.scale;
+}
+
+geometry surfacemaker::Read(int index, const primitive& part, bool skinned) {
+  const std::string coordinates =
+      part.material < 0 ? "TEXCOORD_0" : from_.doc.materials[At(part.material)].texCoords;
+  const bool shared = part.indices >= 0 && uses_[At(part.Attribute("POSITION"))] > 1;
+  geometry made = ReadGeometry(from_.doc, part, coordinates, skinned, shared, values_);
+  room_ -= static_cast<std::int64_t>(made.count + made.faces.size());
+  if (room_ < 0) {
+    throw badfile("node " + std::to_string(index) +
+                  ": the scene has more vertices and triangles than the file can have");
+  }
+  return made;
+}
+
+void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part,
+                        const core::affine& toRest) {
+  core::meshstate& state = mesh.Mesh();
+  state.verts.reserve(from.count);
+  for (std::size_t v = 0; v < from.count; ++v) {
+    state.verts.push_back(core::ToPoint(Turn(Position(from, v), toRest) + toRest.move));
+    if (!IsFinite(state.verts.back())) {
+      throw badfile(part.place + ": POSITION is out of range at vertex " + std::to_string(v));
+    }
+  }
+  // A mirror turns the faces inside out, and exchanging two corners turns them back.
+  const bool mirrored = Volume(toRest) < 0.0;
+  state.faces.reserve(from.faces.size());
+  for (const auto& corners : from.faces) {
+    cface& face = state.faces.emplace_back();
+    for (std::size_t c = 0; c < 3; ++c) {
+      face.v[c] = static_cast<std::int32_t>(corners[mirrored && c > 0 ? 3 - c : c]);
+      face.tv[c] = face.v[c];
+    }
+  }
+  mesh.numFaces = static_cast<std::int32_t>(state.faces.size());
+  if (!from.coordinates.empty()) {
+    state.tverts.reserve(from.count);
+    for (std::size_t v = 0; v < from.count; ++v) {
+      state.tverts.push_back(MakePt3(from.coordinates[2 * v], from.coordinates[2 * v + 1], 0.0F));
+    }
+  }
+  if (from.normals.empty()) {
+    mesh.AutoSmooth(kSmoothAngle, 0);
+  } else {
+    const core::affine turn = ForNormals(toRest);
+    state.normals.reserve(from.count);
+    for (std::size_t v = 0; v < from.count; ++v) {
+      const float* n = from.normals.data() + 3 * v;
+      state.normals.push_back(
+          core::ToPoint(core::Unit(Turn(ToSceneAxes(core::vec3{n[0], n[1], n[2]}), turn))));
+    }
+  }
+  mesh.SetMaterial(part.material < 0 ? nullptr : from_.materials[At(part.material)]);
+}
+
+ownednode<cmesh> surfacemaker::MakeMesh(int index, const primitive& part) {
+  ownednode<cmesh> mesh = Owned(CreateNewMesh());
+  Fill(*mesh, Read(index, part, false), part, from_.poses.nodes[At(index)].scale);
+  return mesh;
+}
+
+std::vector<surfacemaker::binding> surfacemaker::BindingsOf(int index, bool skinned) {
+  std::vector<binding> made;
+  if (!skinned) {
+    const int carrier = from_.nodes.nodes[At(index)].carrier;
+    const nodepose& own = from_.poses.nodes[At(index)];
+    made.push_back({from_.bones[At(carrier)],
+                    own.scale * own.rest * Inverse(from_.poses.nodes[At(carrier)].rest),
+                    {}});
+    return made;
+  }
+  const int skinIndex = from_.doc.nodes[At(index)].skin;
+  const skin& bound = from_.doc.skins[At(skinIndex)];
+  std::vector<float> matrices;
+  if (bound.inverseBind >= 0) {
+    const std::string place = "skin " + std::to_string(skinIndex) + ": inverseBindMatrices";
+    matrices = values_.Floats(bound.inverseBind, shape::kMat4, place);
+    if (matrices.size() < 16 * bound.joints.size()) {
+      throw badfile(place + " has " + std::to_string(matrices.size() / 16) + " matrices for " +
+                    std::to_string(bound.joints.size()) + " joints");
+    }
+  }
+  made.reserve(bound.joints.size());
+  for (std::size_t j = 0; j < bound.joints.size(); ++j) {
+    core::affine inverseBind;
+    if (!matrices.empty()) {
+      // Column after column there, row after row here, points being columns there and rows here.
+      const float* m = matrices.data() + 16 * j;
+      inverseBind = ToSceneAxes(core::affine{
+          {{m[0], m[1], m[2]}, {m[4], m[5], m[6]}, {m[8], m[9], m[10]}}, {m[12], m[13], m[14]}});
+      inverseBind.move = inverseBind.move * from_.scale;
+    }
+    const int joint = bound.joints[j];
+    made.push_back({from_.bones[At(joint)], inverseBind * from_.poses.nodes[At(joint)].scale, {}});
+  }
+  return made;
+}
+
+// The vertices at rest are the primitive's points as the first joint carries them in the rest
+// pose: then one rigid transform for each joint leads from its offsets to them, whether or not
+// the skin is bound in the rest pose.
+ownednode<cskin> surfacemaker::MakeSkin(int index, const primitive& part) {
+  const bool skinned = IsSkinned(from_.doc.nodes[At(index)], part);
+  const geometry from = Read(index, part, skinned);
+  std::vector<binding> joints = BindingsOf(index, skinned);
+  const int first = skinned ? from_.doc.skins[At(from_.doc.nodes[At(index)].skin)].joints.front()
+                            : from_.nodes.nodes[At(index)].carrier;
+  core::affine toRest = joints.front().offset * from_.poses.nodes[At(first)].rest;
+  core::affine fromRest = toRest;
+  if (!core::InvertInPlace(fromRest)) {
+    toRest = {};
+    fromRest = {};
+  }
+  for (binding& joint : joints) {
+    joint.normal = ForNormals(fromRest * joint.offset);
+  }
+  ownednode<cmesh> mesh = Owned(CreateNewMesh());
+  Fill(*mesh, from, part, toRest);
+  ownednode<cskin> skin = Owned(CreateNewSkin());
+  skin->Init(mesh.get());
+  SetWeights(*skin, from, joints, part);
+  return skin;
+}
+
+void surfacemaker::SetWeights(cskin& skin, const geometry& from, const std::vector<binding>& joints,
+                              const primitive& part) {
+  core::skinstate& state = skin.Skin();
+  state.weights.reserve(from.count);
+  const auto add = [&](std::size_t vertex, const core::vec3& position, std::size_t joint,
+                       float weight) {
+    const binding& to = joints[joint];
+    cskinweight& made = state.weights.emplace_back();
+    made.weight = weight;
+    made.bone = to.bone;
+    made.offset = core::ToPoint(Turn(position, to.offset) + to.offset.move);
+    made.normal =
+        core::ToPoint(core::Unit(Turn(core::ToVec(state.mesh.normals[vertex]), to.normal)));
+    if (!IsFinite(made.offset)) {
+      throw badfile(part.place + ": POSITION is out of range at vertex " + std::to_string(vertex));
+    }
+  };
+  for (std::size_t v = 0; v < from.count; ++v) {
+    core::skinstretch& stretch = state.stretches[v];
+    stretch.first = state.weights.size();
+    const core::vec3 position = Position(from, v);
+    if (from.joints.empty()) {
+      add(v, position, 0, 1.0F);
+    }
+    for (std::size_t set = 0; set < from.joints.size(); ++set) {
+      for (std::size_t c = 4 * v; c < 4 * v + 4; ++c) {
+        if (from.weights[set][c] == 0.0F) {
+          continue;
+        }
+        if (from.joints[set][c] >= joints.size()) {
+          throw badfile(part.place + ": vertex " + std::to_string(v) + " is on joint " +
+                        std::to_string(from.joints[set][c]) + " of " +
+                        std::to_string(joints.size()));
+        }
+        add(v, position, from.joints[set][c], from.weights[set][c]);
+      }
+    }
+    stretch.count = static_cast<std::uint32_t>(state.weights.size() - stretch.first);
+    stretch.room = stretch.count;
+    numLoose += stretch.count == 0 ? 1 : 0;
+  }
+}
+
+}  // namespace gltf
