@@ -3,9 +3,15 @@
 // Each reader as an importer uses it: it takes the block, and after it said yes everything that it
 // promises is read. True when the file was accepted. The fuzz targets run the same functions.
 
+#include <algorithm>
 #include <cstddef>
+#include <string>
+#include <vector>
 
 #include "mdc/mdcfile.h"
+#include "mdmmdx/mdmfile.h"
+#include "mdmmdx/mdxfile.h"
+#include "mds/mdsfile.h"
 
 // What was read flows into here, so that no compiler leaves the reading out.
 inline volatile float readSum = 0.0F;
@@ -35,5 +41,82 @@ inline bool ReadMdc(const unsigned char* data, std::size_t size) {
     }
   }
   readSum = sum;
+  return true;
+}
+
+inline float SumOf(const skelmesh& mesh, std::int32_t numBones) {
+  float sum = 0.0F;
+  const std::vector<float> poses(static_cast<std::size_t>(numBones), 1.0F);
+  for (const skelsurfentry& entry : mesh.surfaces) {
+    cvertexwalk walk = mesh.Vertices(entry);
+    std::vector<float> positions;
+    for (std::int32_t v = 0; v < entry.surface->numVerts; ++v, walk.Next()) {
+      positions.push_back(walk.Vertex().texCoords[1]);
+      for (std::int32_t w = 0; w < walk.Vertex().numWeights; ++w) {
+        const skelWeight& weight = walk.Weights()[w];
+        if (weight.boneIndex >= 0) {
+          positions.back() += weight.offset[2] * poses[static_cast<std::size_t>(weight.boneIndex)];
+        }
+      }
+    }
+    for (std::int32_t t = 0; t < entry.surface->numTriangles; ++t) {
+      sum += positions[static_cast<std::size_t>(entry.triangles[t][2])];
+    }
+  }
+  return sum;
+}
+
+inline float SumOf(const skelrig& rig) {
+  float sum = 0.0F;
+  for (const skelFrame* frame : rig.frames) {
+    sum += frame->parentOffset[2];
+    std::vector<float> poses;
+    for (std::int32_t b = 0; b < rig.numBones; ++b) {
+      const std::int32_t parent = rig.bones[b].parent;
+      poses.push_back(parent < 0 ? 0.0F : poses[static_cast<std::size_t>(parent)]);
+      poses.back() += static_cast<float>(skelrig::BoneFrames(frame)[b].ofsAngles[1]);
+      sum += poses.back() + rig.bones[b].name[63];
+    }
+  }
+  return sum;
+}
+
+inline bool ReadMds(const unsigned char* data, std::size_t size) {
+  cmdsfile file;
+  if (!file.Parse({data, size})) {
+    return false;
+  }
+  float sum = SumOf(static_cast<const skelrig&>(file)) + SumOf(file, file.numBones);
+  for (std::int32_t t = 0; t < file.header->numTags; ++t) {
+    sum += file.tags[t].name[63];
+  }
+  readSum = sum;
+  return true;
+}
+
+inline bool ReadMdx(const unsigned char* data, std::size_t size) {
+  cmdxfile file;
+  if (!file.Parse({data, size})) {
+    return false;
+  }
+  readSum = SumOf(file);
+  return true;
+}
+
+// With the skeleton that the rest of the block is, or the mesh alone where it is none.
+inline bool ReadMdm(const unsigned char* data, std::size_t size) {
+  cmdmfile file;
+  if (!file.Parse({data, size})) {
+    return false;
+  }
+  for (const mdmTag* tag : file.tags) {
+    readSum = tag->offset[2] + tag->name[63];
+  }
+  cmdxfile skeleton;
+  const auto end = static_cast<std::size_t>(std::max<std::int32_t>(file.header->ofsEnd, 0));
+  std::string fault;
+  if (end < size && skeleton.Parse({data + end, size - end}) && file.FitsTo(skeleton, fault)) {
+    readSum = SumOf(file, skeleton.numBones);
+  }
   return true;
 }

@@ -1,0 +1,5 @@
+#include "hostile/readers.h"
+#include "samples/skelmodel.h"
+#include "seeded.h"
+
+SEEDED_FUZZ_TARGET(ReadMds, SmallSkelModel().WriteMds())
