@@ -1,0 +1,236 @@
+#include "gltf/bind/bindpose.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <random>
+
+namespace {
+
+using core::affine;
+using core::vec3;
+
+// A rotation about an axis, then a move.
+affine Motion(const vec3& axis, double degrees, const vec3& move) {
+  const vec3 u = core::Unit(axis);
+  const double c = std::cos(degrees * M_PI / 180.0);
+  const double s = std::sin(degrees * M_PI / 180.0);
+  affine result;
+  for (vec3& row : result.row) {
+    row = row * c + core::Cross(u, row) * s + u * (core::Dot(u, row) * (1.0 - c));
+  }
+  result.move = move;
+  return result;
+}
+
+vec3 Apply(const vec3& p, const affine& m) { return core::Turn(p, m) + m.move; }
+
+double Distance(const vec3& a, const vec3& b) { return std::sqrt(core::Dot(a - b, a - b)); }
+
+affine Inverted(affine m) {
+  core::InvertInPlace(m);
+  return m;
+}
+
+// Joints in a hidden bind pose, posed in another way, and vertices whose offsets come from the
+// bind pose in single precision, as a file has them.
+struct rig {
+  std::vector<affine> binds;
+  std::vector<affine> pose;
+  std::vector<vec3> places;
+  gltf::bindvertices vertices;
+  std::mt19937 random{20};
+
+  double Number(double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(random);
+  }
+  vec3 Point(double size) {
+    return {Number(-size, size), Number(-size, size), Number(-size, size)};
+  }
+  affine AnyMotion(double reach) { return Motion(Point(1.0), Number(-180.0, 180.0), Point(reach)); }
+
+  void AddJoints(std::size_t count) {
+    for (std::size_t j = 0; j < count; ++j) {
+      binds.push_back(AnyMotion(40.0));
+      pose.push_back(AnyMotion(60.0));
+    }
+  }
+  void AddVertex(const vec3& place, std::vector<std::pair<std::uint32_t, double>> weights,
+                 double noise = 0.0) {
+    places.push_back(place);
+    for (const auto& [joint, weight] : weights) {
+      const vec3 offset = Apply(place, Inverted(binds[joint])) + Point(noise);
+      vertices.weights.push_back({joint, weight, core::ToVec(core::ToPoint(offset))});
+    }
+    vertices.starts.push_back(vertices.weights.size());
+  }
+
+  // How far a viewer's blend of the recovered rest places is from the blend of the offsets, over
+  // all vertices, in a pose that is neither the bind pose nor the first one.
+  double WorstBlend() {
+    const std::vector<affine> found = gltf::RecoverBinds(vertices, pose);
+    std::vector<affine> posed;
+    std::vector<affine> fromRest;
+    for (const affine& bind : found) {
+      posed.push_back(AnyMotion(60.0));
+      fromRest.push_back(Inverted(bind) * posed.back());
+    }
+    double worst = 0.0;
+    for (std::size_t v = 0; v + 1 < vertices.starts.size(); ++v) {
+      const vec3 rest = gltf::RestPlace(vertices, v, found);
+      vec3 viewer;
+      vec3 file;
+      for (std::size_t i = vertices.starts[v]; i < vertices.starts[v + 1]; ++i) {
+        const gltf::bindweight& in = vertices.weights[i];
+        viewer = viewer + Apply(rest, fromRest[in.joint]) * in.weight;
+        file = file + Apply(in.offset, posed[in.joint]) * in.weight;
+      }
+      worst = std::max(worst, Distance(viewer, file));
+    }
+    return worst;
+  }
+};
+
+double Cost(const gltf::bindvertices& vertices, const std::vector<affine>& binds) {
+  double sum = 0.0;
+  for (std::size_t v = 0; v + 1 < vertices.starts.size(); ++v) {
+    const vec3 rest = gltf::RestPlace(vertices, v, binds);
+    for (std::size_t i = vertices.starts[v]; i < vertices.starts[v + 1]; ++i) {
+      const gltf::bindweight& in = vertices.weights[i];
+      const vec3 apart = Apply(in.offset, binds[in.joint]) - rest;
+      sum += in.weight * core::Dot(apart, apart);
+    }
+  }
+  return sum;
+}
+
+constexpr double kSize = 64.0;
+constexpr double kRounding = 5e-5;  // of offsets in single precision, through a few joints
+
+TEST(BindPose, AnUnseenBindPoseIsFoundThroughChainsAndLoops) {
+  rig r;
+  r.AddJoints(12);
+  for (std::uint32_t j = 0; j < 12; ++j) {
+    for (int n = 0; n < 20; ++n) {
+      const std::uint32_t next = (j + 1) % 12;
+      const double share = r.Number(0.05, 0.95);
+      r.AddVertex(r.Point(kSize), {{j, share}, {next, 1.0 - share}});
+      r.AddVertex(r.Point(kSize), {{j, 1.0}});
+      r.AddVertex(r.Point(kSize),
+                  {{j, 0.4}, {next, 0.3}, {(j + 5) % 12, 0.2}, {(j + 7) % 12, 0.1}});
+    }
+  }
+  EXPECT_LT(r.WorstBlend(), kRounding);
+}
+
+TEST(BindPose, VerticesThatLeaveTheRotationOpenStillAgree) {
+  struct {
+    const char* what;
+    std::vector<vec3> shared;
+  } const cases[] = {
+      {"one vertex", {{3.0, 4.0, 5.0}}},
+      {"two vertices", {{3.0, 4.0, 5.0}, {-7.0, 1.0, 2.0}}},
+      {"a line", {{0.0, 0.0, 0.0}, {1.0, 2.0, 3.0}, {2.0, 4.0, 6.0}, {-1.5, -3.0, -4.5}}},
+      {"nearly a line", {{0.0, 0.0, 0.0}, {10.0, 0.0, 1e-4}, {20.0, 0.0, 0.0}, {30.0, 1e-4, 0.0}}},
+      {"one place", {{9.0, 9.0, 9.0}, {9.0, 9.0, 9.0}, {9.0, 9.0, 9.0}}},
+      {"a plane", {{0.0, 0.0, 7.0}, {10.0, 0.0, 7.0}, {0.0, 10.0, 7.0}, {6.0, 5.0, 7.0}}},
+  };
+  for (const auto& each : cases) {
+    rig r;
+    r.AddJoints(3);
+    for (const vec3& place : each.shared) {
+      r.AddVertex(place, {{0, 0.5}, {1, 0.5}});
+      r.AddVertex(place + vec3{0.0, 20.0, 0.0}, {{1, 0.7}, {2, 0.3}});
+    }
+    for (int n = 0; n < 10; ++n) {
+      r.AddVertex(r.Point(kSize), {{static_cast<std::uint32_t>(n % 3), 1.0}});
+    }
+    EXPECT_LT(r.WorstBlend(), kRounding) << each.what;
+  }
+}
+
+// Joints that only hang together by single vertices, each of which decides nothing by itself.
+TEST(BindPose, SingleVerticesDecideTogether) {
+  rig r;
+  r.AddJoints(6);
+  for (std::uint32_t a = 0; a < 6; ++a) {
+    for (std::uint32_t b = a + 1; b < 6; ++b) {
+      r.AddVertex(r.Point(kSize), {{a, 0.5}, {b, 0.5}});
+    }
+  }
+  EXPECT_LT(r.WorstBlend(), kRounding);
+}
+
+TEST(BindPose, JointsThatShareNothingKeepThePoseTheyAreGiven) {
+  rig r;
+  r.AddJoints(3);  // the third has no vertex at all
+  for (int n = 0; n < 5; ++n) {
+    r.AddVertex(r.Point(kSize), {{0, 1.0}});
+    r.AddVertex(r.Point(kSize), {{1, 1.0}});
+  }
+  const std::vector<affine> found = gltf::RecoverBinds(r.vertices, r.pose);
+  for (std::size_t j = 0; j < 3; ++j) {
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_LT(Distance(found[j].row[i], r.pose[j].row[i]), 1e-6);
+    }
+    EXPECT_LT(Distance(found[j].move, r.pose[j].move), 1e-4);
+  }
+}
+
+// The rest pose of a whole rig is the bind pose moved as one to where the first frame stands.
+TEST(BindPose, TheRestPoseStandsWhereTheFirstFrameDoes) {
+  rig r;
+  r.AddJoints(4);
+  const affine whole = r.AnyMotion(500.0);
+  for (std::size_t j = 0; j < 4; ++j) {
+    r.pose[j] = r.binds[j] * whole;
+  }
+  for (int n = 0; n < 40; ++n) {
+    const auto j = static_cast<std::uint32_t>(n % 4);
+    r.AddVertex(r.Point(kSize), {{j, 0.6}, {(j + 1) % 4, 0.4}});
+  }
+  const std::vector<affine> found = gltf::RecoverBinds(r.vertices, r.pose);
+  for (std::size_t v = 0; v < r.places.size(); ++v) {
+    EXPECT_LT(Distance(gltf::RestPlace(r.vertices, v, found), Apply(r.places[v], whole)), 1e-3);
+  }
+}
+
+// Offsets that agree with no pose: no small change of any joint makes the sum smaller.
+TEST(BindPose, OffsetsThatContradictEachOtherGiveTheLeastSquares) {
+  rig r;
+  r.AddJoints(6);
+  for (int n = 0; n < 200; ++n) {
+    const auto j = static_cast<std::uint32_t>(n % 6);
+    r.AddVertex(r.Point(kSize), {{j, 0.5}, {(j + 1) % 6, 0.3}, {(j + 3) % 6, 0.2}}, 8.0);
+  }
+  const std::vector<affine> found = gltf::RecoverBinds(r.vertices, r.pose);
+  const double least = Cost(r.vertices, found);
+  EXPECT_GT(least, 100.0);
+  for (std::size_t j = 0; j < 6; ++j) {
+    for (int n = 0; n < 12; ++n) {
+      std::vector<affine> other = found;
+      const affine nudge = Motion(r.Point(1.0), r.Number(-0.1, 0.1), r.Point(0.05));
+      other[j] = other[j] * nudge;
+      EXPECT_GT(Cost(r.vertices, other), least - 1e-9 * least);
+    }
+  }
+}
+
+TEST(BindPose, ALargeModelTakesSeconds) {
+  rig r;
+  r.AddJoints(200);
+  for (int n = 0; n < 100000; ++n) {
+    const auto j = static_cast<std::uint32_t>(n % 200);
+    r.AddVertex(r.Point(kSize),
+                {{j, 0.4}, {(j + 1) % 200, 0.3}, {(j + 2) % 200, 0.2}, {(j * 7 + 3) % 200, 0.1}});
+  }
+  const auto begun = std::chrono::steady_clock::now();
+  const std::vector<affine> found = gltf::RecoverBinds(r.vertices, r.pose);
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begun;
+  std::printf("recovered in %.2f s\n", taken.count());
+  EXPECT_LT(Cost(r.vertices, found) / 1e5, 1e-9);
+}
+
+}  // namespace
