@@ -1,0 +1,228 @@
+#include "gltf/write/animations.h"
+
+#include <algorithm>
+#include <map>
+#include <span>
+
+#include "core/timeline.h"
+#include "gltf/convention.h"
+#include "gltf/write/fault.h"
+#include "gltf/write/localpose.h"
+#include "gltf/write/utf8.h"
+
+namespace gltf {
+
+namespace {
+
+constexpr char kWholeName[] = "all";
+
+// What of a node a channel animates.
+struct property {
+  const char* path;
+  const char* type;
+  std::size_t components;
+};
+constexpr property kProperties[] = {
+    {"translation", "VEC3", 3}, {"rotation", "VEC4", 4}, {"scale", "VEC3", 3}};
+
+std::span<const float> PartOf(const localpose& pose, std::size_t which) {
+  switch (which) {
+    case 0:
+      return pose.place;
+    case 1:
+      return pose.turn;
+    default:
+      return pose.scale;
+  }
+}
+
+bool Equal(std::span<const float> a, std::span<const float> b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+}
+
+// A node's poses over a clip.
+using stretch = std::span<const localpose>;
+
+bool Holds(stretch poses, std::size_t which) {
+  return std::all_of(poses.begin(), poses.end(), [&](const localpose& pose) {
+    return Equal(PartOf(pose, which), PartOf(poses.front(), which));
+  });
+}
+
+class animationwriter {
+ public:
+  animationwriter(std::vector<core::clip> clips, const layout& plan, const options& how,
+                  scenefile& file)
+      : clips_(std::move(clips)), made_(clips_.size()), plan_(plan), how_(how), file_(file) {}
+
+  void AddNode(int node, const localpose& rest) {
+    const filenode& owner = plan_.nodes[static_cast<std::size_t>(node)];
+    poses_.clear();
+    for (const core::clip& clip : clips_) {
+      localpose before = rest;
+      for (int k = 0; k < clip.frames; ++k) {
+        before = PoseAt(*owner.track, clip.start + k, how_.scale, before, owner.name);
+        poses_.push_back(before);
+      }
+    }
+    for (std::size_t which = 0; which < std::size(kProperties); ++which) {
+      const bool moves = std::any_of(poses_.begin(), poses_.end(), [&](const localpose& pose) {
+        return !Equal(PartOf(pose, which), PartOf(rest, which));
+      });
+      if (!moves) {
+        continue;
+      }
+      std::size_t first = 0;
+      for (std::size_t c = 0; c < clips_.size(); ++c) {
+        const auto count = static_cast<std::size_t>(clips_[c].frames);
+        AddChannel(c, node, which, stretch(poses_).subspan(first, count));
+        first += count;
+      }
+    }
+  }
+
+  // A clip in which nothing differs from the rest pose still has its name and its length: from one
+  // node that holds still. Without a node to hold still there is no such clip.
+  void Finish(int still, const localpose& rest) {
+    for (std::size_t c = 0; c < clips_.size(); ++c) {
+      animation& made = made_[c];
+      if (made.channels.empty() && made.constants.empty()) {
+        if (still < 0) {
+          continue;
+        }
+        made.constants.push_back({still, 0, rest});
+      }
+      for (const constant& each : made.constants) {
+        WriteConstant(c, each);
+      }
+      ordered_json entry;
+      if (!clips_[c].name.empty()) {
+        entry["name"] = ToUtf8(clips_[c].name);
+      }
+      entry["channels"] = std::move(made.channels);
+      entry["samplers"] = std::move(made.samplers);
+      file_.Add("animations", std::move(entry));
+    }
+  }
+
+ private:
+  struct constant {
+    int node;
+    std::size_t which;
+    localpose value;
+  };
+  struct animation {
+    ordered_json channels;
+    ordered_json samplers;
+    std::vector<constant> constants;  // not written yet
+    bool whole = false;               // some channel lasts as long as the clip
+  };
+
+  void AddChannel(std::size_t c, int node, std::size_t which, stretch poses) {
+    if (Holds(poses, which)) {
+      made_[c].constants.push_back({node, which, poses.front()});
+      return;
+    }
+    values_.clear();
+    for (const localpose& pose : poses) {
+      const auto part = PartOf(pose, which);
+      values_.insert(values_.end(), part.begin(), part.end());
+    }
+    Write(c, node, which, Times(clips_[c].frames));
+    made_[c].whole = true;
+  }
+
+  // One key; two where nothing else would make the clip as long as it is.
+  void WriteConstant(std::size_t c, const constant& each) {
+    const auto part = PartOf(each.value, each.which);
+    values_.assign(part.begin(), part.end());
+    if (made_[c].whole || clips_[c].frames == 1) {
+      Write(c, each.node, each.which, Times(1));
+      return;
+    }
+    values_.insert(values_.end(), part.begin(), part.end());
+    Write(c, each.node, each.which, Ends(clips_[c].frames));
+    made_[c].whole = true;
+  }
+
+  void Write(std::size_t c, int node, std::size_t which, int times) {
+    const property& what = kProperties[which];
+    const int output = file_.AddFloats(View(), values_, what.type, scenefile::bounds::kNone);
+    ordered_json& samplers = made_[c].samplers;
+    made_[c].channels.push_back(
+        {{"sampler", samplers.size()}, {"target", {{"node", node}, {"path", what.path}}}});
+    samplers.push_back({{"input", times}, {"output", output}});
+  }
+
+  // Clips of one length share their times.
+  int Times(int frames) {
+    const auto [place, fresh] = times_.try_emplace(frames, 0);
+    if (fresh) {
+      std::vector<float> times;
+      for (int k = 0; k < frames; ++k) {
+        times.push_back(FrameTime(k, how_.fps));
+      }
+      place->second = file_.AddFloats(View(), times, "SCALAR", scenefile::bounds::kWritten);
+    }
+    return place->second;
+  }
+
+  int Ends(int frames) {
+    const auto [place, fresh] = ends_.try_emplace(frames, 0);
+    if (fresh) {
+      const float times[2] = {0.0F, FrameTime(frames - 1, how_.fps)};
+      place->second = file_.AddFloats(View(), times, "SCALAR", scenefile::bounds::kWritten);
+    }
+    return place->second;
+  }
+
+  int View() {
+    if (view_ < 0) {
+      view_ = file_.AddView(scenefile::use::kNothing);
+    }
+    return view_;
+  }
+
+  std::vector<core::clip> clips_;
+  std::vector<animation> made_;
+  const layout& plan_;
+  const options& how_;
+  scenefile& file_;
+  int view_ = -1;  // of all animation data
+  std::map<int, int> times_;
+  std::map<int, int> ends_;
+  std::vector<localpose> poses_;  // of one node, all clips one behind the other
+  std::vector<float> values_;
+};
+
+}  // namespace
+
+void WriteAnimations(const core::scene& scene, const layout& plan, const options& how,
+                     scenefile& file) {
+  std::vector<core::clip> clips = core::NamedClips(scene);
+  std::erase_if(clips, [](const core::clip& clip) { return clip.frames < 1; });
+  const bool named = !clips.empty();
+  if (!named) {
+    clips.push_back({kWholeName, scene.animStart, core::LastKeyFrame(scene) - scene.animStart + 1});
+  }
+  animationwriter writer(std::move(clips), plan, how, file);
+  int still = -1;
+  localpose stillRest;
+  for (std::size_t i = 0; i < plan.nodes.size(); ++i) {
+    const filenode& node = plan.nodes[i];
+    if (node.track == nullptr) {
+      continue;
+    }
+    const localpose rest = PoseAt(*node.track, scene.animStart, how.scale, {}, node.name);
+    if (node.track->keys.size() > 1) {
+      writer.AddNode(static_cast<int>(i), rest);
+    }
+    if (still < 0 && named) {
+      still = static_cast<int>(i);
+      stillRest = rest;
+    }
+  }
+  writer.Finish(still, stillRest);
+}
+
+}  // namespace gltf

@@ -1,0 +1,64 @@
+#include "gltf/write/localpose.h"
+
+#include <cmath>
+
+#include "gltf/convention.h"
+#include "gltf/write/fault.h"
+
+namespace gltf {
+
+namespace {
+
+bool IsFinite(const localpose& pose) {
+  float sum = 0.0F;
+  for (int i = 0; i < 3; ++i) {
+    const auto at = static_cast<std::size_t>(i);
+    sum += pose.place[at] * 0.0F + pose.scale[at] * 0.0F;
+  }
+  for (const float part : pose.turn) {
+    sum += part * 0.0F;
+  }
+  return sum == 0.0F;
+}
+
+void SetTurn(const cquat& rotation, const localpose& near, localpose& pose) {
+  const core::vec3 axis = ToFileAxes(core::vec3{rotation.x, rotation.y, rotation.z});
+  const double parts[4] = {axis.x, axis.y, axis.z, rotation.w};
+  double squares = 0.0;
+  double side = 0.0;
+  for (std::size_t i = 0; i < 4; ++i) {
+    squares += parts[i] * parts[i];
+    side += parts[i] * near.turn[i];
+  }
+  if (squares == 0.0) {
+    return;
+  }
+  const double factor = (side < 0.0 ? -1.0 : 1.0) / std::sqrt(squares);
+  for (std::size_t i = 0; i < 4; ++i) {
+    // Adding zero makes -0 the same as 0.
+    pose.turn[i] = static_cast<float>(parts[i] * factor) + 0.0F;
+  }
+}
+
+std::array<float, 3> ToArray(const core::vec3& v) {
+  return {static_cast<float>(v.x) + 0.0F, static_cast<float>(v.y) + 0.0F,
+          static_cast<float>(v.z) + 0.0F};
+}
+
+}  // namespace
+
+localpose PoseAt(const core::trackstate& track, int frame, double scale, const localpose& near,
+                 const std::string& name) {
+  const ckey key = core::KeyAtFrame(track, frame);
+  localpose pose;
+  pose.place = ToArray(ToFileAxes(core::ToVec(key.pos)) * (1.0 / scale));
+  pose.scale = ToArray(SwapScaleAxes(core::ToVec(key.scale)));
+  SetTurn(key.rot, near, pose);
+  if (!IsFinite(pose)) {
+    throw writefault("node \"" + name + "\": its transform is not a finite one at frame " +
+                     std::to_string(frame));
+  }
+  return pose;
+}
+
+}  // namespace gltf

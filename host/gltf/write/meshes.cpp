@@ -1,0 +1,175 @@
+#include "gltf/write/meshes.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/state.h"
+#include "gltf/convention.h"
+#include "gltf/write/fault.h"
+#include "gltf/write/utf8.h"
+
+namespace gltf {
+
+namespace {
+
+// Weights and joints stand in sets of this many.
+constexpr std::size_t kSet = 4;
+
+class meshwriter {
+ public:
+  meshwriter(const skinning& skins, double scale, scenefile& file)
+      : skins_(skins), scale_(scale), file_(file) {}
+
+  // -1: there is no triangle to show.
+  int Write(cnode& node, int material) {
+    cexpmesh mesh;
+    const bool skin = node.GetType() == kNodeSkin;
+    const bool textured = skin ? !static_cast<cskin&>(node).Skin().mesh.tverts.empty()
+                               : !static_cast<cmesh&>(node).Mesh().tverts.empty();
+    if (skin) {
+      mesh.BuildFromSkin(&static_cast<cskin&>(node), 2);
+    } else {
+      mesh.BuildFromMesh(&static_cast<cmesh&>(node), 2);
+    }
+    if (mesh.numFaces == 0) {
+      return -1;
+    }
+    const auto index = static_cast<std::size_t>(node.State().index);
+    ordered_json attributes;
+    WriteVertices(node, mesh, index, textured, attributes);
+    if (skins_.IsSkinned(index)) {
+      WriteWeights(mesh, index, attributes);
+    }
+    ordered_json primitive = {{"attributes", std::move(attributes)}, {"indices", Indices(mesh)}};
+    if (material >= 0) {
+      primitive["material"] = material;
+    }
+    ordered_json entry;
+    if (!node.State().name.empty()) {
+      entry["name"] = ToUtf8(node.State().name);
+    }
+    entry["primitives"].push_back(std::move(primitive));
+    return file_.Add("meshes", std::move(entry));
+  }
+
+ private:
+  void Put(const core::vec3& v, std::vector<float>& values) {
+    const cpoint3 p = core::ToPoint(ToFileAxes(v));
+    values.insert(values.end(), {p.x, p.y, p.z});
+  }
+
+  int Vertices(const std::vector<float>& values, const char* type,
+               scenefile::bounds wanted = scenefile::bounds::kNone) {
+    return file_.AddFloats(file_.AddView(scenefile::use::kVertices), values, type, wanted);
+  }
+
+  void WriteVertices(const cnode& node, const cexpmesh& mesh, std::size_t index, bool textured,
+                     ordered_json& attributes) {
+    const auto count = static_cast<std::size_t>(mesh.numVerts);
+    std::vector<float> places;
+    std::vector<float> normals;
+    std::vector<float> coordinates;
+    places.reserve(3 * count);
+    normals.reserve(3 * count);
+    coordinates.reserve(textured ? 2 * count : 0);
+    for (std::size_t i = 0; i < count; ++i) {
+      const cexpvert& vertex = mesh.verts[i];
+      core::vec3 place = core::ToVec(vertex.pos);
+      core::vec3 normal = core::Unit(core::ToVec(vertex.normal));
+      if (skins_.IsSkinned(index)) {
+        const std::size_t source = mesh.vertMap.Data()[i];
+        place = skins_.RestPlace(index, source);
+        const core::vec3 blended = core::Unit(skins_.RestNormal(index, source));
+        normal = core::IsZero(blended) ? normal : blended;
+      }
+      Put(place * (1.0 / scale_), places);
+      Put(core::IsZero(normal) ? core::vec3{0.0, 0.0, 1.0} : normal, normals);
+      if (textured) {
+        coordinates.insert(coordinates.end(), {vertex.u, vertex.v});
+      }
+    }
+    CheckFinite(node, places, 3, "vertex");
+    CheckFinite(node, coordinates, 2, "texture vertex");
+    attributes["POSITION"] = Vertices(places, "VEC3", scenefile::bounds::kWritten);
+    attributes["NORMAL"] = Vertices(normals, "VEC3");
+    if (textured) {
+      attributes["TEXCOORD_0"] = Vertices(coordinates, "VEC2");
+    }
+  }
+
+  static void CheckFinite(const cnode& node, const std::vector<float>& values,
+                          std::size_t components, const char* what) {
+    const auto bad = std::find_if(values.begin(), values.end(),
+                                  [](float value) { return !std::isfinite(value); });
+    if (bad != values.end()) {
+      const std::size_t at = static_cast<std::size_t>(bad - values.begin()) / components;
+      throw writefault("node \"" + node.State().name + "\": " + what + " " + std::to_string(at) +
+                       " is not a finite number");
+    }
+  }
+
+  void WriteWeights(const cexpmesh& mesh, std::size_t index, ordered_json& attributes) {
+    const auto count = static_cast<std::size_t>(mesh.numVerts);
+    const std::uint32_t* source = mesh.vertMap.Data();
+    std::size_t most = 1;
+    for (std::size_t i = 0; i < count; ++i) {
+      most = std::max(most, skins_.Weights(index, source[i]).size());
+    }
+    std::vector<std::uint32_t> joints(kSet * count);
+    std::vector<float> weights(kSet * count);
+    for (std::size_t first = 0; first < most; first += kSet) {
+      std::fill(joints.begin(), joints.end(), 0U);
+      std::fill(weights.begin(), weights.end(), 0.0F);
+      for (std::size_t i = 0; i < count; ++i) {
+        const auto all = skins_.Weights(index, source[i]);
+        for (std::size_t k = first; k < std::min(first + kSet, all.size()); ++k) {
+          joints[kSet * i + k - first] = all[k].joint;
+          weights[kSet * i + k - first] = static_cast<float>(all[k].weight);
+        }
+      }
+      const std::string number = std::to_string(first / kSet);
+      attributes["JOINTS_" + number] = file_.AddJoints(joints);
+      attributes["WEIGHTS_" + number] = Vertices(weights, "VEC4");
+    }
+  }
+
+  int Indices(const cexpmesh& mesh) {
+    std::vector<std::uint32_t> indices;
+    indices.reserve(3 * static_cast<std::size_t>(mesh.numFaces));
+    for (std::int32_t f = 0; f < mesh.faceFlags.count; ++f) {
+      if (mesh.faceFlags[f] == 0) {
+        const std::uint32_t* corners = mesh.faces.Data() + 3 * static_cast<std::ptrdiff_t>(f);
+        indices.insert(indices.end(), corners, corners + 3);
+      }
+    }
+    return file_.AddIndices(indices);
+  }
+
+  const skinning& skins_;
+  double scale_;
+  scenefile& file_;
+};
+
+}  // namespace
+
+std::vector<int> WriteMeshes(const core::scene& scene, const skinning& skins,
+                             const std::unordered_map<const cmaterial*, int>& materials,
+                             double scale, scenefile& file, std::vector<std::string>& warnings) {
+  std::vector<int> meshes(scene.Nodes().size(), -1);
+  meshwriter writer(skins, scale, file);
+  for (std::size_t i = 0; i < meshes.size(); ++i) {
+    cnode& node = *scene.Nodes()[i];
+    if (node.GetType() != kNodeMesh && node.GetType() != kNodeSkin) {
+      continue;
+    }
+    const auto material = materials.find(node.GetMaterial());
+    meshes[i] = writer.Write(node, material == materials.end() ? -1 : material->second);
+    if (meshes[i] < 0) {
+      warnings.push_back("\"" + node.State().name +
+                         "\" has no triangles and is written as a node without a mesh");
+    }
+  }
+  return meshes;
+}
+
+}  // namespace gltf

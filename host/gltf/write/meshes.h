@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/scene.h"
+#include "gltf/write/scenefile.h"
+#include "gltf/write/skinning.h"
+
+namespace gltf {
+
+// Writes the shape of each mesh and skin of the scene and gives each node its mesh, -1 without.
+std::vector<int> WriteMeshes(const core::scene& scene, const skinning& skins,
+                             const std::unordered_map<const cmaterial*, int>& materials,
+                             double scale, scenefile& file, std::vector<std::string>& warnings);
+
+}  // namespace gltf

@@ -1,0 +1,238 @@
+#include "gltf/write/scenefile.h"
+
+#include <algorithm>
+#include <bit>
+#include <cctype>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+#include "gltf/write/fault.h"
+#include "gltf/write/newfiles.h"
+
+namespace gltf {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "values are written as they lie");
+
+constexpr int kByte = 5121;
+constexpr int kShort = 5123;
+constexpr int kInt = 5125;
+constexpr int kFloat = 5126;
+constexpr int kVertexTarget = 34962;
+constexpr int kIndexTarget = 34963;
+
+constexpr std::uint32_t kMagic = 0x46546C67;      // "glTF"
+constexpr std::uint32_t kTextChunk = 0x4E4F534A;  // "JSON"
+constexpr std::uint32_t kDataChunk = 0x004E4942;  // "BIN"
+constexpr std::uint64_t kLargestFile = std::numeric_limits<std::uint32_t>::max();
+
+std::size_t Components(const std::string& type) {
+  return type == "SCALAR" ? 1 : type == "VEC2" ? 2 : type == "VEC3" ? 3 : type == "VEC4" ? 4 : 16;
+}
+
+constexpr std::uint64_t Padded(std::uint64_t size) { return (size + 3) & ~std::uint64_t{3}; }
+
+std::string LowerSuffix(const std::string& path) {
+  std::string suffix = std::filesystem::path(path).extension().string();
+  std::transform(suffix.begin(), suffix.end(), suffix.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return suffix;
+}
+
+// A file's name as a relative address.
+std::string Escaped(const std::string& name) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80 && (std::isalnum(byte) != 0 || std::strchr("-._~", c) != nullptr)) {
+      result += c;
+    } else {
+      result += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+  }
+  return result;
+}
+
+std::span<const std::uint8_t> BytesOf(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+std::span<const std::uint8_t> BytesOf(std::span<const std::uint32_t> words) {
+  return {reinterpret_cast<const std::uint8_t*>(words.data()), words.size_bytes()};
+}
+
+}  // namespace
+
+scenefile::scenefile(std::string path)
+    : path_(std::move(path)), split_(LowerSuffix(path_) == ".gltf") {
+  root_["asset"] = {{"version", "2.0"}, {"generator", "Marrow " MARROW_VERSION}};
+}
+
+int scenefile::Add(const char* list, ordered_json entry) {
+  ordered_json& entries = root_[list];
+  entries.push_back(std::move(entry));
+  return static_cast<int>(entries.size()) - 1;
+}
+
+ordered_json& scenefile::At(const char* list, int index) {
+  return root_[list][static_cast<std::size_t>(index)];
+}
+
+void scenefile::SetScene(ordered_json scene) {
+  root_["scene"] = 0;
+  Add("scenes", std::move(scene));
+}
+
+int scenefile::AddView(use purpose) {
+  views_.push_back({purpose, {}});
+  return static_cast<int>(views_.size()) - 1;
+}
+
+int scenefile::AddAccessor(int view, std::size_t offset, int componentType, std::size_t count,
+                           const char* type) {
+  ordered_json accessor = {{"bufferView", view}};
+  if (offset != 0) {
+    accessor["byteOffset"] = offset;
+  }
+  accessor["componentType"] = componentType;
+  accessor["count"] = count;
+  accessor["type"] = type;
+  return Add("accessors", std::move(accessor));
+}
+
+int scenefile::AddFloats(int view, std::span<const float> values, const char* type, bounds wanted) {
+  std::vector<std::uint8_t>& bytes = views_[static_cast<std::size_t>(view)].bytes;
+  const std::size_t offset = bytes.size();
+  const auto* raw = reinterpret_cast<const std::uint8_t*>(values.data());
+  bytes.insert(bytes.end(), raw, raw + values.size_bytes());
+  const std::size_t components = Components(type);
+  const int accessor = AddAccessor(view, offset, kFloat, values.size() / components, type);
+  if (wanted == bounds::kWritten) {
+    std::vector<float> low(values.begin(),
+                           values.begin() + static_cast<std::ptrdiff_t>(components));
+    std::vector<float> high = low;
+    for (std::size_t i = components; i < values.size(); ++i) {
+      low[i % components] = std::min(low[i % components], values[i]);
+      high[i % components] = std::max(high[i % components], values[i]);
+    }
+    At("accessors", accessor)["min"] = low;
+    At("accessors", accessor)["max"] = high;
+  }
+  return accessor;
+}
+
+template <class T>
+int scenefile::AddWhole(use purpose, std::span<const std::uint32_t> values, int componentType,
+                        const char* type) {
+  const int view = AddView(purpose);
+  std::vector<std::uint8_t>& bytes = views_.back().bytes;
+  bytes.resize(values.size() * sizeof(T));
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const T value = static_cast<T>(values[i]);
+    std::memcpy(bytes.data() + i * sizeof(T), &value, sizeof(T));
+  }
+  return AddAccessor(view, 0, componentType, values.size() / Components(type), type);
+}
+
+int scenefile::AddIndices(std::span<const std::uint32_t> values) {
+  const std::uint32_t largest = *std::max_element(values.begin(), values.end());
+  if (largest < UINT8_MAX) {
+    return AddWhole<std::uint8_t>(use::kIndices, values, kByte, "SCALAR");
+  }
+  if (largest < UINT16_MAX) {
+    return AddWhole<std::uint16_t>(use::kIndices, values, kShort, "SCALAR");
+  }
+  return AddWhole<std::uint32_t>(use::kIndices, values, kInt, "SCALAR");
+}
+
+int scenefile::AddJoints(std::span<const std::uint32_t> values) {
+  const std::uint32_t largest = *std::max_element(values.begin(), values.end());
+  if (largest > UINT16_MAX) {
+    throw writefault("the scene has more than 65536 joints, and a file holds no more");
+  }
+  return largest <= UINT8_MAX ? AddWhole<std::uint8_t>(use::kVertices, values, kByte, "VEC4")
+                              : AddWhole<std::uint16_t>(use::kVertices, values, kShort, "VEC4");
+}
+
+int scenefile::AddImage(const std::string& name, const std::string& mimeType,
+                        std::vector<std::uint8_t> bytes) {
+  ordered_json image;
+  if (!name.empty()) {
+    image["name"] = name;
+  }
+  if (split_) {
+    const std::string file = NameBeside("_" + std::to_string(images_.size()) +
+                                        (mimeType == "image/png" ? ".png" : ".jpg"));
+    image["uri"] = Escaped(file);
+    images_.push_back({file, std::move(bytes)});
+  } else {
+    image["mimeType"] = mimeType;
+    image["bufferView"] = AddView(use::kNothing);
+    views_.back().bytes = std::move(bytes);
+  }
+  return Add("images", std::move(image));
+}
+
+std::string scenefile::NameBeside(const std::string& tail) const {
+  return std::filesystem::path(path_).stem().string() + tail;
+}
+
+void scenefile::Save() {
+  static constexpr std::uint8_t kZeros[3] = {};
+  std::vector<std::span<const std::uint8_t>> data;
+  std::uint64_t size = 0;
+  for (const viewdata& each : views_) {
+    ordered_json entry = {{"buffer", 0}, {"byteOffset", size}, {"byteLength", each.bytes.size()}};
+    if (each.purpose != use::kNothing) {
+      entry["target"] = each.purpose == use::kVertices ? kVertexTarget : kIndexTarget;
+    }
+    Add("bufferViews", std::move(entry));
+    data.emplace_back(each.bytes);
+    const std::uint64_t padding = Padded(each.bytes.size()) - each.bytes.size();
+    data.emplace_back(kZeros, static_cast<std::size_t>(padding));
+    size += each.bytes.size() + padding;
+  }
+  const std::string dataName = NameBeside(".bin");
+  if (size != 0) {
+    ordered_json buffer = {{"byteLength", size}};
+    if (split_) {
+      buffer["uri"] = Escaped(dataName);
+    }
+    Add("buffers", std::move(buffer));
+  }
+  std::string text = root_.dump(split_ ? 2 : -1);
+  text.append(split_ ? "\n" : std::string(Padded(text.size()) - text.size(), ' '));
+  if (size + text.size() + 28 > kLargestFile) {
+    throw writefault("the file would be larger than 4 GB");
+  }
+
+  newfiles files;
+  if (split_) {
+    const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
+    for (const sidefile& image : images_) {
+      files.Write((folder / image.name).string(), std::array{std::span(image.bytes)});
+    }
+    if (size != 0) {
+      files.Write((folder / dataName).string(), data);
+    }
+    files.Write(path_, std::array{BytesOf(text)});
+  } else {
+    const auto textSize = static_cast<std::uint32_t>(text.size());
+    const auto dataSize = static_cast<std::uint32_t>(size);
+    const std::uint32_t whole = 20 + textSize + (dataSize == 0 ? 0 : 8 + dataSize);
+    const std::uint32_t head[5] = {kMagic, 2, whole, textSize, kTextChunk};
+    const std::uint32_t dataHead[2] = {dataSize, kDataChunk};
+    std::vector<std::span<const std::uint8_t>> pieces = {BytesOf(head), BytesOf(text)};
+    if (dataSize != 0) {
+      pieces.push_back(BytesOf(dataHead));
+      pieces.insert(pieces.end(), data.begin(), data.end());
+    }
+    files.Write(path_, pieces);
+  }
+  files.Commit();
+}
+
+}  // namespace gltf

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace gltf {
+
+using nlohmann::ordered_json;
+
+// A file being put together: its lists, its binary data, the files beside it. The library that
+// reads documents writes them as well, but neither says when the disk was full nor leaves an older
+// file alone, and holds the data three times over.
+class scenefile {
+ public:
+  // A path that ends in .gltf, in any case of letters, has its data and images beside it.
+  explicit scenefile(std::string path);
+
+  // Adds to a list of the file's root, as "nodes", and gives the index there.
+  int Add(const char* list, ordered_json entry);
+  ordered_json& At(const char* list, int index);
+  void SetScene(ordered_json scene);
+
+  // What a view is for: the file says so of a mesh's data and of nothing else.
+  enum class use { kNothing, kVertices, kIndices };
+  int AddView(use purpose);
+
+  // Adds the values behind what the view has, and an accessor for them. `type` is "VEC3" and the
+  // like; not empty. Bounds are the least and largest of each component.
+  enum class bounds { kNone, kWritten };
+  int AddFloats(int view, std::span<const float> values, const char* type, bounds wanted);
+  // The smallest type that holds the values and leaves its largest one free.
+  int AddIndices(std::span<const std::uint32_t> values);
+  // Four to a vertex. The smallest type that holds them.
+  int AddJoints(std::span<const std::uint32_t> values);
+
+  int AddImage(const std::string& name, const std::string& mimeType,
+               std::vector<std::uint8_t> bytes);
+
+  // Writes all files. Throws writefault.
+  void Save();
+
+ private:
+  struct viewdata {
+    use purpose;
+    std::vector<std::uint8_t> bytes;
+  };
+  struct sidefile {
+    std::string name;
+    std::vector<std::uint8_t> bytes;
+  };
+
+  template <class T>
+  int AddWhole(use purpose, std::span<const std::uint32_t> values, int componentType,
+               const char* type);
+  int AddAccessor(int view, std::size_t offset, int componentType, std::size_t count,
+                  const char* type);
+  std::string NameBeside(const std::string& tail) const;
+
+  std::string path_;
+  bool split_;  // data and images in files of their own
+  ordered_json root_;
+  std::vector<viewdata> views_;
+  std::vector<sidefile> images_;
+};
+
+}  // namespace gltf

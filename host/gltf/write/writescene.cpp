@@ -1,0 +1,123 @@
+#include <cmath>
+#include <new>
+
+#include "core/state.h"
+#include "gltf/convention.h"
+#include "gltf/gltf.h"
+#include "gltf/write/animations.h"
+#include "gltf/write/fault.h"
+#include "gltf/write/layout.h"
+#include "gltf/write/localpose.h"
+#include "gltf/write/materials.h"
+#include "gltf/write/meshes.h"
+#include "gltf/write/scenefile.h"
+#include "gltf/write/skinning.h"
+#include "gltf/write/utf8.h"
+
+namespace gltf {
+
+namespace {
+
+// One skin for all skinned meshes: they have the joints and the rest pose in common.
+void WriteSkin(const skinning& skins, const layout& plan, double scale, scenefile& file) {
+  std::vector<float> matrices;
+  matrices.reserve(16 * skins.Binds().size());
+  for (core::affine inverse : skins.Binds()) {
+    core::InvertInPlace(inverse);
+    const core::affine turned = ToFileAxes(inverse);
+    for (const core::vec3& row : turned.row) {
+      const cpoint3 p = core::ToPoint(row);
+      matrices.insert(matrices.end(), {p.x, p.y, p.z, 0.0F});
+    }
+    const cpoint3 move = core::ToPoint(turned.move * (1.0 / scale));
+    matrices.insert(matrices.end(), {move.x, move.y, move.z, 1.0F});
+  }
+  const int view = file.AddView(scenefile::use::kNothing);
+  file.Add("skins", {{"inverseBindMatrices",
+                      file.AddFloats(view, matrices, "MAT4", scenefile::bounds::kNone)},
+                     {"joints", plan.joints}});
+}
+
+void WriteNodes(const core::scene& scene, const skinning& skins, const layout& plan,
+                const std::vector<int>& meshes, double scale, scenefile& file) {
+  const localpose none;
+  for (std::size_t i = 0; i < plan.nodes.size(); ++i) {
+    const filenode& node = plan.nodes[i];
+    ordered_json entry = ordered_json::object();
+    if (!node.name.empty()) {
+      entry["name"] = node.name;
+    }
+    if (node.track != nullptr) {
+      const localpose rest = PoseAt(*node.track, scene.animStart, scale, none, node.name);
+      if (rest.place != none.place) {
+        entry["translation"] = rest.place;
+      }
+      if (rest.turn != none.turn) {
+        entry["rotation"] = rest.turn;
+      }
+      if (rest.scale != none.scale) {
+        entry["scale"] = rest.scale;
+      }
+    }
+    if (!node.children.empty()) {
+      entry["children"] = node.children;
+    }
+    if (i < meshes.size()) {
+      if (meshes[i] >= 0) {
+        entry["mesh"] = meshes[i];
+        if (skins.IsSkinned(i)) {
+          entry["skin"] = 0;
+        }
+      }
+      if (scene.Nodes()[i]->GetType() == kNodeBone) {
+        entry["extras"] = {{"bone", true}};
+      }
+    }
+    file.Add("nodes", std::move(entry));
+  }
+}
+
+void Write(const core::scene& scene, const std::string& path, const options& how, report& told) {
+  if (!(how.scale > 0.0) || !std::isfinite(how.scale) || !(how.fps > 0.0) ||
+      !std::isfinite(how.fps)) {
+    throw writefault("the scale and the frames a second must be above 0");
+  }
+  scenefile file(path);
+  ordered_json root = ordered_json::object();
+  const skinning skins(scene, told.warnings);
+  const layout plan(scene, skins);
+  if (!plan.roots.empty()) {
+    root["nodes"] = plan.roots;
+  }
+  if (!scene.notes.empty()) {
+    root["extras"] = {{"notes", ToUtf8(scene.notes)}};
+  }
+  file.SetScene(std::move(root));
+  const auto materials = WriteMaterials(scene, file);
+  const std::vector<int> meshes =
+      WriteMeshes(scene, skins, materials, how.scale, file, told.warnings);
+  WriteNodes(scene, skins, plan, meshes, how.scale, file);
+  if (!skins.Joints().empty()) {
+    WriteSkin(skins, plan, how.scale, file);
+  }
+  WriteAnimations(scene, plan, how, file);
+  file.Save();
+  told.bind = skins.Residual();
+}
+
+}  // namespace
+
+bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
+                report& told) {
+  try {
+    Write(scene, path, how, told);
+    return true;
+  } catch (const writefault& fault) {
+    told.fault = fault.what();
+  } catch (const std::bad_alloc&) {
+    told.fault = "there is not enough memory to write the scene";
+  }
+  return false;
+}
+
+}  // namespace gltf
