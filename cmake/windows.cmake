@@ -15,7 +15,7 @@ if(CMAKE_CROSSCOMPILING)
   # for one that no target has to name.
   set(headers ${CMAKE_BINARY_DIR}/headers)
   file(MAKE_DIRECTORY ${headers})
-  foreach(name CLI nlohmann stb tiny_gltf.h eigen3/Eigen)
+  foreach(name CLI nlohmann stb eigen3/Eigen)
     get_filename_component(link ${name} NAME)
     file(CREATE_LINK /usr/include/${name} ${headers}/${link} SYMBOLIC)
   endforeach()

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build
-  libtinygltf-dev nlohmann-json3-dev libstb-dev libeigen3-dev libcli11-dev)
+  nlohmann-json3-dev libstb-dev libeigen3-dev libcli11-dev)
 if [ "${1:-}" = "--tests" ]; then
   packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
     clang-tidy-14 python3 python3-numpy binutils valgrind chromium)
