@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bit>
 #include <cmath>
 #include <memory>
 #include <numbers>
@@ -29,10 +28,6 @@ class exporttest : public moduletest {
   }
 
   // A file that holds whole and ends where its header says.
-  std::unique_ptr<cmdsfile> Mds() { return Written<cmdsfile>("Out.MDS"); }
-  std::unique_ptr<cmdmfile> Mdm() { return Written<cmdmfile>("Out.MDM"); }
-  std::unique_ptr<cmdxfile> Mdx() { return Written<cmdxfile>("Out.MDX"); }
-
   template <class File>
   std::unique_ptr<File> Written(const std::string& name) {
     const std::string path = directory.File(name);
@@ -42,6 +37,9 @@ class exporttest : public moduletest {
     EXPECT_EQ(file->header->ofsEnd, static_cast<std::int32_t>(file->Size()));
     return file;
   }
+  auto Mds() { return Written<cmdsfile>("Out.MDS"); }
+  auto Mdm() { return Written<cmdmfile>("Out.MDM"); }
+  auto Mdx() { return Written<cmdxfile>("Out.MDX"); }
 };
 
 template <std::size_t Size>
@@ -49,10 +47,16 @@ std::string Text(const namefield<Size>& field) {
   return NameText(field).data();
 }
 
-inline std::vector<int> BoneReferences(const skelSurface& surface) {
+using numbers = std::vector<int>;
+
+// 32-bit numbers, `offset` bytes behind the start of a record.
+inline numbers NumbersAt(const void* record, int offset, int count) {
   const auto* first = reinterpret_cast<const little<std::int32_t>*>(
-      reinterpret_cast<const char*>(&surface) + surface.ofsBoneReferences);
-  return {first, first + surface.numBoneReferences};
+      static_cast<const unsigned char*>(record) + offset);
+  return {first, first + count};
+}
+inline numbers BoneReferences(const skelSurface& surface) {
+  return NumbersAt(&surface, surface.ofsBoneReferences, surface.numBoneReferences);
 }
 
 inline cbone* AddStill(const char* name, cnode* parent, const cpoint3& position,
@@ -69,29 +73,28 @@ struct placedbone {
 // Decodes a frame by the games' own angles: pitch, yaw and roll turn the world into forward, left
 // and up, which are the columns of the bone's rotation.
 inline std::vector<placedbone> Decode(const skelrig& rig, std::size_t frame) {
+  const auto sine = [](int unit) { return std::sin(unit * std::numbers::pi / 32768.0); };
+  const auto cosine = [](int unit) { return std::cos(unit * std::numbers::pi / 32768.0); };
   const skelFrame* head = rig.frames[frame];
-  std::vector<placedbone> world(static_cast<std::size_t>(rig.numBones));
-  for (std::size_t b = 0; b < world.size(); ++b) {
+  std::vector<placedbone> world;
+  for (int b = 0; b < rig.numBones; ++b) {
     const skelBoneFrame& pose = skelrig::BoneFrames(head)[b];
-    const auto sine = [](int unit) { return std::sin(unit * std::numbers::pi / 32768.0); };
-    const auto cosine = [](int unit) { return std::cos(unit * std::numbers::pi / 32768.0); };
     const double sp = sine(pose.angles[0]), cp = cosine(pose.angles[0]);
     const double sy = sine(pose.angles[1]), cy = cosine(pose.angles[1]);
     const double sr = sine(pose.angles[2]), cr = cosine(pose.angles[2]);
+    placedbone bone{{{cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy},
+                     {cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy},
+                     {-sp, sr * cp, cr * cp}},
+                    {}};
     const int pitch = pose.ofsAngles[0], yaw = pose.ofsAngles[1];
-    const double forward[] = {cp * cy, cp * sy, -sp};
-    const double left[] = {sr * sp * cy - cr * sy, sr * sp * sy + cr * cy, sr * cp};
-    const double up[] = {cr * sp * cy + sr * sy, cr * sp * sy - sr * cy, cr * cp};
     const double way[] = {cosine(pitch) * cosine(yaw), cosine(pitch) * sine(yaw), -sine(pitch)};
     const int parent = rig.bones[b].parent;
     for (std::size_t i = 0; i < 3; ++i) {
-      world[b].rows[i][0] = forward[i];
-      world[b].rows[i][1] = left[i];
-      world[b].rows[i][2] = up[i];
       const double from = parent < 0 ? double{head->parentOffset[i]}
                                      : world[static_cast<std::size_t>(parent)].position[i];
-      world[b].position[i] = from + double{rig.bones[b].parentDist} * way[i];
+      bone.position[i] = from + double{rig.bones[b].parentDist} * way[i];
     }
+    world.push_back(bone);
   }
   return world;
 }

@@ -8,7 +8,6 @@
 namespace {
 
 using MdmExport = exporttest;
-using numbers = std::vector<int>;
 
 TEST_F(MdmExport, TagsAndTheirChains) {
   cbone* top = AddStill("top", nullptr, {1.0F, 0.0F, 0.0F});
@@ -43,8 +42,7 @@ TEST_F(MdmExport, TagsAndTheirChains) {
     const mdmTag& tag = *model->tags[t];
     EXPECT_EQ(Text(tag.name), rows[t].name);
     EXPECT_EQ(tag.boneIndex, rows[t].boneIndex) << rows[t].name;
-    const auto* chain = reinterpret_cast<const little<std::int32_t>*>(&tag + 1);
-    EXPECT_EQ(numbers(chain, chain + tag.numBoneReferences), rows[t].chain) << rows[t].name;
+    EXPECT_EQ(NumbersAt(&tag, 128, tag.numBoneReferences), rows[t].chain) << rows[t].name;
     ExpectPoint({tag.offset[0], tag.offset[1], tag.offset[2]}, rows[t].offset, 1e-5F);
     cmatrix4 axis;
     for (std::size_t i = 0; i < 9; ++i) {
