@@ -126,7 +126,8 @@ TEST_F(MdsExport, PosesAreThoseOfTheScene) {
         moved += std::pow(placed[b].position[i] - want.m[3][i], 2);
       }
       if (!Text(bone.name).starts_with("mirror")) {  // no rotation is a mirror
-        EXPECT_LE(std::sqrt(turned / 2.0), 2.0 * kUnit);
+        // Near the vertical, two of the three angles are about the same axis.
+        EXPECT_LE(std::sqrt(turned / 2.0), std::sqrt(2.0 * 2.0 + 1.0) * kUnit);
       }
       // The two angles of each bone on the way.
       reach.push_back((bone.parent < 0 ? 1e-5 : reach[static_cast<std::size_t>(bone.parent)]) +
