@@ -182,7 +182,7 @@ TEST_F(MdsExport, SeventeenSurfacesWithTheirShaders) {
       {"<EMPTY>", "(null)"}};
   cbone* bones[] = {AddStill("even", nullptr, {}), AddStill("odd", nullptr, {})};
   for (int i = 0; i < 17; ++i) {
-    cskin* skin = AddSkin(std::to_string(i).c_str(), {{0, 0, 0}}, {bones[i % 2]}, {});
+    cskin* skin = AddSkin(std::to_string(i), {{0, 0, 0}}, {bones[i % 2]}, {});
     skin->SetMaterial(AddMaterial("m", paths[static_cast<std::size_t>(i) % paths.size()].first));
   }
   const auto model = Mds();
