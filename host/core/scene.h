@@ -19,6 +19,10 @@ struct clip {
   std::string name;
   int start = 0;   // first frame
   int frames = 0;  // number of frames
+  // The last two numbers of a sequence file's line: frames that the game repeats, and frames a
+  // second; a rate of 0 is that of the time line.
+  int loop = 0;
+  int rate = 0;
 };
 
 class CORE_API scene {

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <sstream>
 #include <string>
+#include <unordered_map>
+#include <utility>
 
 #include "core/state.h"
 
@@ -16,6 +18,8 @@ struct notedsequence {
   std::string name;
   std::int64_t first = 0;
   std::int64_t frames = 0;
+  int loop = 0;
+  int rate = 0;
 };
 
 // The sequences of the last import that the notes tell of.
@@ -33,9 +37,7 @@ std::vector<notedsequence> ReadNotes(const std::string& notes) {
     notedsequence sequence;
     std::int32_t first = 0;
     std::int32_t frames = 0;
-    std::int32_t third = 0;
-    std::int32_t fourth = 0;
-    if (begun && fields >> sequence.name >> first >> frames >> third >> fourth) {
+    if (begun && fields >> sequence.name >> first >> frames >> sequence.loop >> sequence.rate) {
       sequence.first = first;
       sequence.frames = frames;
       sequences.push_back(std::move(sequence));
@@ -57,6 +59,23 @@ bool AreLastKeys(const std::vector<notedsequence>& sequences, int animEnd) {
   return end == animEnd;
 }
 
+// What the scene's own clips do not say themselves.
+std::vector<clip> WithNotedNumbers(std::vector<clip> clips,
+                                   const std::vector<notedsequence>& sequences) {
+  std::unordered_map<std::string, const notedsequence*> byName;
+  for (const notedsequence& sequence : sequences) {
+    byName.emplace(sequence.name, &sequence);
+  }
+  for (clip& own : clips) {
+    const auto noted = byName.find(own.name);
+    if (noted != byName.end() && own.rate == 0) {
+      own.loop = noted->second->loop;
+      own.rate = noted->second->rate;
+    }
+  }
+  return clips;
+}
+
 }  // namespace
 
 int LastKeyFrame(const scene& scene) {
@@ -71,10 +90,10 @@ int LastKeyFrame(const scene& scene) {
 }
 
 std::vector<clip> NamedClips(const scene& scene) {
-  if (!scene.clips.empty()) {
-    return scene.clips;
-  }
   const std::vector<notedsequence> sequences = ReadNotes(scene.notes);
+  if (!scene.clips.empty()) {
+    return WithNotedNumbers(scene.clips, sequences);
+  }
   const bool lastKeys = AreLastKeys(sequences, scene.animEnd);
   const std::int64_t end = std::int64_t{LastKeyFrame(scene)} + 1;
   std::vector<clip> clips;
@@ -84,7 +103,8 @@ std::vector<clip> NamedClips(const scene& scene) {
     const std::int64_t from = std::max<std::int64_t>(start, 0);
     const std::int64_t to = std::min(start + sequence.frames, end);
     if (from < to) {
-      clips.push_back({sequence.name, static_cast<int>(from), static_cast<int>(to - from)});
+      clips.push_back({sequence.name, static_cast<int>(from), static_cast<int>(to - from),
+                       sequence.loop, sequence.rate});
     }
   }
   return clips;

@@ -14,7 +14,7 @@ CORE_API int LastKeyFrame(const scene& scene);
 // The named stretches of the time line: the scene's clips where it has any; otherwise the
 // sequences that an import wrote into the notes, cut to the frames that have keys. The notes give
 // a sequence's first frame when all of the file's frames were taken, and its last key when only
-// some sequences were.
+// some sequences were. Loop and rate come from the notes for the scene's clips too, by name.
 CORE_API std::vector<clip> NamedClips(const scene& scene);
 
 }  // namespace core

@@ -57,4 +57,19 @@ TEST_F(Timeline, ALaterImportAndTheScenesOwnClipsGoFirst) {
   EXPECT_EQ(Clips(), "own clip 5+7 ");
 }
 
+TEST_F(Timeline, TheNotesKeepLoopAndRate) {
+  Keys(30);
+  scene.notes = "RTCW anim sequences: 2\nidle 0 10 0 20\nwalk 10 20 18 15\n";
+  const std::vector<core::clip> noted = core::NamedClips(scene);
+  ASSERT_EQ(noted.size(), 2U);
+  EXPECT_EQ(noted[1].loop, 18);
+  EXPECT_EQ(noted[1].rate, 15);
+  scene.clips = {{"walk", 3, 20}, {"run", 23, 7}};
+  const std::vector<core::clip> own = core::NamedClips(scene);
+  EXPECT_EQ(own[0].start, 3);
+  EXPECT_EQ(own[0].loop, 18);
+  EXPECT_EQ(own[0].rate, 15);
+  EXPECT_EQ(own[1].rate, 0);
+}
+
 }  // namespace
