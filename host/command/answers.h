@@ -1,0 +1,88 @@
+#pragma once
+
+// What the user's options answer to the dialogs of a run. Options are typed and clicked into the
+// dialogs' controls, so the dialogs' own rules decide what comes of them.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "desktop/scripted.h"
+
+namespace command {
+
+struct exportchoices {
+  std::optional<int> start;  // else as the dialog shows them
+  std::optional<int> end;
+  std::string origin;     // name of the origin object, empty for none
+  bool modelsDir = true;  // "Use 'models' as the directory for filenames"
+  std::string mdx;        // the mdx file beside an mdm; empty: none
+};
+
+struct importchoices {
+  std::optional<int> frame;  // of an mdc
+  std::string skin;          // a listed .skin file; empty: the first
+  bool noSkin = false;
+  std::vector<std::string> sequences;  // by name; none: all
+  bool firstFrame = false;             // no sequence
+  bool meshes = true;
+  bool bones = true;
+  bool materials = true;
+  bool animation = true;
+  std::string mdx;  // of an mdm
+};
+
+struct framerange {
+  std::int64_t start = 0;
+  std::int64_t frames = 0;
+};
+
+class exportanswers {
+ public:
+  explicit exportanswers(const exportchoices& choices) : choices_(choices) {}
+
+  // The desktop's dialogs are answered from here on; this object outlives that.
+  void Attach(desktop::scripteddesktop& desk);
+
+  // What the accepted dialog asked for; none before.
+  const std::optional<framerange>& Range() const { return range_; }
+
+ private:
+  struct controls {
+    int start;
+    int end;
+    int origin;
+  };
+  void Answer(desktop::scriptedwindow& window, const controls& ids);
+
+  exportchoices choices_;
+  std::optional<framerange> range_;
+};
+
+class importanswers {
+ public:
+  explicit importanswers(const importchoices& choices) : choices_(choices) {}
+
+  void Attach(desktop::scripteddesktop& desk);
+
+  // Why the dialog was cancelled: a choice that it does not offer. Empty when it was not.
+  const std::string& Refusal() const { return refusal_; }
+  // What the dialogs changed or could not offer.
+  bool NoSequences() const { return noSequences_; }
+  // The frame that was too high, clamped to the model's last.
+  std::optional<int> ClampedTo() const { return clampedTo_; }
+
+ private:
+  void AnswerMdc(desktop::scriptedwindow& window);
+  void AnswerSkeletal(desktop::scriptedwindow& window);
+  bool PickSkin(desktop::scriptedwindow& window);
+  bool PickSequences(desktop::scriptedwindow& window);
+
+  importchoices choices_;
+  std::string refusal_;
+  bool noSequences_ = false;
+  std::optional<int> clampedTo_;
+};
+
+}  // namespace command

@@ -1,0 +1,30 @@
+#pragma once
+
+// The program's commands. Each defines its options in the parser; when the parser meets the
+// command it runs it and leaves the exit code.
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "command/console.h"
+
+namespace command {
+
+struct programstate {
+  console out;
+  std::string modulePath;  // empty: the module beside the program
+  int exitCode = 0;
+};
+
+void DefineHandlers(CLI::App& app, programstate& state);
+void DefineImport(CLI::App& app, programstate& state);
+void DefineExport(CLI::App& app, programstate& state);
+void DefineConvert(CLI::App& app, programstate& state);
+void DefineInfo(CLI::App& app, programstate& state);
+void DefineSequences(CLI::App& app, programstate& state);
+
+// What every command has: --quiet, --module.
+void DefineQuiet(CLI::App& app, programstate& state);
+void DefineModule(CLI::App& app, programstate& state);
+
+}  // namespace command

@@ -1,0 +1,102 @@
+#include "command/console.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace command {
+
+namespace {
+
+constexpr std::size_t kColumns = 79;
+constexpr int kBarWidth = 24;
+constexpr std::chrono::milliseconds kRedrawTime{40};
+
+// One thing stays one line, whatever a file's names hold.
+std::string OneLine(std::string text) {
+  while (!text.empty() && static_cast<unsigned char>(text.back()) <= ' ') {
+    text.pop_back();
+  }
+  std::ranges::replace_if(
+      text, [](char letter) { return static_cast<unsigned char>(letter) < ' '; }, ' ');
+  return text;
+}
+
+// Cut between characters, as UTF-8 has them.
+std::string CutTo(std::string text, std::size_t bytes) {
+  if (text.size() > bytes) {
+    while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xC0U) == 0x80U) {
+      --bytes;
+    }
+    text.resize(bytes);
+  }
+  return text;
+}
+
+std::string Head(const std::string& subject) {
+  return subject.empty() ? std::string() : OneLine(subject) + ": ";
+}
+
+}  // namespace
+
+console::console() : terminal_(isatty(STDERR_FILENO) != 0) {}
+
+console::~console() { EndProgress(); }
+
+void console::Error(const std::string& subject, const std::string& text) {
+  Line("error", subject, text);
+}
+
+void console::Warning(const std::string& subject, const std::string& text) {
+  Line("warning", subject, text);
+}
+
+void console::Note(const std::string& subject, const std::string& text) {
+  if (!quiet_) {
+    Line("note", subject, text);
+  }
+}
+
+void console::Result(const std::string& subject, const std::string& text) {
+  if (!quiet_) {
+    EndProgress();
+    std::printf("%s%s\n", Head(subject).c_str(), OneLine(text).c_str());
+    std::fflush(stdout);
+  }
+}
+
+void console::Line(const char* kind, const std::string& subject, const std::string& text) {
+  EndProgress();
+  std::fprintf(stderr, "marrow: %s: %s%s\n", kind, Head(subject).c_str(), OneLine(text).c_str());
+}
+
+void console::Progress(int position, int high, const std::string& text) {
+  const auto now = std::chrono::steady_clock::now();
+  if (quiet_ || !terminal_ || now - lastDrawn_ < kRedrawTime) {
+    return;
+  }
+  lastDrawn_ = now;
+  const double share = high > 0 ? std::clamp(static_cast<double>(position) / high, 0.0, 1.0) : 0.0;
+  const int full = static_cast<int>(share * kBarWidth);
+  std::string line = "[";
+  line.append(static_cast<std::size_t>(full), '#');
+  line.append(static_cast<std::size_t>(kBarWidth - full), '.');
+  line += "] ";
+  line = CutTo(line + OneLine(text), kColumns);
+  const std::size_t columns = line.size();
+  line.append(drawn_ > columns ? drawn_ - columns : 0, ' ');
+  drawn_ = columns;
+  std::fprintf(stderr, "\r%s", line.c_str());
+  std::fflush(stderr);
+}
+
+void console::EndProgress() {
+  if (drawn_ > 0) {
+    std::fprintf(stderr, "\r%s\r", std::string(drawn_, ' ').c_str());
+    std::fflush(stderr);
+    drawn_ = 0;
+  }
+}
+
+}  // namespace command

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+namespace command {
+
+// What the program says: results on standard output, everything else on standard error, one line
+// a thing. The subject is the file that a line is about, or empty.
+class console {
+ public:
+  console();
+  ~console();
+  console(const console&) = delete;
+  console& operator=(const console&) = delete;
+
+  // Quiet leaves warnings and errors alone.
+  void SetQuiet(bool quiet) { quiet_ = quiet; }
+
+  void Error(const std::string& subject, const std::string& text);
+  void Warning(const std::string& subject, const std::string& text);
+  void Note(const std::string& subject, const std::string& text);
+  // On standard output.
+  void Result(const std::string& subject, const std::string& text);
+
+  // A bar with a text, drawn over the one before. Nothing is drawn when quiet and when standard
+  // error is no terminal.
+  void Progress(int position, int high, const std::string& text);
+  void EndProgress();
+
+ private:
+  void Line(const char* kind, const std::string& subject, const std::string& text);
+
+  bool quiet_ = false;
+  bool terminal_;
+  std::size_t drawn_ = 0;  // columns of the bar's line
+  std::chrono::steady_clock::time_point lastDrawn_;
+};
+
+}  // namespace command

@@ -1,0 +1,106 @@
+#include <memory>
+
+#include "command/commands.h"
+#include "command/failure.h"
+#include "command/scenefile.h"
+#include "command/transfer.h"
+#include "core/timeline.h"
+
+namespace command {
+
+namespace {
+
+struct convertjob {
+  std::string source;
+  std::string target;
+  std::string mdx;
+  importoptions in;
+  exportoptions out;
+  sceneoptions scene;
+};
+
+void CheckConversion(const convertjob& job, filekind from, filekind to) {
+  if (from == filekind::Mdx) {
+    throw failure(job.source,
+                  "an mdx is a skeleton alone and comes in with its mesh: marrow convert MODEL.mdm "
+                  "OUT --mdx FILE",
+                  kExitUsage);
+  }
+  if (from == filekind::Mdc && to == filekind::Mdx) {
+    throw failure(job.target, "an mdc model has no bones, so there is nothing to put in an mdx",
+                  kExitUsage);
+  }
+  if (!job.mdx.empty() && from != filekind::Mdm && to != filekind::Mdm) {
+    throw failure(job.mdx, "--mdx makes no sense here: neither file is an mdm model", kExitUsage);
+  }
+  const bool scales = job.scene.scale->count() > 0;
+  if ((scales || job.scene.fps->count() > 0) && from != filekind::Scene && to != filekind::Scene) {
+    throw failure(scales ? "--scale" : "--fps",
+                  "makes no sense between two models: it is for scene files", kExitUsage);
+  }
+  job.in.table.RequireFor(from, job.source);
+  job.out.table.RequireFor(to, job.target);
+}
+
+int Convert(programstate& state, const convertjob& job) {
+  const filekind from = KindOf(job.source);
+  const filekind to = KindOf(job.target);
+  modelhost host(state.out, state.modulePath);
+  CheckConversion(job, from, to);
+  exportoptions out = job.out;
+  if (to == filekind::Mdm) {
+    out.choices.mdx =
+        job.mdx.empty() || from == filekind::Mdm ? WithSuffix(job.target, ".mdx") : job.mdx;
+  }
+  if (to != filekind::Scene) {
+    host.ExporterOf(job.target);
+    CheckExport(job.target, out);
+  }
+  core::scene scene;
+  if (from == filekind::Scene) {
+    ReadSceneFile(state.out, job.source, job.scene.how, scene);
+  } else {
+    importchoices in = job.in.choices;
+    in.mdx = from == filekind::Mdm ? job.mdx : std::string();
+    const int code = ImportModel(state.out, host, job.source, in, scene);
+    if (code != kExitDone) {
+      return code;
+    }
+    // The importers set the range's end behind the last key, or to 100 without any.
+    scene.animStart = 0;
+    scene.animEnd = core::LastKeyFrame(scene);
+  }
+  if (to == filekind::Scene) {
+    WriteSceneFile(state.out, scene, job.target, job.scene.how);
+    return kExitDone;
+  }
+  return ExportModel(state.out, host, job.target, out, job.scene.how.fps, scene);
+}
+
+}  // namespace
+
+void DefineConvert(CLI::App& app, programstate& state) {
+  const auto job = std::make_shared<convertjob>();
+  CLI::App* command = app.add_subcommand(
+      "convert", "Turn a model or scene into one of another kind, by the files' suffixes");
+  command->add_option("IN", job->source, "The file to read: .glb, .gltf, .mdc, .mds or .mdm")
+      ->required();
+  command
+      ->add_option("OUT", job->target,
+                   "The file to write: .glb, .gltf, .mdc, .mds, .mdm (with the .mdx of the same "
+                   "name) or .mdx")
+      ->required();
+  command
+      ->add_option("--mdx", job->mdx,
+                   "The mdx file of IN, if that is an mdm, else of OUT (default: the one of the "
+                   "same name)")
+      ->type_name("FILE");
+  job->in.Define(*command);
+  job->out.Define(*command);
+  job->scene.Define(*command);
+  DefineQuiet(*command, state);
+  DefineModule(*command, state);
+  command->callback([&state, job] { state.exitCode = Convert(state, *job); });
+}
+
+}  // namespace command

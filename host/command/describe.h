@@ -1,0 +1,25 @@
+#pragma once
+
+// What is in a file, as one ordered document: for --json as it is, for a reader as text.
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "command/paths.h"
+#include "core/scene.h"
+
+namespace command {
+
+using description = nlohmann::ordered_json;
+
+// Every field of the header under its name, then lists of bones, tags, surfaces and frames, as far
+// as the format has them. Fails when the file does not hold.
+description DescribeModel(const std::string& path, filekind kind);
+
+// "fps", "clips" as they lie on the time line, "nodes", "skins", "meshes", "materials", "notes".
+description DescribeScene(const core::scene& scene, double fps);
+
+// Fields one a line, lists as tables. Of a long list the first rows are shown.
+std::string DescriptionText(const description& whole);
+
+}  // namespace command

@@ -1,0 +1,57 @@
+#include <memory>
+
+#include "command/commands.h"
+#include "command/failure.h"
+#include "command/scenefile.h"
+#include "command/transfer.h"
+
+namespace command {
+
+namespace {
+
+struct exportjob {
+  std::string source;
+  std::string target;
+  exportoptions options;
+  sceneoptions scene;
+};
+
+int Export(programstate& state, const exportjob& job) {
+  if (KindOf(job.source) != filekind::Scene) {
+    throw failure(job.source, "a scene file ends in .glb or .gltf", kExitUsage);
+  }
+  modelhost host(state.out, state.modulePath);
+  host.ExporterOf(job.target);
+  CheckExport(job.target, job.options);
+  core::scene scene;
+  ReadSceneFile(state.out, job.source, job.scene.how, scene);
+  return ExportModel(state.out, host, job.target, job.options, job.scene.how.fps, scene);
+}
+
+}  // namespace
+
+void DefineExport(CLI::App& app, programstate& state) {
+  const auto job = std::make_shared<exportjob>();
+  CLI::App* command = app.add_subcommand("export", "Turn a glTF scene into a game model");
+  command->add_option("SCENE", job->source, "The scene: a .glb or .gltf file")->required();
+  command
+      ->add_option("-o,--output", job->target,
+                   "The model to write: an mdc, mds, mdm or mdx file. An old one stays untouched "
+                   "until the new one reads back whole")
+      ->type_name("MODEL")
+      ->required();
+  job->options.Define(*command);
+  job->options.table.Add(
+      command
+          ->add_option("--mdx", job->options.choices.mdx,
+                       "With an mdm: also write the skeleton and its animation to this mdx file")
+          ->type_name("FILE")
+          ->group("Export"),
+      {filekind::Mdm});
+  job->scene.Define(*command);
+  DefineQuiet(*command, state);
+  DefineModule(*command, state);
+  command->callback([&state, job] { state.exitCode = Export(state, *job); });
+}
+
+}  // namespace command

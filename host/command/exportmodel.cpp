@@ -1,0 +1,138 @@
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
+#include "command/failure.h"
+#include "command/keptfiles.h"
+#include "command/modelcheck.h"
+#include "command/sequencefile.h"
+#include "command/transfer.h"
+#include "core/state.h"
+
+namespace command {
+
+namespace {
+
+// An mdc counts frames in 16 bits.
+constexpr std::int64_t kMostMdcFrames = 65535;
+
+bool HasNode(const core::scene& scene, int type) {
+  return std::ranges::any_of(scene.Nodes(),
+                             [type](cnode* node) { return node->GetType() == type; });
+}
+
+// What a scene has and the format does not take, and would leave out without a word.
+void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
+                       const exportchoices& choices, const core::scene& scene) {
+  std::vector<std::string> meshes;
+  for (cnode* node : scene.Nodes()) {
+    if (node->GetType() == kNodeMesh) {
+      meshes.emplace_back(node->GetName());
+    }
+  }
+  if ((kind == filekind::Mds || kind == filekind::Mdm) && !meshes.empty()) {
+    out.Warning(path,
+                "meshes that no skeleton moves are left out, since the format has surfaces "
+                "of skins only: " +
+                    Joined(meshes));
+  }
+  if (IsSkeletal(kind) && !HasNode(scene, kNodeBone)) {
+    out.Warning(path, "the scene has no bones, so the model has no skeleton");
+  }
+  if (!choices.origin.empty() && std::ranges::none_of(scene.Nodes(), [&](cnode* node) {
+        return choices.origin == node->GetName();
+      })) {
+    out.Warning(path,
+                "the scene has no node " + choices.origin + ": its own origin is the model's");
+  }
+}
+
+// Reads back what the run wrote; fails where it is not what the scene has.
+std::string CheckWritten(const std::string& path, const core::scene& scene,
+                         const std::optional<framerange>& range) {
+  const filekind kind = KindOf(path);
+  std::string summary;
+  const std::string fault = FaultOfWritten(path, kind, ExpectedOf(scene, kind, range), summary);
+  if (!fault.empty()) {
+    throw failure(path, "what was written does not read back, and is removed: " + fault);
+  }
+  return summary;
+}
+
+void WriteSequences(console& out, const std::string& animated, const exportoptions& options,
+                    const framerange& range, double fps, const core::scene& scene) {
+  const filekind kind = KindOf(animated);
+  const std::string path = SequenceFileOf(animated, kind);
+  const std::vector<sequenceline> lines = SequencesOf(scene, range, fps);
+  std::error_code error;
+  if (lines.empty()) {
+    out.Warning(path, "is not written: the scene has no clips in the exported frames");
+  } else if (!options.force && std::filesystem::exists(path, error)) {
+    out.Warning(path, "is there and stays as it is; --force replaces it");
+  } else {
+    WriteSequenceFile(out, path, kind, lines);
+  }
+}
+
+}  // namespace
+
+void CheckExport(const std::string& path, const exportoptions& options) {
+  const filekind kind = KindOf(path);
+  options.table.RequireFor(kind, path);
+  CheckMdxPath(options.choices.mdx);
+  if (kind == filekind::Mdm && options.sequences && options.choices.mdx.empty()) {
+    throw failure(path,
+                  "--sequences needs --mdx FILE: the sequence file of an mdm lies beside its mdx",
+                  kExitUsage);
+  }
+}
+
+int ExportModel(console& out, modelhost& host, const std::string& path,
+                const exportoptions& options, double fps, core::scene& scene) {
+  const filekind kind = KindOf(path);
+  const std::string& mdx = options.choices.mdx;
+  const module::handler& handler = host.ExporterOf(path);
+  TellWhatIsLeftOut(out, path, kind, options.choices, scene);
+
+  keptfiles kept(out);
+  kept.Add(path);
+  if (!mdx.empty()) {
+    kept.Add(mdx);
+  }
+  exportanswers answers(options.choices);
+  const int result = host.Export(handler, scene, path, answers);
+  if (result == kRunNothing) {
+    return kExitNothing;
+  }
+  if (result == kRunFailed) {
+    if (!host.Told()) {
+      out.Error(path, "could not be written");
+    }
+    return kExitFailed;
+  }
+  const std::optional<framerange>& range = answers.Range();
+  if (kind == filekind::Mdc && range && range->frames > kMostMdcFrames) {
+    throw failure(path, "an mdc has at most " + std::to_string(kMostMdcFrames) + " frames");
+  }
+  const std::string summary = CheckWritten(path, scene, range);
+  const std::string mdxSummary = mdx.empty() ? std::string() : CheckWritten(mdx, scene, range);
+  if (!mdx.empty()) {
+    if (const std::string fault = FaultOfPair(path, mdx); !fault.empty()) {
+      throw failure(path, "does not fit to " + mdx + ", and both are removed: " + fault);
+    }
+  }
+  kept.Keep();
+  out.Result(path, "written: " + summary);
+  if (!mdx.empty()) {
+    out.Result(mdx, "written: " + mdxSummary);
+  }
+  if (kind == filekind::Mdm && mdx.empty()) {
+    out.Note(path, "its skeleton and animation are not written; --mdx FILE writes them");
+  }
+  if (options.sequences && range) {
+    WriteSequences(out, kind == filekind::Mdm ? mdx : path, options, *range, fps, scene);
+  }
+  return kExitDone;
+}
+
+}  // namespace command

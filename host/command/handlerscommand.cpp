@@ -1,0 +1,42 @@
+#include <cstdio>
+
+#include "command/commands.h"
+#include "command/modelrun.h"
+#include "command/paths.h"
+
+namespace command {
+
+namespace {
+
+void ListHandlers(programstate& state) {
+  const modelhost host(state.out, state.modulePath);
+  std::printf("%-5s  %-8s  %-12s  %s\n", "index", "kind", "name", "suffix");
+  for (const module::handler& row : host.Module().Handlers()) {
+    std::printf("%-5d  %-8s  %-12s  %s\n", row.index,
+                row.importer != nullptr ? "importer" : "exporter", row.name.c_str(),
+                Joined(row.extensions).c_str());
+  }
+  std::printf("module version %d\n", host.Module().Version());
+}
+
+}  // namespace
+
+void DefineHandlers(CLI::App& app, programstate& state) {
+  CLI::App* command = app.add_subcommand("handlers", "List what the module can import and export");
+  DefineModule(*command, state);
+  command->callback([&state] { ListHandlers(state); });
+}
+
+void DefineQuiet(CLI::App& app, programstate& state) {
+  app.add_flag_callback(
+      "--quiet,-q", [&state] { state.out.SetQuiet(true); },
+      "Say nothing but warnings and errors, and draw no progress bar");
+}
+
+void DefineModule(CLI::App& app, programstate& state) {
+  app.add_option("--module", state.modulePath,
+                 "The module to load (default: the one installed with this program)")
+      ->type_name("FILE");
+}
+
+}  // namespace command

@@ -1,0 +1,64 @@
+#include "command/failure.h"
+#include "command/modelcheck.h"
+#include "command/sequencefile.h"
+#include "command/transfer.h"
+
+namespace command {
+
+namespace {
+
+// Without a sequence file there is nothing to select, and the importer makes one pose.
+void TellFirstFrameOnly(console& out, const std::string& path, const std::string& mdx) {
+  const filekind kind = mdx.empty() ? filekind::Mds : filekind::Mdx;
+  const std::string& animated = mdx.empty() ? path : mdx;
+  const std::int64_t frames = FramesOf(animated, kind);
+  if (frames > 1) {
+    out.Note(path, "only the first of its " + std::to_string(frames) +
+                       " frames can be imported, since " + SequenceFileOf(animated, kind) +
+                       " has no sequences: marrow sequences " + animated +
+                       " --init writes one that covers them all");
+  }
+}
+
+void TellWhatChanged(console& out, const std::string& path, const importchoices& choices,
+                     const importanswers& answers) {
+  if (answers.ClampedTo()) {
+    out.Warning(path, "has no frame " + std::to_string(*choices.frame) + ": frame " +
+                          std::to_string(*answers.ClampedTo()) + " is imported");
+  }
+  if (answers.NoSequences() && !choices.firstFrame && choices.bones && choices.animation) {
+    TellFirstFrameOnly(out, path, choices.mdx);
+  }
+}
+
+}  // namespace
+
+int ImportModel(console& out, modelhost& host, const std::string& path,
+                const importchoices& choices, core::scene& scene) {
+  const module::handler& handler = host.ImporterOf(path);
+  RequireReadable(path);
+  importchoices chosen = choices;
+  if (KindOf(path) == filekind::Mdm) {
+    CheckMdxPath(chosen.mdx);
+    chosen.mdx = SkeletonOf(path, chosen.mdx);
+    CheckMdxPath(chosen.mdx);
+  }
+  importanswers answers(chosen);
+  const int result = host.Import(handler, scene, ImportPath(path), answers);
+  if (!answers.Refusal().empty()) {
+    throw failure(path, answers.Refusal());
+  }
+  if (result == kRunFailed && !host.Told()) {
+    throw failure(path, WhyRefused(path, chosen.mdx));
+  }
+  if (result == kRunNothing) {
+    return kExitNothing;
+  }
+  if (result == kRunFailed) {
+    return kExitFailed;
+  }
+  TellWhatChanged(out, path, chosen, answers);
+  return kExitDone;
+}
+
+}  // namespace command

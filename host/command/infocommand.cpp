@@ -1,0 +1,58 @@
+#include <cstdio>
+#include <memory>
+
+#include "command/commands.h"
+#include "command/describe.h"
+#include "command/failure.h"
+#include "command/scenefile.h"
+
+namespace command {
+
+namespace {
+
+struct infojob {
+  std::string path;
+  bool json = false;
+  sceneoptions scene;
+};
+
+description Describe(programstate& state, const infojob& job) {
+  const filekind kind = KindOf(job.path);
+  if (kind == filekind::Other) {
+    throw failure(job.path,
+                  "has " + KindText(kind) +
+                      "'s suffix: .glb, .gltf, .mdc, .mds, .mdm "
+                      "and .mdx can be looked into",
+                  kExitUsage);
+  }
+  if (kind == filekind::Scene) {
+    core::scene scene;
+    ReadSceneFile(state.out, job.path, job.scene.how, scene);
+    return DescribeScene(scene, job.scene.how.fps);
+  }
+  RequireReadable(job.path);
+  return DescribeModel(job.path, kind);
+}
+
+void ShowInfo(programstate& state, const infojob& job) {
+  const description whole = Describe(state, job);
+  const std::string text =
+      job.json ? whole.dump(2, ' ', false, description::error_handler_t::replace) + "\n"
+               : DescriptionText(whole);
+  std::fputs(text.c_str(), stdout);
+}
+
+}  // namespace
+
+void DefineInfo(CLI::App& app, programstate& state) {
+  const auto job = std::make_shared<infojob>();
+  CLI::App* command = app.add_subcommand("info", "Show what is in a model or a scene");
+  command->add_option("FILE", job->path, "A .glb, .gltf, .mdc, .mds, .mdm or .mdx file")
+      ->required();
+  command->add_flag("--json", job->json, "As JSON, with every row of every list");
+  job->scene.Define(*command);
+  DefineQuiet(*command, state);
+  command->callback([&state, job] { ShowInfo(state, *job); });
+}
+
+}  // namespace command

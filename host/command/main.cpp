@@ -1,0 +1,59 @@
+#include <exception>
+#include <new>
+
+#include "command/commands.h"
+#include "command/failure.h"
+
+namespace {
+
+constexpr char kAbout[] = "Moves game models (mdc, mds, mdm with mdx) in and out of glTF scenes.";
+constexpr char kMore[] =
+    "Examples:\n"
+    "  marrow export walk.glb -o models/walk.mdc --scale 40\n"
+    "  marrow import models/players/body.mds -o body.glb --scale 40\n"
+    "  marrow info models/walk.mdc\n"
+    "  marrow COMMAND --help tells all of a command.\n"
+    "\n"
+    "Exit codes: 0 done; 1 failed; 2 wrong usage; 3 nothing was done (an empty scene, a range\n"
+    "whose start lies above its end). Errors, warnings and notes go to standard error, one line\n"
+    "each.";
+
+int Parse(int argc, char** argv, command::programstate& state) {
+  CLI::App app(kAbout, "marrow");
+  app.set_version_flag("--version", MARROW_VERSION);
+  app.footer(kMore);
+  app.require_subcommand(1);
+  app.get_formatter()->column_width(28);
+  command::DefineHandlers(app, state);
+  command::DefineImport(app, state);
+  command::DefineExport(app, state);
+  command::DefineConvert(app, state);
+  command::DefineInfo(app, state);
+  command::DefineSequences(app, state);
+  try {
+    app.parse(argc, argv);
+    return state.exitCode;
+  } catch (const CLI::Success& wanted) {
+    return app.exit(wanted);  // --help, --version
+  } catch (const CLI::ParseError& wrong) {
+    state.out.Error("", wrong.what());
+    return command::kExitUsage;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  command::programstate state;
+  try {
+    return Parse(argc, argv, state);
+  } catch (const command::failure& failed) {
+    state.out.Error(failed.Subject(), failed.what());
+    return failed.ExitCode();
+  } catch (const std::bad_alloc&) {
+    state.out.Error("", "there is not enough memory");
+  } catch (const std::exception& failed) {
+    state.out.Error("", failed.what());
+  }
+  return command::kExitFailed;
+}

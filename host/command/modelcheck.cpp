@@ -1,0 +1,207 @@
+#include "command/modelcheck.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "command/failure.h"
+#include "core/state.h"
+#include "mdc/mdcfile.h"
+#include "mdmmdx/mdmfile.h"
+#include "mdmmdx/mdxfile.h"
+#include "mds/mdsfile.h"
+
+namespace command {
+
+namespace {
+
+struct foundmodel {
+  std::optional<std::int64_t> frames;
+  std::optional<std::int64_t> bones;
+  std::optional<std::int64_t> tags;
+  std::optional<std::int64_t> surfaces;
+  std::int64_t end = 0;  // ofsEnd
+};
+
+std::string FaultText(const std::string& fault) {
+  return fault.empty() ? "it cannot be read, or is larger than 2 GiB" : fault;
+}
+
+foundmodel Found(const cmdcfile& file) {
+  const mdcHeader& header = *file.header;
+  return {header.numFrames, {}, header.numTags, header.numSurfaces, header.ofsEnd};
+}
+foundmodel Found(const cmdsfile& file) {
+  const mdsHeader& header = *file.header;
+  return {header.numFrames, header.numBones, header.numTags, header.numSurfaces, header.ofsEnd};
+}
+foundmodel Found(const cmdmfile& file) {
+  const mdmHeader& header = *file.header;
+  return {{}, {}, header.numTags, header.numSurfaces, header.ofsEnd};
+}
+foundmodel Found(const cmdxfile& file) {
+  const mdxHeader& header = *file.header;
+  return {header.numFrames, header.numBones, {}, {}, header.ofsEnd};
+}
+
+// Loads the file with its format's reader and hands it on; the fault where it does not hold.
+template <class File, class Use>
+std::string Load(const std::string& path, Use&& use) {
+  File file;
+  if (!file.Load(path.c_str())) {
+    return FaultText(file.Fault());
+  }
+  return use(file);
+}
+
+template <class Use>
+std::string LoadKind(const std::string& path, filekind kind, Use&& use) {
+  switch (kind) {
+    case filekind::Mdc:
+      return Load<cmdcfile>(path, use);
+    case filekind::Mds:
+      return Load<cmdsfile>(path, use);
+    case filekind::Mdm:
+      return Load<cmdmfile>(path, use);
+    case filekind::Mdx:
+      return Load<cmdxfile>(path, use);
+    default:
+      return "it is no model";
+  }
+}
+
+std::string Difference(const char* what, const std::optional<std::int64_t>& expected,
+                       const std::optional<std::int64_t>& found) {
+  if (!expected || !found || *expected == *found) {
+    return {};
+  }
+  return "it has " + std::to_string(*found) + " " + what + " instead of " +
+         std::to_string(*expected);
+}
+
+std::string Count(std::int64_t number, const std::string& one) {
+  return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
+}
+
+std::string Summary(const foundmodel& found, std::uint32_t size) {
+  std::string text;
+  const auto add = [&](const std::optional<std::int64_t>& number, const char* one) {
+    if (number) {
+      text += Count(*number, one) + ", ";
+    }
+  };
+  add(found.frames, "frame");
+  add(found.bones, "bone");
+  add(found.tags, "tag");
+  add(found.surfaces, "surface");
+  return text + Count(size, "byte");
+}
+
+bool IsTag(cnode& node) { return Folded(node.GetName()).starts_with("tag_"); }
+
+template <class Predicate>
+std::int64_t CountNodes(const core::scene& scene, Predicate&& counts) {
+  return std::ranges::count_if(scene.Nodes(), [&](cnode* node) { return counts(*node); });
+}
+
+}  // namespace
+
+expectedmodel ExpectedOf(const core::scene& scene, filekind kind,
+                         const std::optional<framerange>& range) {
+  const auto skins = CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeSkin; });
+  const auto bones = CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeBone; });
+  const auto tagBones =
+      CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeBone && IsTag(node); });
+  expectedmodel expected;
+  if (kind != filekind::Mdm && range) {
+    expected.frames = range->frames;
+  }
+  switch (kind) {
+    case filekind::Mdc:
+      expected.tags = CountNodes(scene, IsTag);
+      expected.surfaces =
+          skins + CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeMesh; });
+      break;
+    case filekind::Mds:
+      expected.bones = bones;
+      expected.tags = tagBones;
+      expected.surfaces = skins;
+      break;
+    case filekind::Mdm:
+      expected.tags = bones == tagBones ? 0 : tagBones;
+      expected.surfaces = skins;
+      break;
+    case filekind::Mdx:
+      expected.bones = bones - tagBones;
+      break;
+    default:
+      break;
+  }
+  return expected;
+}
+
+std::string FaultOfWritten(const std::string& path, filekind kind, const expectedmodel& expected,
+                           std::string& summary) {
+  return LoadKind(path, kind, [&](const auto& file) -> std::string {
+    const foundmodel found = Found(file);
+    for (const std::string& fault : {Difference("frames", expected.frames, found.frames),
+                                     Difference("bones", expected.bones, found.bones),
+                                     Difference("tags", expected.tags, found.tags),
+                                     Difference("surfaces", expected.surfaces, found.surfaces)}) {
+      if (!fault.empty()) {
+        return fault;
+      }
+    }
+    // The header gets its offsets last of all.
+    if (found.end != file.Size()) {
+      return "it ends at byte " + std::to_string(file.Size()) + " instead of " +
+             std::to_string(found.end);
+    }
+    summary = Summary(found, file.Size());
+    return {};
+  });
+}
+
+std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath) {
+  return Load<cmdmfile>(mdmPath, [&](const cmdmfile& mesh) {
+    return Load<cmdxfile>(mdxPath, [&](const cmdxfile& skeleton) {
+      std::string fault;
+      mesh.FitsTo(skeleton, fault);
+      return fault;
+    });
+  });
+}
+
+std::string WhyRefused(const std::string& path, const std::string& mdxPath) {
+  const filekind kind = KindOf(path);
+  const auto holds = [](const auto& /*file*/) { return std::string(); };
+  std::string fault = LoadKind(path, kind, holds);
+  if (!fault.empty()) {
+    return "is refused: " + fault;
+  }
+  if (kind == filekind::Mdm) {
+    fault = LoadKind(mdxPath, filekind::Mdx, holds);
+    if (!fault.empty()) {
+      return "cannot be imported with " + mdxPath + ", which is refused: " + fault;
+    }
+    fault = FaultOfPair(path, mdxPath);
+    if (!fault.empty()) {
+      return "does not fit to " + mdxPath + ": " + fault;
+    }
+  }
+  return "the run failed; perhaps there was not enough memory";
+}
+
+std::int64_t FramesOf(const std::string& path, filekind kind) {
+  std::int64_t frames = 0;
+  const std::string fault = LoadKind(path, kind, [&](const auto& file) {
+    frames = Found(file).frames.value_or(0);
+    return std::string();
+  });
+  if (!fault.empty()) {
+    throw failure(path, "is refused: " + fault);
+  }
+  return frames;
+}
+
+}  // namespace command

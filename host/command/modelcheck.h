@@ -1,0 +1,38 @@
+#pragma once
+
+// Looks into model files with the formats' own readers.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "command/answers.h"
+#include "command/paths.h"
+#include "core/scene.h"
+
+namespace command {
+
+// What an export of the scene has to write; nothing where a format has no such count.
+struct expectedmodel {
+  std::optional<std::int64_t> frames;
+  std::optional<std::int64_t> bones;
+  std::optional<std::int64_t> tags;
+  std::optional<std::int64_t> surfaces;
+};
+expectedmodel ExpectedOf(const core::scene& scene, filekind kind,
+                         const std::optional<framerange>& range);
+
+// Reads the file whole. What does not hold in it or is not as expected; empty when all is well.
+// `summary` then says what is in it.
+std::string FaultOfWritten(const std::string& path, filekind kind, const expectedmodel& expected,
+                           std::string& summary);
+// What does not fit between the two files of a model; empty when they fit.
+std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath);
+
+// Why an importer gave 0 for the file. The mdx is that of an mdm.
+std::string WhyRefused(const std::string& path, const std::string& mdxPath);
+
+// Frames of a skeletal model: of an mds or mdx file. Fails when it cannot be read.
+std::int64_t FramesOf(const std::string& path, filekind kind);
+
+}  // namespace command

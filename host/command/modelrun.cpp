@@ -1,0 +1,108 @@
+#include "command/modelrun.h"
+
+#include <algorithm>
+
+#include "command/failure.h"
+#include "command/paths.h"
+#include "command/programpath.h"
+#include "core/assertion.h"
+
+namespace command {
+
+namespace {
+
+// Of the progress window.
+constexpr int kProgressText = 1014;
+
+std::string Suffixes(const module::library& loaded, bool importers) {
+  std::vector<std::string> names;
+  for (const module::handler& row : loaded.Handlers()) {
+    if ((row.importer != nullptr) == importers) {
+      names.insert(names.end(), row.extensions.begin(), row.extensions.end());
+    }
+  }
+  return Joined(names);
+}
+
+const module::handler& Required(const module::handler* found, const module::library& loaded,
+                                const std::string& path, bool importers) {
+  if (found == nullptr) {
+    throw failure(path,
+                  std::string("the module has no ") + (importers ? "importer" : "exporter") +
+                      " for this suffix; it has some for: " + Suffixes(loaded, importers),
+                  kExitUsage);
+  }
+  return *found;
+}
+
+// What is current for the length of a run.
+class currentrun {
+ public:
+  currentrun(core::scene& scene, desktop::idesktop& desk) {
+    core::scene::MakeCurrent(&scene);
+    desktop::MakeCurrent(&desk);
+  }
+  ~currentrun() {
+    desktop::MakeCurrent(nullptr);
+    core::scene::MakeCurrent(nullptr);
+  }
+  currentrun(const currentrun&) = delete;
+  currentrun& operator=(const currentrun&) = delete;
+};
+
+}  // namespace
+
+modelhost::modelhost(console& out, const std::string& modulePath) : out_(out) {
+  const std::string path = modulePath.empty() ? ModuleBesideProgram() : modulePath;
+  std::string error;
+  module_ = module::library::Load(path, error);
+  if (!module_) {
+    throw failure(path, "is no module: " + error);
+  }
+}
+
+modelhost::~modelhost() = default;
+
+const module::handler& modelhost::ImporterOf(const std::string& path) const {
+  return Required(module_->FindImporter(SuffixOf(path)), *module_, path, true);
+}
+
+const module::handler& modelhost::ExporterOf(const std::string& path) const {
+  return Required(module_->FindExporter(SuffixOf(path)), *module_, path, false);
+}
+
+int modelhost::Import(const module::handler& handler, core::scene& scene, const std::string& path,
+                      importanswers& answers) {
+  return Run(scene, path, answers, [&] { return handler.importer->Import(path.c_str()); });
+}
+
+int modelhost::Export(const module::handler& handler, core::scene& scene, const std::string& path,
+                      exportanswers& answers) {
+  return Run(scene, path, answers, [&] { return handler.exporter->Export(path.c_str()); });
+}
+
+template <class Answers, class Body>
+int modelhost::Run(core::scene& scene, const std::string& path, Answers& answers, Body&& body) {
+  told_ = false;
+  desktop::scripteddesktop desk;
+  answers.Attach(desk);
+  desk.onMessage = [&](const std::string& text, const std::string& /*caption*/, int /*style*/) {
+    told_ = true;
+    out_.Error(path, text);
+  };
+  desk.onProgress = [&](const desktop::scriptedwindow& window) {
+    out_.Progress(window.BarPosition(), window.BarHigh(), window.Text(kProgressText));
+  };
+  const currentrun current(scene, desk);
+  try {
+    const int result = body();
+    out_.EndProgress();
+    return result;
+  } catch (const core::assertionfailure& failed) {
+    throw failure(
+        path, "the run was ended by a failed assertion: " + std::string(failed.expression) + " (" +
+                  failed.file + ", line " + std::to_string(failed.line) + ")");
+  }
+}
+
+}  // namespace command

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "command/answers.h"
+#include "command/console.h"
+#include "core/scene.h"
+#include "desktop/scripted.h"
+#include "module/module.h"
+
+namespace command {
+
+// A loaded module and the desktop that its runs talk to. Message boxes become error lines, progress
+// goes to the console, nothing waits.
+class modelhost {
+ public:
+  // An empty path: the module beside the program. Fails when that is none.
+  modelhost(console& out, const std::string& modulePath);
+  ~modelhost();
+  modelhost(const modelhost&) = delete;
+  modelhost& operator=(const modelhost&) = delete;
+
+  const module::library& Module() const { return *module_; }
+
+  // The handler of the file's suffix. Fails as wrong usage when the module has none.
+  const module::handler& ImporterOf(const std::string& path) const;
+  const module::handler& ExporterOf(const std::string& path) const;
+
+  // A run over the scene; its result. The host's assertion ends it as a failure.
+  int Import(const module::handler& handler, core::scene& scene, const std::string& path,
+             importanswers& answers);
+  int Export(const module::handler& handler, core::scene& scene, const std::string& path,
+             exportanswers& answers);
+  // Whether the last run showed a message.
+  bool Told() const { return told_; }
+
+ private:
+  template <class Answers, class Body>
+  int Run(core::scene& scene, const std::string& path, Answers& answers, Body&& body);
+
+  console& out_;
+  std::unique_ptr<module::library> module_;
+  bool told_ = false;
+};
+
+}  // namespace command

@@ -1,0 +1,126 @@
+#include "command/options.h"
+
+#include <algorithm>
+
+#include "command/failure.h"
+
+namespace command {
+
+namespace {
+
+// A flag that turns off what is on without it.
+CLI::Option* AddOff(CLI::App& app, const std::string& name, bool& value, const std::string& text) {
+  return app.add_flag_callback(
+      name, [&value] { value = false; }, text);
+}
+
+}  // namespace
+
+void optiontable::Add(CLI::Option* option, std::vector<filekind> kinds) {
+  rows_.push_back({option, std::move(kinds)});
+}
+
+void optiontable::RequireFor(filekind kind, const std::string& path) const {
+  for (const row& entry : rows_) {
+    if (entry.option->count() > 0 && std::ranges::find(entry.kinds, kind) == entry.kinds.end()) {
+      std::vector<std::string> kinds;
+      for (const filekind fit : entry.kinds) {
+        kinds.push_back(KindText(fit));
+      }
+      throw failure(path,
+                    entry.option->get_name() + " makes no sense with " + KindText(kind) +
+                        ": it is for " + Joined(kinds),
+                    kExitUsage);
+    }
+  }
+}
+
+bool optiontable::AnyGiven() const {
+  return std::ranges::any_of(rows_, [](const row& entry) { return entry.option->count() > 0; });
+}
+
+void importoptions::Define(CLI::App& app) {
+  constexpr char kGroup[] = "Import";
+  const std::vector<filekind> skeletal{filekind::Mds, filekind::Mdm};
+  table.Add(app.add_option("--frame", choices.frame,
+                           "Of an mdc: the frame to import, from 0 (default 0); one beyond the "
+                           "model's frames becomes the last")
+                ->group(kGroup),
+            {filekind::Mdc});
+
+  CLI::Option* skin = app.add_option("--skin", choices.skin,
+                                     "The .skin file beside the model that says which images its "
+                                     "surfaces wear (default: the first by name)");
+  CLI::Option* noSkin = app.add_flag("--no-skin", choices.noSkin, "No .skin file, so no images");
+  CLI::Option* sequence =
+      app.add_option("--sequence", choices.sequences,
+                     "A sequence of the model's sequence file to import; may be given several "
+                     "times (default: all sequences, with every frame of the model)")
+          ->allow_extra_args(false);
+  CLI::Option* firstFrame =
+      app.add_flag("--first-frame", choices.firstFrame, "No sequences: the first frame as a pose");
+  CLI::Option* noMeshes =
+      AddOff(app, "--no-meshes", choices.meshes, "The skeleton and its animation alone");
+  CLI::Option* noBones =
+      AddOff(app, "--no-bones", choices.bones, "Meshes without skeleton and animation");
+  CLI::Option* noMaterials = AddOff(app, "--no-materials", choices.materials, "No materials");
+  CLI::Option* noAnimation = AddOff(app, "--no-animation", choices.animation,
+                                    "The first frame as a pose, as --first-frame");
+  skin->excludes(noSkin)->excludes(noMaterials);
+  sequence->excludes(firstFrame)->excludes(noAnimation)->excludes(noBones);
+  for (CLI::Option* option :
+       {skin, noSkin, sequence, firstFrame, noMeshes, noBones, noMaterials, noAnimation}) {
+    option->group(kGroup);
+    table.Add(option, skeletal);
+  }
+}
+
+void exportoptions::Define(CLI::App& app) {
+  constexpr char kGroup[] = "Export";
+  const std::vector<filekind> ranged{filekind::Mdc, filekind::Mds, filekind::Mdm, filekind::Mdx};
+  const std::vector<filekind> skeletal{filekind::Mds, filekind::Mdm, filekind::Mdx};
+  table.Add(
+      app.add_option("--start", choices.start, "First frame to export (default: the scene's first)")
+          ->group(kGroup),
+      ranged);
+  table.Add(app.add_option("--end", choices.end,
+                           "Last frame to export, itself included (default: the scene's last)")
+                ->group(kGroup),
+            ranged);
+  table.Add(app.add_option("--origin", choices.origin,
+                           "Node whose place at frame 0 is the model's origin (default: the "
+                           "scene's origin)")
+                ->group(kGroup),
+            ranged);
+  table.Add(AddOff(app, "--no-models-dir", choices.modelsDir,
+                   "Of an mdc: do not put \"models/\" before names that are not in a models "
+                   "folder")
+                ->group(kGroup),
+            {filekind::Mdc});
+  CLI::Option* sequencesFlag =
+      app.add_flag("--sequences", sequences,
+                   "Write the scene's clips as the model's sequence file too: wolfanim.cfg beside "
+                   "an mds, NAME.aninc beside an mdx. Each line has name, first frame, frames, "
+                   "frames that loop, frames a second. One that is there stays as it is")
+          ->group(kGroup);
+  table.Add(sequencesFlag, skeletal);
+  app.add_flag("--force", force, "With --sequences: replace a sequence file that is there")
+      ->needs(sequencesFlag)
+      ->group(kGroup);
+}
+
+void CheckMdxPath(const std::string& mdx) {
+  constexpr std::size_t kLongestPath = 255;
+  if (mdx.empty()) {
+    return;
+  }
+  if (KindOf(mdx) != filekind::Mdx) {
+    throw failure(mdx, "the file of --mdx has to end in .mdx", kExitUsage);
+  }
+  if (mdx.size() > kLongestPath) {
+    throw failure(mdx, "is longer than the 255 bytes that the path of an mdx file may have",
+                  kExitUsage);
+  }
+}
+
+}  // namespace command

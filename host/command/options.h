@@ -1,0 +1,51 @@
+#pragma once
+
+// The options that commands share.
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "command/answers.h"
+#include "command/paths.h"
+
+namespace command {
+
+// Options and the kinds of model that they are for.
+class optiontable {
+ public:
+  void Add(CLI::Option* option, std::vector<filekind> kinds);
+  // Fails as wrong usage when one was given that the kind has no use for.
+  void RequireFor(filekind kind, const std::string& path) const;
+  bool AnyGiven() const;
+
+ private:
+  struct row {
+    CLI::Option* option;
+    std::vector<filekind> kinds;
+  };
+  std::vector<row> rows_;
+};
+
+// What the dialogs before an import ask, and which mdx.
+struct importoptions {
+  importchoices choices;
+  optiontable table;
+
+  void Define(CLI::App& app);
+};
+
+// What the dialogs before an export ask, and the sequence file.
+struct exportoptions {
+  exportchoices choices;
+  bool sequences = false;
+  bool force = false;
+  optiontable table;
+
+  void Define(CLI::App& app);
+};
+
+// For both directions; the mdx path has the module's limit on file dialogs.
+void CheckMdxPath(const std::string& mdx);
+
+}  // namespace command

@@ -1,0 +1,164 @@
+#include "command/paths.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "command/failure.h"
+
+namespace command {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::size_t ModelsFolder(const std::string& path) {
+  return std::min(path.find("models/"), path.find("models\\"));
+}
+
+// The mdx files of a directory, ascending.
+std::vector<fs::path> SkeletonsIn(const fs::path& directory) {
+  std::vector<fs::path> found;
+  std::error_code error;
+  fs::directory_iterator entry(directory.empty() ? fs::path(".") : directory, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    if (KindOf(entry->path().filename().string()) == filekind::Mdx) {
+      found.push_back(directory / entry->path().filename());
+    }
+  }
+  std::ranges::sort(found);
+  return found;
+}
+
+}  // namespace
+
+std::string Folded(std::string text) {
+  std::ranges::transform(text, text.begin(), [](char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  });
+  return text;
+}
+
+std::string Joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "" : ", ") + name;
+  }
+  return text;
+}
+
+std::string SuffixOf(const std::string& path) {
+  const std::string extension = Folded(fs::path(path).extension().string());
+  return extension.empty() ? extension : extension.substr(1);
+}
+
+filekind KindOf(const std::string& path) {
+  const std::string suffix = SuffixOf(path);
+  if (suffix == "glb" || suffix == "gltf") {
+    return filekind::Scene;
+  }
+  if (suffix == "mdc") {
+    return filekind::Mdc;
+  }
+  if (suffix == "mds") {
+    return filekind::Mds;
+  }
+  if (suffix == "mdm") {
+    return filekind::Mdm;
+  }
+  return suffix == "mdx" ? filekind::Mdx : filekind::Other;
+}
+
+std::string KindText(filekind kind) {
+  switch (kind) {
+    case filekind::Scene:
+      return "a glTF scene";
+    case filekind::Mdc:
+      return "an mdc model";
+    case filekind::Mds:
+      return "an mds model";
+    case filekind::Mdm:
+      return "an mdm model";
+    case filekind::Mdx:
+      return "an mdx skeleton";
+    case filekind::Other:
+      break;
+  }
+  return "no kind of file that Marrow knows";
+}
+
+bool IsSkeletal(filekind kind) {
+  return kind == filekind::Mds || kind == filekind::Mdm || kind == filekind::Mdx;
+}
+
+void RequireReadable(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (!fs::exists(status)) {
+    throw failure(path, status.type() == fs::file_type::not_found ? "there is no such file"
+                                                                  : error.message());
+  }
+  if (!fs::is_regular_file(status)) {
+    throw failure(
+        path, fs::is_directory(status) ? "is a directory, not a file" : "is not a regular file");
+  }
+  const auto close = [](std::FILE* stream) { std::fclose(stream); };
+  const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(path.c_str(), "rb"), close);
+  if (!stream) {
+    throw failure(path, std::string("cannot be opened: ") + std::strerror(errno));
+  }
+  if (fs::file_size(path, error) == 0) {
+    throw failure(path, "is empty");
+  }
+}
+
+std::string ImportPath(const std::string& path) {
+  const std::size_t folder = ModelsFolder(path);
+  if (folder == 0) {
+    return "./" + path;
+  }
+  if (folder == std::string::npos) {
+    std::error_code error;
+    const std::string whole = fs::absolute(path, error).string();
+    if (!error && ModelsFolder(whole) != std::string::npos) {
+      return whole;
+    }
+  }
+  return path.find_first_of("/\\") == std::string::npos ? "./" + path : path;
+}
+
+std::string SkeletonOf(const std::string& mdmPath, const std::string& chosen) {
+  if (!chosen.empty()) {
+    RequireReadable(chosen);
+    return chosen;
+  }
+  const fs::path model(mdmPath);
+  const std::string stem = Folded(model.stem().string());
+  const std::vector<fs::path> skeletons = SkeletonsIn(model.parent_path());
+  std::vector<std::string> names;
+  std::string fitting;
+  for (const fs::path& skeleton : skeletons) {
+    names.push_back(skeleton.string());
+    const bool exact = skeleton.stem() == model.stem();
+    if (exact || (fitting.empty() && Folded(skeleton.stem().string()) == stem)) {
+      fitting = skeleton.string();
+    }
+  }
+  if (!fitting.empty()) {
+    RequireReadable(fitting);
+    return fitting;
+  }
+  throw failure(mdmPath, "needs the mdx file with its skeleton (--mdx FILE): there is no " +
+                             model.stem().string() + ".mdx beside it" +
+                             (names.empty() ? ", nor any other mdx"
+                                            : "; it could be one of: " + Joined(names)));
+}
+
+std::string WithSuffix(const std::string& path, const std::string& suffix) {
+  return path.substr(0, path.rfind('.')) + suffix;
+}
+
+}  // namespace command

@@ -1,0 +1,13 @@
+#include <filesystem>
+
+#include "command/programpath.h"
+
+namespace command {
+
+std::string ModuleBesideProgram() {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return (program.parent_path().parent_path() / "lib" / "libmarrow.so").string();
+}
+
+}  // namespace command

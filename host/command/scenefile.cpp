@@ -1,0 +1,96 @@
+#include "command/scenefile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "command/failure.h"
+#include "command/paths.h"
+#include "core/state.h"
+#include "core/timeline.h"
+
+namespace command {
+
+namespace {
+
+// A bind pose that agrees with the offsets better than this share of the model's size is right up
+// to single precision.
+constexpr double kBindNoise = 1e-5;
+
+// The longest edge of the box around all skins at rest.
+double SizeOfSkins(const core::scene& scene) {
+  bool any = false;
+  cpoint3 low;
+  cpoint3 high;
+  for (cnode* node : scene.Nodes()) {
+    if (node->GetType() != kNodeSkin) {
+      continue;
+    }
+    for (const cpoint3& at : static_cast<cskin*>(node)->Skin().mesh.verts) {
+      low = any ? MakePt3(std::min(low.x, at.x), std::min(low.y, at.y), std::min(low.z, at.z)) : at;
+      high = any ? MakePt3(std::max(high.x, at.x), std::max(high.y, at.y), std::max(high.z, at.z))
+                 : at;
+      any = true;
+    }
+  }
+  return std::max({high.x - low.x, high.y - low.y, high.z - low.z});
+}
+
+std::string Short(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.4g", value);
+  return text;
+}
+
+void TellBindResidual(console& out, const core::scene& scene, const std::string& path,
+                      const gltf::bindresidual& bind) {
+  const double size = SizeOfSkins(scene);
+  if (bind.largest > kBindNoise * size) {
+    out.Warning(path, "the weights agree with no rest pose: in the best one a vertex is up to " +
+                          Short(bind.largest) + " units off (" + Short(bind.mean) +
+                          " in the mean) on a model of " + Short(size));
+  }
+}
+
+}  // namespace
+
+void sceneoptions::Define(CLI::App& app) {
+  scale = app.add_option("--scale", how.scale,
+                         "Scene units of the games to one unit of the scene file: a character of "
+                         "1.8 m needs about 40")
+              ->check(CLI::Range(1e-6, 1e6))
+              ->capture_default_str();
+  fps = app.add_option("--fps", how.fps, "Frames a second at which clips are read and written")
+            ->check(CLI::Range(0.1, 1000.0))
+            ->capture_default_str();
+}
+
+void ReadSceneFile(console& out, const std::string& path, const gltf::options& how,
+                   core::scene& scene) {
+  RequireReadable(path);
+  gltf::report told;
+  const bool read = gltf::ReadScene(path, how, scene, told);
+  for (const std::string& warning : told.warnings) {
+    out.Warning(path, warning);
+  }
+  if (!read) {
+    throw failure(path, "is refused: " + told.fault);
+  }
+}
+
+void WriteSceneFile(console& out, const core::scene& scene, const std::string& path,
+                    const gltf::options& how) {
+  gltf::report told;
+  const bool written = gltf::WriteScene(scene, path, how, told);
+  for (const std::string& warning : told.warnings) {
+    out.Warning(path, warning);
+  }
+  if (!written) {
+    throw failure(path, "could not be written: " + told.fault);
+  }
+  TellBindResidual(out, scene, path, told.bind);
+  out.Result(path, "written: " + std::to_string(scene.Nodes().size()) + " nodes, " +
+                       std::to_string(core::NamedClips(scene).size()) + " clips");
+}
+
+}  // namespace command

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "command/console.h"
+#include "core/scene.h"
+#include "gltf/gltf.h"
+
+namespace command {
+
+// --scale and --fps of a command that touches a scene file.
+struct sceneoptions {
+  gltf::options how;
+  CLI::Option* scale = nullptr;
+  CLI::Option* fps = nullptr;
+
+  void Define(CLI::App& app);
+};
+
+// What the file has and a scene cannot carry becomes warnings. Both fail when it cannot be done.
+void ReadSceneFile(console& out, const std::string& path, const gltf::options& how,
+                   core::scene& scene);
+void WriteSceneFile(console& out, const core::scene& scene, const std::string& path,
+                    const gltf::options& how);
+
+}  // namespace command

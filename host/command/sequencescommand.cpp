@@ -1,0 +1,73 @@
+#include <filesystem>
+#include <memory>
+
+#include "command/commands.h"
+#include "command/failure.h"
+#include "command/modelcheck.h"
+#include "command/sequencefile.h"
+
+namespace command {
+
+namespace {
+
+struct sequencesjob {
+  std::string model;
+  std::string mdx;
+  double fps = 20.0;
+  bool init = false;
+  bool force = false;
+};
+
+int InitSequences(programstate& state, const sequencesjob& job) {
+  filekind kind = KindOf(job.model);
+  if (!IsSkeletal(kind)) {
+    throw failure(job.model, "sequence files are for mds, mdm and mdx models", kExitUsage);
+  }
+  RequireReadable(job.model);
+  std::string animated = job.model;
+  if (kind == filekind::Mdm) {
+    animated = SkeletonOf(job.model, job.mdx);
+    kind = filekind::Mdx;
+  } else if (!job.mdx.empty()) {
+    throw failure(job.model, "--mdx is for an mdm model", kExitUsage);
+  }
+  const std::int64_t frames = FramesOf(animated, kind);
+  const std::string path = SequenceFileOf(animated, kind);
+  std::error_code error;
+  if (!job.force && std::filesystem::exists(path, error)) {
+    throw failure(path, "is there already; --force replaces it");
+  }
+  WriteSequenceFile(state.out, path, kind, WholeSequence(frames, job.fps));
+  return kExitDone;
+}
+
+}  // namespace
+
+void DefineSequences(CLI::App& app, programstate& state) {
+  const auto job = std::make_shared<sequencesjob>();
+  CLI::App* command =
+      app.add_subcommand("sequences", "Write a sequence file for a skeletal model that has none");
+  command
+      ->add_option("MODEL", job->model,
+                   "The model: an mds file (wolfanim.cfg beside it is written, for all mds models "
+                   "of the directory), or an mdx or mdm file (NAME.aninc beside the mdx)")
+      ->required();
+  command
+      ->add_flag("--init", job->init,
+                 "Write one sequence, \"all\", that covers every frame of the model: the start of "
+                 "a sequence file, to be divided by hand. Without a sequence file only the first "
+                 "frame of a model can be imported")
+      ->required();
+  command
+      ->add_option("--mdx", job->mdx,
+                   "Of an mdm: its mdx file (default: the one of the same name beside it)")
+      ->type_name("FILE");
+  command->add_option("--fps", job->fps, "Frames a second of the sequence")
+      ->check(CLI::Range(1.0, 1000.0))
+      ->capture_default_str();
+  command->add_flag("--force", job->force, "Replace a sequence file that is there");
+  DefineQuiet(*command, state);
+  command->callback([&state, job] { state.exitCode = InitSequences(state, *job); });
+}
+
+}  // namespace command
