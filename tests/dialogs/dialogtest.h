@@ -9,13 +9,22 @@
 
 #include "core/picker.h"
 #include "core/scene.h"
-#include "desktop/scripted.h"
 #include "dialogs/options.h"
 #include "dialogs/templates.h"
 #include "support/scenebuild.h"
 
-using desktop::scriptedwindow;
-using script = std::function<void(scriptedwindow&)>;
+// The same tests before real windows and before scripted ones.
+#if defined(MARROW_REAL_WINDOWS)
+#include "windows/realdesktop.h"
+using userdesktop = realdesktop;
+using userwindow = realwindow;
+#else
+#include "desktop/scripted.h"
+using userdesktop = desktop::scripteddesktop;
+using userwindow = desktop::scriptedwindow;
+#endif
+
+using script = std::function<void(userwindow&)>;
 
 // A desktop and a scene for a dialog.
 class dialogtest : public testing::Test {
@@ -33,6 +42,6 @@ class dialogtest : public testing::Test {
   }
 
   core::scene scene;
-  desktop::scripteddesktop desk;
+  userdesktop desk;
   std::vector<std::string> messages;
 };

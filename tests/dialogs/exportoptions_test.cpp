@@ -40,7 +40,7 @@ class ExportOptions : public dialogtest, public testing::WithParamInterface<expo
   }
   // The state of the choice is the module's for life, so a test brings it to where it needs it.
   void SetChoice(bool wanted) {
-    Show([&](scriptedwindow& window) {
+    Show([&](userwindow& window) {
       if (window.Checked(dialog.choice) != wanted) {
         window.Click(dialog.choice);
       }
@@ -56,7 +56,7 @@ class ExportOptions : public dialogtest, public testing::WithParamInterface<expo
 };
 
 TEST_P(ExportOptions, OpensWithTheRangeAndHandsBackWhatTheFieldsSay) {
-  EXPECT_EQ(Show([&](scriptedwindow& window) {
+  EXPECT_EQ(Show([&](userwindow& window) {
               EXPECT_EQ(window.Text(dialog.start), "4");
               EXPECT_EQ(window.Text(dialog.end), "9");
               EXPECT_EQ(window.Text(dialog.origin), "");
@@ -70,7 +70,7 @@ TEST_P(ExportOptions, OpensWithTheRangeAndHandsBackWhatTheFieldsSay) {
   EXPECT_EQ(end, 12);
   EXPECT_STREQ(origin, "pelvis");
   // What no key can type may still stand in a field.
-  Show([&](scriptedwindow& window) {
+  Show([&](userwindow& window) {
     window.SetText(dialog.start, "-5");
     window.SetText(dialog.end, "99999999999");
     window.Type(dialog.origin, std::string(300, 'n'));
@@ -82,7 +82,7 @@ TEST_P(ExportOptions, OpensWithTheRangeAndHandsBackWhatTheFieldsSay) {
 }
 
 TEST_P(ExportOptions, AStartAboveTheEndIsToldAndTheDialogStays) {
-  const int result = Show([&](scriptedwindow& window) {
+  const int result = Show([&](userwindow& window) {
     window.Type(dialog.start, "5");
     window.Type(dialog.end, "3");
     window.Ok();
@@ -110,12 +110,12 @@ TEST_P(ExportOptions, ThePickerFillsTheFieldAndTheFieldDecides) {
     title = text;
     return chosen;
   });
-  const auto select = [&](scriptedwindow& window) {
+  const auto select = [&](userwindow& window) {
     window.Click(dialog.select);
     EXPECT_TRUE(window.HasFocus());
     EXPECT_EQ(window.Text(dialog.origin), "hip");
   };
-  Show([&](scriptedwindow& window) {
+  Show([&](userwindow& window) {
     select(window);
     chosen = nullptr;
     select(window);  // nothing picked: the field stays
@@ -124,14 +124,14 @@ TEST_P(ExportOptions, ThePickerFillsTheFieldAndTheFieldDecides) {
   });
   EXPECT_EQ(title, "Select Origin Object");
   EXPECT_STREQ(origin, "hip");
-  Show([&](scriptedwindow& window) {
+  Show([&](userwindow& window) {
     select(window);
     window.Type(dialog.origin, "");
     window.Ok();
   });
   EXPECT_STREQ(origin, "");
   start = 4;
-  EXPECT_EQ(Show([&](scriptedwindow& window) {
+  EXPECT_EQ(Show([&](userwindow& window) {
               select(window);
               window.Type(dialog.start, "8");
               window.Click(dialog.choice);
@@ -147,7 +147,7 @@ TEST_P(ExportOptions, TheChoiceLastsAfterOkAlone) {
     SetChoice(wanted);
     EXPECT_EQ(choice, wanted ? 1 : 0);
     choice = -7;
-    Show([&](scriptedwindow& window) {
+    Show([&](userwindow& window) {
       EXPECT_EQ(window.Checked(dialog.choice), wanted);
       window.Click(dialog.choice);
       window.Cancel();
@@ -155,7 +155,7 @@ TEST_P(ExportOptions, TheChoiceLastsAfterOkAlone) {
     EXPECT_EQ(choice, -7);
     // Closed otherwise: as cancelled.
     EXPECT_EQ(
-        Show([&](scriptedwindow& window) { EXPECT_EQ(window.Checked(dialog.choice), wanted); }), 0);
+        Show([&](userwindow& window) { EXPECT_EQ(window.Checked(dialog.choice), wanted); }), 0);
   }
 }
 
@@ -168,7 +168,7 @@ TEST_P(MdsExportOptions, TheModelsBoxIsGreyUncheckedAndKeepsItsState) {
   for (const bool kept : {true, false}) {
     SetChoice(kept);
     Show(
-        [&](scriptedwindow& window) {
+        [&](userwindow& window) {
           EXPECT_FALSE(window.Enabled(1012));
           EXPECT_FALSE(window.Checked(1012));
           EXPECT_FALSE(window.Click(1012));
@@ -183,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(Mds, MdsExportOptions, testing::Values(kMdcMds));
 
 class MdxExportOptions : public ExportOptions {
  protected:
-  static void ExpectFields(const scriptedwindow& window, bool enabled) {
+  static void ExpectFields(const userwindow& window, bool enabled) {
     for (const int id : {1018, 1019, 1020, 1021}) {
       EXPECT_EQ(window.Enabled(id), enabled) << id;
     }
@@ -192,7 +192,7 @@ class MdxExportOptions : public ExportOptions {
 
 TEST_P(MdxExportOptions, TheBoxGreysTheFieldsWhichAreReadAllTheSame) {
   SetChoice(true);
-  Show([](scriptedwindow& window) {
+  Show([](userwindow& window) {
     ExpectFields(window, true);
     window.Type(1020, "6");
     window.Click(1023);
@@ -204,14 +204,14 @@ TEST_P(MdxExportOptions, TheBoxGreysTheFieldsWhichAreReadAllTheSame) {
   });
   EXPECT_EQ(start, 6);
   EXPECT_EQ(choice, 0);
-  Show([](scriptedwindow& window) {
+  Show([](userwindow& window) {
     ExpectFields(window, false);
     window.Ok();
   });
   EXPECT_EQ(choice, 0);
   // For an mdx file alone the box is checked and grey, and OK leaves it checked for good.
   Show(
-      [](scriptedwindow& window) {
+      [](userwindow& window) {
         EXPECT_TRUE(window.Checked(1023));
         EXPECT_FALSE(window.Enabled(1023));
         ExpectFields(window, true);
@@ -219,7 +219,7 @@ TEST_P(MdxExportOptions, TheBoxGreysTheFieldsWhichAreReadAllTheSame) {
       },
       0);
   EXPECT_EQ(choice, 1);
-  Show([](scriptedwindow& window) { EXPECT_TRUE(window.Checked(1023)); });
+  Show([](userwindow& window) { EXPECT_TRUE(window.Checked(1023)); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Mdx, MdxExportOptions, testing::Values(kMdmMdx));

@@ -12,7 +12,7 @@ TEST_F(MdcImportOptions, TheFrameIsHeldInsideTheFile) {
                                                {"3", 3},  {"", 0},   {"99999999999", 9}};
   for (const auto& [text, expected] : typed) {
     SCOPED_TRACE(text);
-    desk.scripts[102] = [&](scriptedwindow& window) {
+    desk.scripts[102] = [&](userwindow& window) {
       EXPECT_EQ(window.Text(1008), "10");
       EXPECT_EQ(window.Text(1009), "0");
       EXPECT_FALSE(window.Type(1008, "3"));
@@ -23,14 +23,14 @@ TEST_F(MdcImportOptions, TheFrameIsHeldInsideTheFile) {
     EXPECT_EQ(ShowMDCImportOptions(10, &frame), 1);
     EXPECT_EQ(frame, expected);
   }
-  desk.scripts[102] = [](scriptedwindow& window) {
+  desk.scripts[102] = [](userwindow& window) {
     window.SetText(1009, "-4");
     window.Ok();
   };
   int frame = -7;
   ShowMDCImportOptions(10, &frame);
   EXPECT_EQ(frame, 0);
-  desk.scripts[102] = [](scriptedwindow& window) { window.Cancel(); };
+  desk.scripts[102] = [](userwindow& window) { window.Cancel(); };
   frame = -7;
   EXPECT_EQ(ShowMDCImportOptions(10, &frame), 0);
   EXPECT_EQ(frame, -7);
@@ -74,7 +74,7 @@ class ImportOptions : public dialogtest {
 };
 
 TEST_F(ImportOptions, OpensWithEverythingCheckedAndNoSequenceSelected) {
-  Show([](scriptedwindow& window) {
+  Show([](userwindow& window) {
     EXPECT_EQ(window.Caption(), "");
     for (const int box : {1001, 1002, 1003, 1004}) {
       EXPECT_TRUE(window.Checked(box)) << box;
@@ -87,13 +87,13 @@ TEST_F(ImportOptions, OpensWithEverythingCheckedAndNoSequenceSelected) {
   EXPECT_EQ(std::vector<int>({meshes, materials, bones, animation, skin}),
             std::vector<int>({1, 1, 1, 1, 0}));
   EXPECT_EQ(Selected(), std::vector<bool>({false, false, false}));
-  Show([](scriptedwindow& window) { EXPECT_EQ(window.Caption(), "MDS Importer(beta) - Options"); },
+  Show([](userwindow& window) { EXPECT_EQ(window.Caption(), "MDS Importer(beta) - Options"); },
        nullptr);
-  Show([](scriptedwindow& window) { EXPECT_EQ(window.Caption(), "other"); }, "other");
+  Show([](userwindow& window) { EXPECT_EQ(window.Caption(), "other"); }, "other");
 }
 
 TEST_F(ImportOptions, ListsAndBoxesComeBack) {
-  Show([](scriptedwindow& window) {
+  Show([](userwindow& window) {
     window.Click(1005);
     window.Click(1006);
     window.PickRows(1000, {0, 2});
@@ -104,14 +104,14 @@ TEST_F(ImportOptions, ListsAndBoxesComeBack) {
   EXPECT_EQ(std::vector<int>({meshes, materials, bones, animation, skin}),
             std::vector<int>({0, 1, 1, 1, 1}));
   EXPECT_EQ(Selected(), std::vector<bool>({true, false, true}));
-  Show([](scriptedwindow& window) {
+  Show([](userwindow& window) {
     EXPECT_TRUE(window.Checked(1001));  // nothing lasts
     window.Click(1005);
     window.Ok();
   });
   EXPECT_EQ(Selected(), std::vector<bool>({true, true, true}));
   meshes = skin = -7;
-  EXPECT_EQ(Show([](scriptedwindow& window) {
+  EXPECT_EQ(Show([](userwindow& window) {
               window.Click(1001);
               window.Cancel();
             }),
@@ -121,7 +121,7 @@ TEST_F(ImportOptions, ListsAndBoxesComeBack) {
 }
 
 TEST_F(ImportOptions, ABoxGreysWhatHangsOnItAndKeepsItsValue) {
-  Show([](scriptedwindow& window) {
+  Show([](userwindow& window) {
     window.Click(1002);
     EXPECT_FALSE(window.Enabled(1004));
     EXPECT_FALSE(window.Enabled(1000));
@@ -149,7 +149,7 @@ TEST_F(ImportOptions, ABoxGreysWhatHangsOnItAndKeepsItsValue) {
 
 TEST_F(ImportOptions, EmptyListsAreNoError) {
   numSequences = numSkins = 0;
-  Show([](scriptedwindow& window) {
+  Show([](userwindow& window) {
     window.Click(1005);
     window.Click(1006);
     window.Ok();
