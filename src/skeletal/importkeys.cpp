@@ -71,7 +71,7 @@ void cskelimport::SetAllKeys(const importsteps& steps) {
     const auto frame = static_cast<int>(f);
     progress_.SetText("Calculating Frame: %d of %d\n", frame, numFrames);
     progress_.SetPosition(frame);
-    steps.calcBoneFrame(f);
+    steps.calcBoneFrame(static_cast<unsigned long>(f));
     if (f == 0) {
       GiveRoomForKeys(rig_->frames.size());
     }

@@ -154,8 +154,8 @@ TEST_P(ExportOptions, TheChoiceLastsAfterOkAlone) {
     });
     EXPECT_EQ(choice, -7);
     // Closed otherwise: as cancelled.
-    EXPECT_EQ(
-        Show([&](userwindow& window) { EXPECT_EQ(window.Checked(dialog.choice), wanted); }), 0);
+    EXPECT_EQ(Show([&](userwindow& window) { EXPECT_EQ(window.Checked(dialog.choice), wanted); }),
+              0);
   }
 }
 

@@ -8,8 +8,9 @@ constexpr int kNoHandler = -100;
 
 std::string Suffix(const std::string& path) { return path.substr(path.rfind('.') + 1); }
 
-void Note(std::vector<progressstep>& steps, const desktop::scriptedwindow& window) {
-  progressstep step{window.Text(1014), window.BarHigh(), window.BarPosition()};
+}  // namespace
+
+void NoteStep(std::vector<progressstep>& steps, const progressstep& step) {
   if (!steps.empty() && steps.back().text == step.text && steps.back().high == step.high &&
       steps.back().position <= step.position) {
     steps.back() = step;
@@ -17,8 +18,6 @@ void Note(std::vector<progressstep>& steps, const desktop::scriptedwindow& windo
     steps.push_back(step);
   }
 }
-
-}  // namespace
 
 std::ostream& operator<<(std::ostream& out, const shownmessage& message) {
   return out << message.caption << ": " << message.text << " (" << message.style << ")";
@@ -62,7 +61,7 @@ void moduletest::Listen() {
       log.caption = window.Caption();
       log.events.emplace_back("window");
     }
-    Note(log.steps, window);
+    NoteStep(log.steps, {window.Text(1014), window.BarHigh(), window.BarPosition()});
   };
   desk.onSleep = [this](int milliseconds) {
     log.events.push_back("sleep " + std::to_string(milliseconds));

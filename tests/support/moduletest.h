@@ -33,10 +33,13 @@ struct progressstep {
 
 std::ostream& operator<<(std::ostream& out, const progressstep& step);
 
+// Appends a state; a higher position alone changes the last one.
+void NoteStep(std::vector<progressstep>& steps, const progressstep& step);
+
 // What a run showed and asked of the desktop.
 struct runlog {
   std::vector<shownmessage> messages;
-  // The states of the progress window in their order. A higher position alone changes the last one.
+  // The states of the progress window in their order.
   std::vector<progressstep> steps;
   std::string caption;  // of the progress window; empty when there was none
   // Everything in the order in which it came: "wait cursor", "window", "sleep 500",

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr int kMessageText = 0xFFFF;  // the text of a message box
-constexpr int kFileNameEdit = 1152;   // the file name's field in the system's file dialogs
+constexpr int kFileName = 1148;       // the field of the system's file dialogs
 
 std::string WindowText(HWND window) {
   std::string text(static_cast<std::size_t>(SendMessageA(window, WM_GETTEXTLENGTH, 0, 0)) + 1, ' ');
@@ -40,7 +40,7 @@ void AnswerFileDialog(const std::function<bool(const cfiledialog&, std::string&)
   std::string path;
   if (answer && answer(dialog, path)) {
     std::ranges::replace(path, '/', '\\');
-    window.SetText(kFileNameEdit, path.c_str());
+    window.SetText(kFileName, path.c_str());
     window.Ok();
   } else {
     window.Cancel();

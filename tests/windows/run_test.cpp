@@ -1,8 +1,6 @@
 // Whole runs of the loaded module with every window real.
 
 #include "windows/realdesktop.h"
-//
-#include <commctrl.h>
 
 #include <filesystem>
 
@@ -12,6 +10,14 @@
 #include "support/scenebuild.h"
 
 namespace {
+
+constexpr int kList = 1000;  // of the picker
+
+class norules final : public cdialogrules {
+ public:
+  void OnInit(cdialogwindow& /*window*/) override {}
+  void OnCommand(cdialogwindow& /*window*/, int /*id*/) override {}
+};
 
 // The progress window after each message that changed it, read back from its controls.
 struct watched {
@@ -33,13 +39,7 @@ LRESULT CALLBACK WatchMessages(int code, WPARAM sender, LPARAM parameter) {
   if ((id == kProgressBar && sent.message == PBM_SETPOS) ||
       (id == kProgressText && sent.message == WM_SETTEXT)) {
     progress.window = GetParent(sent.hwnd);
-    const progressstep step = ReadBack(realwindow(progress.window));
-    std::vector<progressstep>& steps = progress.steps;
-    if (!steps.empty() && steps.back().text == step.text && steps.back().high == step.high) {
-      steps.back() = step;
-    } else {
-      steps.push_back(step);
-    }
+    NoteStep(progress.steps, ReadBack(realwindow(progress.window)));
   }
   return CallNextHookEx(nullptr, code, sender, parameter);
 }
@@ -102,11 +102,7 @@ TEST_F(RealRun, TheProgressWindowShowsWhatTheScriptedOneIsTold) {
 }
 
 TEST_F(RealRun, TheBarHasSixteenBits) {
-  class : public cdialogrules {
-   public:
-    void OnInit(cdialogwindow& /*window*/) override {}
-    void OnCommand(cdialogwindow& /*window*/, int /*id*/) override {}
-  } rules;
+  norules rules;
   cdialogwindow* const window = real.OpenDialog(ProgressDialog(), rules, "wide");
   window->SetBarRange(kProgressBar, 65536 + 5);
   window->SetBarPosition(kProgressBar, 3);
@@ -184,7 +180,6 @@ TEST_F(RealRun, ThePickerIsAListOfTheScene) {
     WithUser(user, [&] { chosen = desktop::PickFromWindow(nodes, title, button); });
     return chosen;
   });
-  constexpr int kList = 1000;
   real.scripts[103] = [&](realwindow& dialog) {
     user = [&](realwindow& picker) {
       EXPECT_EQ(picker.Caption(), "Select Origin Object");
