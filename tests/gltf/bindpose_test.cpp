@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <numbers>
 #include <random>
 
 namespace {
@@ -15,8 +16,8 @@ using core::vec3;
 // A rotation about an axis, then a move.
 affine Motion(const vec3& axis, double degrees, const vec3& move) {
   const vec3 u = core::Unit(axis);
-  const double c = std::cos(degrees * M_PI / 180.0);
-  const double s = std::sin(degrees * M_PI / 180.0);
+  const double c = std::cos(degrees * std::numbers::pi / 180.0);
+  const double s = std::sin(degrees * std::numbers::pi / 180.0);
   affine result;
   for (vec3& row : result.row) {
     row = row * c + core::Cross(u, row) * s + u * (core::Dot(u, row) * (1.0 - c));

@@ -1,5 +1,8 @@
 // The mdc exporter through the loaded module: what it writes, byte by byte, and what a run shows.
 
+#include <algorithm>
+#include <cctype>
+
 #include "samples/bytes.h"
 #include "support/moduletest.h"
 #include "support/scenebuild.h"
@@ -256,7 +259,8 @@ TEST_F(MdcExport, ShadersAndTheModelNameAreTheGamesOwnPaths) {
     }
     EXPECT_EQ(ShaderOf(file, at), "none");
     EXPECT_EQ(file.I32(at + 92), 124);
-    const std::string lower = directory.Path() + "/out/crate.mdc";
+    std::string lower = directory.Path() + "/out/crate.mdc";
+    std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return std::tolower(c); });
     EXPECT_EQ(file.Name(8), with ? "models/crate.mdc" : lower.substr(0, 63));
   }
   EXPECT_EQ(Write("Models/Sub/Crate.mdc").Name(8), "models/sub/crate.mdc");
