@@ -12,7 +12,9 @@
 
 namespace command {
 
+// `ask` leaves a run's dialogs to the user, in windows: only where CanAsk is true.
 struct exportchoices {
+  bool ask = false;
   std::optional<int> start;  // else as the dialog shows them
   std::optional<int> end;
   std::string origin;     // name of the origin object, empty for none
@@ -21,6 +23,7 @@ struct exportchoices {
 };
 
 struct importchoices {
+  bool ask = false;
   std::optional<int> frame;  // of an mdc
   std::string skin;          // a listed .skin file; empty: the first
   bool noSkin = false;
@@ -42,10 +45,11 @@ class exportanswers {
  public:
   explicit exportanswers(const exportchoices& choices) : choices_(choices) {}
 
+  bool Ask() const { return choices_.ask; }
   // The desktop's dialogs are answered from here on; this object outlives that.
   void Attach(desktop::scripteddesktop& desk);
 
-  // What the accepted dialog asked for; none before.
+  // What the accepted dialog asked for; none before, and none where the user was asked.
   const std::optional<framerange>& Range() const { return range_; }
 
  private:
@@ -64,6 +68,7 @@ class importanswers {
  public:
   explicit importanswers(const importchoices& choices) : choices_(choices) {}
 
+  bool Ask() const { return choices_.ask; }
   void Attach(desktop::scripteddesktop& desk);
 
   // Why the dialog was cancelled: a choice that it does not offer. Empty when it was not.

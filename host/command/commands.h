@@ -3,10 +3,13 @@
 // The program's commands. Each defines its options in the parser; when the parser meets the
 // command it runs it and leaves the exit code.
 
-#include <CLI/CLI.hpp>
 #include <string>
 
 #include "command/console.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace command {
 

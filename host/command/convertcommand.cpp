@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "command/commands.h"
@@ -17,6 +18,7 @@ struct convertjob {
   importoptions in;
   exportoptions out;
   sceneoptions scene;
+  batchoption batch;
 };
 
 void CheckConversion(const convertjob& job, filekind from, filekind to) {
@@ -48,7 +50,8 @@ int Convert(programstate& state, const convertjob& job) {
   modelhost host(state.out, state.modulePath);
   CheckConversion(job, from, to);
   exportoptions out = job.out;
-  if (to == filekind::Mdm) {
+  out.choices.ask = job.mdx.empty() && job.batch.Ask(out.table);
+  if (to == filekind::Mdm && !out.choices.ask) {
     out.choices.mdx =
         job.mdx.empty() || from == filekind::Mdm ? WithSuffix(job.target, ".mdx") : job.mdx;
   }
@@ -61,6 +64,7 @@ int Convert(programstate& state, const convertjob& job) {
     ReadSceneFile(state.out, job.source, job.scene.how, scene);
   } else {
     importchoices in = job.in.choices;
+    in.ask = job.mdx.empty() && job.batch.Ask(job.in.table);
     in.mdx = from == filekind::Mdm ? job.mdx : std::string();
     const int code = ImportModel(state.out, host, job.source, in, scene);
     if (code != kExitDone) {
@@ -94,10 +98,11 @@ void DefineConvert(CLI::App& app, programstate& state) {
       ->add_option("--mdx", job->mdx,
                    "The mdx file of IN, if that is an mdm, else of OUT (default: the one of the "
                    "same name)")
-      ->type_name("FILE");
+      ->option_text("FILE");
   job->in.Define(*command);
   job->out.Define(*command);
   job->scene.Define(*command);
+  job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   command->callback([&state, job] { state.exitCode = Convert(state, *job); });

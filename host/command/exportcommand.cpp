@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "command/commands.h"
@@ -14,6 +15,7 @@ struct exportjob {
   std::string target;
   exportoptions options;
   sceneoptions scene;
+  batchoption batch;
 };
 
 int Export(programstate& state, const exportjob& job) {
@@ -23,9 +25,11 @@ int Export(programstate& state, const exportjob& job) {
   modelhost host(state.out, state.modulePath);
   host.ExporterOf(job.target);
   CheckExport(job.target, job.options);
+  exportoptions options = job.options;
+  options.choices.ask = job.batch.Ask(options.table);
   core::scene scene;
   ReadSceneFile(state.out, job.source, job.scene.how, scene);
-  return ExportModel(state.out, host, job.target, job.options, job.scene.how.fps, scene);
+  return ExportModel(state.out, host, job.target, options, job.scene.how.fps, scene);
 }
 
 }  // namespace
@@ -38,17 +42,18 @@ void DefineExport(CLI::App& app, programstate& state) {
       ->add_option("-o,--output", job->target,
                    "The model to write: an mdc, mds, mdm or mdx file. An old one stays untouched "
                    "until the new one reads back whole")
-      ->type_name("MODEL")
+      ->option_text("MODEL")
       ->required();
   job->options.Define(*command);
   job->options.table.Add(
       command
           ->add_option("--mdx", job->options.choices.mdx,
                        "With an mdm: also write the skeleton and its animation to this mdx file")
-          ->type_name("FILE")
+          ->option_text("FILE")
           ->group("Export"),
       {filekind::Mdm});
   job->scene.Define(*command);
+  job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   command->callback([&state, job] { state.exitCode = Export(state, *job); });

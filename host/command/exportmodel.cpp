@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 
@@ -6,7 +7,6 @@
 #include "command/keptfiles.h"
 #include "command/modelcheck.h"
 #include "command/sequencefile.h"
-#include "command/skeletonlosses.h"
 #include "command/transfer.h"
 #include "core/state.h"
 
@@ -48,25 +48,38 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
   }
 }
 
-void TellWhatIsLost(console& out, const std::string& path, const core::scene& scene,
-                    const std::optional<framerange>& range) {
-  if (const filekind kind = KindOf(path); IsSkeletal(kind) && range) {
-    for (const std::string& loss : SkeletonLosses(scene, kind, *range)) {
-      out.Warning(path, loss);
-    }
+// A file that the user chose while the run was on. No failure may pass through the module.
+bool AddChosen(console& out, keptfiles& kept, const std::string& path) {
+  try {
+    kept.Add(path);
+    return true;
+  } catch (const failure& failed) {
+    out.Error(failed.Subject(), failed.what());
+    return false;
   }
 }
 
 // Reads back what the run wrote; fails where it is not what the scene has.
-std::string CheckWritten(const std::string& path, const core::scene& scene,
-                         const std::optional<framerange>& range) {
+writtenmodel CheckWritten(const std::string& path, const core::scene& scene,
+                          const std::optional<framerange>& range) {
   const filekind kind = KindOf(path);
-  std::string summary;
-  const std::string fault = FaultOfWritten(path, kind, ExpectedOf(scene, kind, range), summary);
+  writtenmodel written;
+  const std::string fault = FaultOfWritten(path, kind, ExpectedOf(scene, kind, range), written);
   if (!fault.empty()) {
     throw failure(path, "what was written does not read back, and is removed: " + fault);
   }
-  return summary;
+  return written;
+}
+
+void TellWritten(console& out, const std::string& path, const writtenmodel& written) {
+  if (written.reach >= kMdcReach) {
+    char reach[32];
+    std::snprintf(reach, sizeof reach, "%.0f", written.reach);
+    out.Warning(path, "reaches " + std::string(reach) +
+                          " units from its origin, and an mdc holds coordinates within 512: those "
+                          "beyond are wrong; a smaller --scale or an --origin inside helps");
+  }
+  out.Result(path, "written: " + written.summary);
 }
 
 void WriteSequences(console& out, const std::string& animated, const exportoptions& options,
@@ -100,7 +113,7 @@ void CheckExport(const std::string& path, const exportoptions& options) {
 int ExportModel(console& out, modelhost& host, const std::string& path,
                 const exportoptions& options, double fps, core::scene& scene) {
   const filekind kind = KindOf(path);
-  const std::string& mdx = options.choices.mdx;
+  std::string mdx = options.choices.mdx;
   const module::handler& handler = host.ExporterOf(path);
   TellWhatIsLeftOut(out, path, kind, options.choices, scene);
 
@@ -110,7 +123,11 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     kept.Add(mdx);
   }
   exportanswers answers(options.choices);
-  const int result = host.Export(handler, scene, path, answers);
+  const int result = host.Export(handler, scene, path, answers, [&](const std::string& chosen) {
+    const bool added = AddChosen(out, kept, chosen);
+    mdx = added ? chosen : mdx;
+    return added;
+  });
   if (result == kRunNothing) {
     return kExitNothing;
   }
@@ -124,23 +141,19 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   if (kind == filekind::Mdc && range && range->frames > kMostMdcFrames) {
     throw failure(path, "an mdc has at most " + std::to_string(kMostMdcFrames) + " frames");
   }
-  const std::string summary = CheckWritten(path, scene, range);
-  const std::string mdxSummary = mdx.empty() ? std::string() : CheckWritten(mdx, scene, range);
+  const writtenmodel written = CheckWritten(path, scene, range);
+  writtenmodel writtenMdx;
   if (!mdx.empty()) {
+    writtenMdx = CheckWritten(mdx, scene, range);
     if (const std::string fault = FaultOfPair(path, mdx); !fault.empty()) {
       throw failure(path, "does not fit to " + mdx + ", and both are removed: " + fault);
     }
   }
   kept.Keep();
-  TellWhatIsLost(out, path, scene, range);
+  TellWritten(out, path, written);
   if (!mdx.empty()) {
-    TellWhatIsLost(out, mdx, scene, range);
-  }
-  out.Result(path, "written: " + summary);
-  if (!mdx.empty()) {
-    out.Result(mdx, "written: " + mdxSummary);
-  }
-  if (kind == filekind::Mdm && mdx.empty()) {
+    TellWritten(out, mdx, writtenMdx);
+  } else if (kind == filekind::Mdm) {
     out.Note(path, "its skeleton and animation are not written; --mdx FILE writes them");
   }
   if (options.sequences && range) {

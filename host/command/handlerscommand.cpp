@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <cstdio>
 
 #include "command/commands.h"
@@ -36,7 +37,7 @@ void DefineQuiet(CLI::App& app, programstate& state) {
 void DefineModule(CLI::App& app, programstate& state) {
   app.add_option("--module", state.modulePath,
                  "The module to load (default: the one installed with this program)")
-      ->type_name("FILE");
+      ->option_text("FILE");
 }
 
 }  // namespace command

@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "command/commands.h"
@@ -14,6 +15,7 @@ struct importjob {
   std::string target;
   importoptions options;
   sceneoptions scene;
+  batchoption batch;
 };
 
 int Import(programstate& state, const importjob& job) {
@@ -30,8 +32,10 @@ int Import(programstate& state, const importjob& job) {
   modelhost host(state.out, state.modulePath);
   host.ImporterOf(job.model);
   job.options.table.RequireFor(kind, job.model);
+  importchoices choices = job.options.choices;
+  choices.ask = job.batch.Ask(job.options.table);
   core::scene scene;
-  const int code = ImportModel(state.out, host, job.model, job.options.choices, scene);
+  const int code = ImportModel(state.out, host, job.model, choices, scene);
   if (code == kExitDone) {
     WriteSceneFile(state.out, scene, job.target, job.scene.how);
   }
@@ -45,7 +49,7 @@ void DefineImport(CLI::App& app, programstate& state) {
   CLI::App* command = app.add_subcommand("import", "Turn a game model into a glTF scene");
   command->add_option("MODEL", job->model, "The model: an mdc, mds or mdm file")->required();
   command->add_option("-o,--output", job->target, "The scene to write: a .glb or .gltf file")
-      ->type_name("SCENE")
+      ->option_text("SCENE")
       ->required();
   job->options.Define(*command);
   job->options.table.Add(
@@ -53,10 +57,11 @@ void DefineImport(CLI::App& app, programstate& state) {
           ->add_option("--mdx", job->options.choices.mdx,
                        "Of an mdm: the mdx file with its skeleton and animation (default: the "
                        "one of the same name beside it)")
-          ->type_name("FILE")
+          ->option_text("FILE")
           ->group("Import"),
       {filekind::Mdm});
   job->scene.Define(*command);
+  job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   command->callback([&state, job] { state.exitCode = Import(state, *job); });

@@ -38,13 +38,14 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   const module::handler& handler = host.ImporterOf(path);
   RequireReadable(path);
   importchoices chosen = choices;
-  if (KindOf(path) == filekind::Mdm) {
+  if (KindOf(path) == filekind::Mdm && !chosen.ask) {
     CheckMdxPath(chosen.mdx);
     chosen.mdx = SkeletonOf(path, chosen.mdx);
     CheckMdxPath(chosen.mdx);
   }
   importanswers answers(chosen);
-  const int result = host.Import(handler, scene, ImportPath(path), answers);
+  const int result = host.Import(handler, scene, ImportPath(path), answers,
+                                 [&](const std::string& mdx) { chosen.mdx = mdx; });
   if (!answers.Refusal().empty()) {
     throw failure(path, answers.Refusal());
   }

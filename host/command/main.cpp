@@ -1,8 +1,11 @@
 #include <exception>
+#include <memory>
 #include <new>
+#include <string>
 
 #include "command/commands.h"
 #include "command/failure.h"
+#include "command/helpformat.h"
 
 namespace {
 
@@ -21,22 +24,22 @@ constexpr char kMore[] =
 int Parse(int argc, char** argv, command::programstate& state) {
   CLI::App app(kAbout, "marrow");
   app.set_version_flag("--version", MARROW_VERSION);
-  app.footer(kMore);
+  app.formatter(std::make_shared<command::helpformat>());
   app.require_subcommand(1);
-  app.get_formatter()->column_width(28);
   command::DefineHandlers(app, state);
   command::DefineImport(app, state);
   command::DefineExport(app, state);
   command::DefineConvert(app, state);
   command::DefineInfo(app, state);
   command::DefineSequences(app, state);
+  app.footer(kMore);  // of the program alone: commands would take over one that is set before
   try {
     app.parse(argc, argv);
     return state.exitCode;
   } catch (const CLI::Success& wanted) {
     return app.exit(wanted);  // --help, --version
   } catch (const CLI::ParseError& wrong) {
-    state.out.Error("", wrong.what());
+    state.out.Error("", std::string(wrong.what()) + " (--help tells more)");
     return command::kExitUsage;
   }
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "command/failure.h"
 #include "core/state.h"
@@ -97,6 +96,22 @@ std::string Summary(const foundmodel& found, std::uint32_t size) {
   return text + Count(size, "byte");
 }
 
+template <class File>
+double Reach(const File& /*file*/) {
+  return 0.0;
+}
+double Reach(const cmdcfile& file) {
+  double reach = 0.0;
+  for (std::int32_t f = 0; f < file.header->numFrames; ++f) {
+    for (const auto& corner : file.frames[f].bounds) {
+      for (const float coordinate : corner) {
+        reach = std::max(reach, std::fabs(double{coordinate}));
+      }
+    }
+  }
+  return reach;
+}
+
 bool IsTag(cnode& node) { return Folded(node.GetName()).starts_with("tag_"); }
 
 template <class Predicate>
@@ -141,7 +156,7 @@ expectedmodel ExpectedOf(const core::scene& scene, filekind kind,
 }
 
 std::string FaultOfWritten(const std::string& path, filekind kind, const expectedmodel& expected,
-                           std::string& summary) {
+                           writtenmodel& written) {
   return LoadKind(path, kind, [&](const auto& file) -> std::string {
     const foundmodel found = Found(file);
     for (const std::string& fault : {Difference("frames", expected.frames, found.frames),
@@ -157,7 +172,7 @@ std::string FaultOfWritten(const std::string& path, filekind kind, const expecte
       return "it ends at byte " + std::to_string(file.Size()) + " instead of " +
              std::to_string(found.end);
     }
-    summary = Summary(found, file.Size());
+    written = {Summary(found, file.Size()), Reach(file)};
     return {};
   });
 }

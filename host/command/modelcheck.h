@@ -22,10 +22,17 @@ struct expectedmodel {
 expectedmodel ExpectedOf(const core::scene& scene, filekind kind,
                          const std::optional<framerange>& range);
 
+struct writtenmodel {
+  std::string summary;  // what is in it
+  // Of an mdc: how far it reaches from its frames' origins along an axis, in units. Coordinates
+  // beyond kMdcReach are wrong in the file.
+  double reach = 0.0;
+};
+inline constexpr double kMdcReach = 512.0;
+
 // Reads the file whole. What does not hold in it or is not as expected; empty when all is well.
-// `summary` then says what is in it.
 std::string FaultOfWritten(const std::string& path, filekind kind, const expectedmodel& expected,
-                           std::string& summary);
+                           writtenmodel& written);
 // What does not fit between the two files of a model; empty when they fit.
 std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath);
 

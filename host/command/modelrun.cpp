@@ -72,28 +72,39 @@ const module::handler& modelhost::ExporterOf(const std::string& path) const {
 }
 
 int modelhost::Import(const module::handler& handler, core::scene& scene, const std::string& path,
-                      importanswers& answers) {
-  return Run(scene, path, answers, [&] { return handler.importer->Import(path.c_str()); });
+                      importanswers& answers,
+                      const std::function<void(const std::string&)>& onMdx) {
+  return Run(scene, path, answers, {{}, onMdx, {}},
+             [&] { return handler.importer->Import(path.c_str()); });
 }
 
 int modelhost::Export(const module::handler& handler, core::scene& scene, const std::string& path,
-                      exportanswers& answers) {
-  return Run(scene, path, answers, [&] { return handler.exporter->Export(path.c_str()); });
+                      exportanswers& answers,
+                      const std::function<bool(const std::string&)>& onMdx) {
+  return Run(scene, path, answers, {{}, {}, onMdx},
+             [&] { return handler.exporter->Export(path.c_str()); });
 }
 
 template <class Answers, class Body>
-int modelhost::Run(core::scene& scene, const std::string& path, Answers& answers, Body&& body) {
+int modelhost::Run(core::scene& scene, const std::string& path, Answers& answers, askhooks hooks,
+                   Body&& body) {
   told_ = false;
-  desktop::scripteddesktop desk;
-  answers.Attach(desk);
-  desk.onMessage = [&](const std::string& text, const std::string& /*caption*/, int /*style*/) {
+  hooks.onMessage = [this] { told_ = true; };
+  const std::unique_ptr<desktop::idesktop> asking =
+      answers.Ask() ? DesktopThatAsks(hooks) : nullptr;
+  desktop::scripteddesktop scripted;
+  answers.Attach(scripted);
+  scripted.onMessage = [&](const std::string& text, const std::string& /*caption*/, int /*style*/) {
     told_ = true;
     out_.Error(path, text);
   };
-  desk.onProgress = [&](const desktop::scriptedwindow& window) {
-    out_.Progress(window.BarPosition(), window.BarHigh(), window.Text(kProgressText));
+  scripted.onProgress = [&](const desktop::scriptedwindow& window) {
+    // Texts of a run end in a line feed; the one that the window opens with says nothing.
+    const std::string text = window.Text(kProgressText);
+    out_.Progress(window.BarPosition(), window.BarHigh(),
+                  text.ends_with('\n') ? text : window.Caption());
   };
-  const currentrun current(scene, desk);
+  const currentrun current(scene, asking ? *asking : scripted);
   try {
     const int result = body();
     out_.EndProgress();

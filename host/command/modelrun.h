@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "command/answers.h"
+#include "command/askuser.h"
 #include "command/console.h"
 #include "core/scene.h"
 #include "desktop/scripted.h"
@@ -27,17 +29,19 @@ class modelhost {
   const module::handler& ImporterOf(const std::string& path) const;
   const module::handler& ExporterOf(const std::string& path) const;
 
-  // A run over the scene; its result. The host's assertion ends it as a failure.
+  // A run over the scene; its result. The host's assertion ends it as a failure. The last argument
+  // is told, or asked, of the mdx file that the user chose in a window.
   int Import(const module::handler& handler, core::scene& scene, const std::string& path,
-             importanswers& answers);
+             importanswers& answers, const std::function<void(const std::string&)>& onMdx);
   int Export(const module::handler& handler, core::scene& scene, const std::string& path,
-             exportanswers& answers);
+             exportanswers& answers, const std::function<bool(const std::string&)>& onMdx);
   // Whether the last run showed a message.
   bool Told() const { return told_; }
 
  private:
   template <class Answers, class Body>
-  int Run(core::scene& scene, const std::string& path, Answers& answers, Body&& body);
+  int Run(core::scene& scene, const std::string& path, Answers& answers, askhooks hooks,
+          Body&& body);
 
   console& out_;
   std::unique_ptr<module::library> module_;

@@ -1,7 +1,9 @@
 #include "command/options.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "command/askuser.h"
 #include "command/failure.h"
 
 namespace command {
@@ -45,18 +47,21 @@ void importoptions::Define(CLI::App& app) {
   table.Add(app.add_option("--frame", choices.frame,
                            "Of an mdc: the frame to import, from 0 (default 0); one beyond the "
                            "model's frames becomes the last")
+                ->option_text("N")
                 ->group(kGroup),
             {filekind::Mdc});
 
   CLI::Option* skin = app.add_option("--skin", choices.skin,
                                      "The .skin file beside the model that says which images its "
-                                     "surfaces wear (default: the first by name)");
+                                     "surfaces wear (default: the first by name)")
+                          ->option_text("NAME");
   CLI::Option* noSkin = app.add_flag("--no-skin", choices.noSkin, "No .skin file, so no images");
   CLI::Option* sequence =
       app.add_option("--sequence", choices.sequences,
                      "A sequence of the model's sequence file to import; may be given several "
                      "times (default: all sequences, with every frame of the model)")
-          ->allow_extra_args(false);
+          ->allow_extra_args(false)
+          ->option_text("NAME");
   CLI::Option* firstFrame =
       app.add_flag("--first-frame", choices.firstFrame, "No sequences: the first frame as a pose");
   CLI::Option* noMeshes =
@@ -81,15 +86,18 @@ void exportoptions::Define(CLI::App& app) {
   const std::vector<filekind> skeletal{filekind::Mds, filekind::Mdm, filekind::Mdx};
   table.Add(
       app.add_option("--start", choices.start, "First frame to export (default: the scene's first)")
+          ->option_text("N")
           ->group(kGroup),
       ranged);
   table.Add(app.add_option("--end", choices.end,
                            "Last frame to export, itself included (default: the scene's last)")
+                ->option_text("N")
                 ->group(kGroup),
             ranged);
   table.Add(app.add_option("--origin", choices.origin,
                            "Node whose place at frame 0 is the model's origin (default: the "
                            "scene's origin)")
+                ->option_text("NODE")
                 ->group(kGroup),
             ranged);
   table.Add(AddOff(app, "--no-models-dir", choices.modelsDir,
@@ -107,6 +115,16 @@ void exportoptions::Define(CLI::App& app) {
   app.add_flag("--force", force, "With --sequences: replace a sequence file that is there")
       ->needs(sequencesFlag)
       ->group(kGroup);
+}
+
+void batchoption::Define(CLI::App& app) {
+  app.add_flag("--batch", batch,
+               "Never ask in windows: what no option says is as the dialogs have it. Without this, "
+               "where there are windows, a dialog that no option is given for is shown");
+}
+
+bool batchoption::Ask(const optiontable& answers) const {
+  return CanAsk() && !batch && !answers.AnyGiven();
 }
 
 void CheckMdxPath(const std::string& mdx) {

@@ -2,12 +2,16 @@
 
 // The options that commands share.
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
 #include "command/answers.h"
 #include "command/paths.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace command {
 
@@ -43,6 +47,15 @@ struct exportoptions {
   optiontable table;
 
   void Define(CLI::App& app);
+};
+
+// --batch. Without it and without any option that answers a dialog, the user is asked where the
+// platform has windows.
+struct batchoption {
+  bool batch = false;
+
+  void Define(CLI::App& app);
+  bool Ask(const optiontable& answers) const;
 };
 
 // For both directions; the mdx path has the module's limit on file dialogs.

@@ -1,5 +1,6 @@
 #include "command/scenefile.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -58,9 +59,11 @@ void sceneoptions::Define(CLI::App& app) {
   scale = app.add_option("--scale", how.scale,
                          "Scene units of the games to one unit of the scene file: a character of "
                          "1.8 m needs about 40")
+              ->option_text("S")
               ->check(CLI::Range(1e-6, 1e6))
               ->capture_default_str();
   fps = app.add_option("--fps", how.fps, "Frames a second at which clips are read and written")
+            ->option_text("N")
             ->check(CLI::Range(0.1, 1000.0))
             ->capture_default_str();
 }

@@ -1,11 +1,15 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 
 #include "command/console.h"
 #include "core/scene.h"
 #include "gltf/gltf.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace command {
 

@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
 
@@ -61,8 +62,9 @@ void DefineSequences(CLI::App& app, programstate& state) {
   command
       ->add_option("--mdx", job->mdx,
                    "Of an mdm: its mdx file (default: the one of the same name beside it)")
-      ->type_name("FILE");
+      ->option_text("FILE");
   command->add_option("--fps", job->fps, "Frames a second of the sequence")
+      ->option_text("N")
       ->check(CLI::Range(1.0, 1000.0))
       ->capture_default_str();
   command->add_flag("--force", job->force, "Replace a sequence file that is there");
