@@ -32,9 +32,10 @@ bool IsFinite(const core::affine& m) {
   throw writefault("node \"" + node.State().name + "\": " + what);
 }
 
-void Warn(std::vector<std::string>& warnings, std::size_t count, const char* what) {
+void Warn(std::vector<std::string>& warnings, std::size_t count, const char* one,
+          const char* many) {
   if (count != 0) {
-    warnings.push_back(std::to_string(count) + " " + what);
+    warnings.push_back(std::to_string(count) + (count == 1 ? one : many));
   }
 }
 
@@ -51,9 +52,12 @@ skinning::skinning(const core::scene& scene, std::vector<std::string>& warnings)
   NumberJoints(first_.size());
   Recover(scene);
   Measure();
-  Warn(warnings, changed.foreign, "weights on bones outside the scene were left out");
-  Warn(warnings, changed.negative, "weights below 0 were left out");
-  Warn(warnings, changed.unequal, "vertices had weights that do not sum up to 1, and now do");
+  Warn(warnings, changed.foreign, " weight on a bone outside the scene is left out",
+       " weights on bones outside the scene are left out");
+  Warn(warnings, changed.negative, " weight below 0 is left out", " weights below 0 are left out");
+  Warn(warnings, changed.unequal,
+       " vertex has weights that do not sum up to 1, and is written with weights that do",
+       " vertices have weights that do not sum up to 1, and are written with weights that do");
 }
 
 void skinning::Collect(const core::scene& scene, std::size_t node, counts& changed) {

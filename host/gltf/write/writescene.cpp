@@ -109,6 +109,7 @@ void Write(const core::scene& scene, const std::string& path, const options& how
 
 bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
                 report& told) {
+  told = {};
   try {
     Write(scene, path, how, told);
     return true;
