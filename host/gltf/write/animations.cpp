@@ -112,8 +112,8 @@ class animationwriter {
     localpose value;
   };
   struct animation {
-    ordered_json channels;
-    ordered_json samplers;
+    std::vector<ordered_json> channels;
+    std::vector<ordered_json> samplers;
     std::vector<constant> constants;  // not written yet
     bool whole = false;               // some channel lasts as long as the clip
   };
@@ -148,7 +148,7 @@ class animationwriter {
   void Write(std::size_t c, int node, std::size_t which, int times) {
     const property& what = kProperties[which];
     const int output = file_.AddFloats(View(), values_, what.type, scenefile::bounds::kNone);
-    ordered_json& samplers = made_[c].samplers;
+    std::vector<ordered_json>& samplers = made_[c].samplers;
     made_[c].channels.push_back(
         {{"sampler", samplers.size()}, {"target", {{"node", node}, {"path", what.path}}}});
     samplers.push_back({{"input", times}, {"output", output}});
@@ -159,6 +159,7 @@ class animationwriter {
     const auto [place, fresh] = times_.try_emplace(frames, 0);
     if (fresh) {
       std::vector<float> times;
+      times.reserve(static_cast<std::size_t>(frames));
       for (int k = 0; k < frames; ++k) {
         times.push_back(FrameTime(k, how_.fps));
       }
