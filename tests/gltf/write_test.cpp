@@ -204,6 +204,34 @@ TEST_F(gltfwrite, ClipsHaveChannelsForWhatMovesInAnyOfThem) {
   }
 }
 
+// A file wants the joints of a skin under one node, and skins without a transform.
+TEST_F(gltfwrite, JointsOfSeveralTreesHangOnOneNode) {
+  cnode* first = AddBone("first", nullptr, {KeyAt(0, MakePt3(1.0F, 2.0F, 3.0F))});
+  cnode* second = AddBone("second", nullptr, {KeyAt(0, MakePt3(4.0F, 5.0F, 6.0F))});
+  cskin* skin =
+      AddBoundSkin("skin", {{}, MakePt3(8.0F, 0.0F, 0.0F), MakePt3(0.0F, 8.0F, 0.0F)},
+                   {{{0, 1.0F}}, {{1, 1.0F}}, {}}, {first, second}, std::vector<cmatrix4>(2));
+  SetKeys(*skin, {KeyAt(0, MakePt3(0.0F, 0.0F, 9.0F))});
+  ASSERT_TRUE(Write("trees.glb")) << told.fault;
+  const json doc = opened(directory.File("trees.glb")).doc;
+  ASSERT_EQ(doc["nodes"].size(), 5U);
+  EXPECT_EQ(doc["nodes"][2], json({{"name", "skin"}, {"mesh", 0}, {"skin", 0}}));
+  EXPECT_EQ(doc["nodes"][3], json({{"name", "skin place"}, {"translation", {0.0, 9.0, 0.0}}}));
+  EXPECT_EQ(doc["nodes"][4], json({{"name", "skeleton"}, {"children", {0, 1, 3}}}));
+  EXPECT_EQ(doc["scenes"][0]["nodes"], json({2, 4}));
+  EXPECT_EQ(doc["skins"][0]["joints"], json({0, 1, 3}));
+  core::scene again;
+  ASSERT_TRUE(gltf::ReadScene(directory.File("trees.glb"), {}, again, told)) << told.fault;
+  for (cnode* node : again.Nodes()) {
+    if (node->GetType() == kNodeSkin) {
+      const std::vector<cpoint3> places = PlacesAt(*node, 0);
+      for (std::size_t v = 0; v < places.size(); ++v) {
+        ExpectPoint(places[v], PlacesAt(*skin, 0)[v], 1e-5F);
+      }
+    }
+  }
+}
+
 TEST_F(gltfwrite, WeightsThatNoFileCanHoldAreMadeFitAndTold) {
   cnode* bone = AddBone("bone", nullptr, {KeyAt(0, {})});
   cskin* skin = AddSkin("skin",
