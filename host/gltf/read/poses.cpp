@@ -115,8 +115,8 @@ void SetScale(nodepose& pose, const core::affine& whole) {
   if (factor > 0.0 && difference <= kSameScale * factor) {
     pose.factor = std::abs(factor - 1.0) <= kSameScale ? 1.0 : factor;
     pose.scale = {};
-    for (int i = 0; i < 3; ++i) {
-      pose.scale.row[i] = pose.scale.row[i] * pose.factor;
+    for (core::vec3& row : pose.scale.row) {
+      row = row * pose.factor;
     }
   }
 }
@@ -181,8 +181,9 @@ class posemaker {
     const core::affine own = RigidOf(local, parent.scale);
     pose.rest = own * parent.rest;
     if (channels_[index].empty()) {
-      pose.keys.push_back(
-          KeyOf(own.move, IsPlain(pose, parent) ? Normalized(rest.rotation) : core::ToQuat(own)));
+      pose.keys.push_back(KeyOf(own.move, IsPlain(pose, parent, rest.scale)
+                                              ? Normalized(rest.rotation)
+                                              : core::ToQuat(own)));
     } else {
       MakeKeys(pose, parent);
     }
@@ -229,9 +230,9 @@ class posemaker {
     return result;
   }
 
-  // Neither scale touches the rotation.
-  static bool IsPlain(const nodepose& pose, const nodepose& parent) {
-    return pose.factor > 0.0 && parent.factor > 0.0;
+  // The scales leave the rotation as it is. Two negative factors are a half turn and no scale.
+  static bool IsPlain(const nodepose& pose, const nodepose& parent, const core::vec3& own) {
+    return pose.factor > 0.0 && parent.factor > 0.0 && own.x > 0.0 && own.y > 0.0 && own.z > 0.0;
   }
 
   static ckey KeyOf(const core::vec3& move, const cquat& rotation) {
@@ -242,12 +243,11 @@ class posemaker {
   }
 
   void MakeKeys(nodepose& pose, const nodepose& parent) const {
-    const bool plain = IsPlain(pose, parent);
     pose.keys.reserve(frames_.size());
     bool moves = false;
     for (const transform& frame : frames_) {
       ckey key;
-      if (plain) {
+      if (IsPlain(pose, parent, frame.scale)) {
         key = KeyOf(Turn(frame.move, parent.scale), Normalized(frame.rotation));
       } else {
         const core::affine rigid = RigidOf(ToAffine(frame), parent.scale);

@@ -77,7 +77,6 @@ class nodebuilder {
         Place(surfaces.MakeMesh(index, *part), index, name);
       }
     }
-    poses_.nodes[At(index)].keys = {};
   }
 
  private:
@@ -104,13 +103,17 @@ class nodebuilder {
   // Adds a node that has the pose of the document's node. The first one carries its children.
   void Place(ownednode<cnode> node, int index, const std::string& name) {
     cnode* const added = Hand(std::move(node), name);
-    added->State().track->State().keys = poses_.nodes[At(index)].keys;
+    std::vector<ckey>& keys = added->State().track->State().keys;
+    cnode*& frame = frames_[At(index)];
+    if (frame == nullptr) {
+      frame = added;
+      keys = std::move(poses_.nodes[At(index)].keys);
+    } else {
+      keys = frame->State().track->State().keys;
+    }
     const int parent = doc_.nodes[At(index)].parent;
     if (parent >= 0) {
       frames_[At(parent)]->AttachChild(added, 1);
-    }
-    if (frames_[At(index)] == nullptr) {
-      frames_[At(index)] = added;
     }
   }
 
