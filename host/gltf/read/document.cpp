@@ -399,11 +399,9 @@ std::int64_t document::Bytes() const {
   return sum;
 }
 
-document LoadDocument(const std::string& path) {
+document ParseDocument(loadedfile file) {
   document doc;
-  if (!LoadWholeFile(path.c_str(), doc.file)) {
-    throw badfile("cannot be read");
-  }
+  doc.file = std::move(file);
   const fileview whole = doc.file.View();
   const auto* magic = whole.Records<little<std::uint32_t>>(0);
   if (magic != nullptr && *magic == kMagic) {

@@ -174,7 +174,7 @@ struct document {
   std::int64_t Bytes() const;
 };
 
-// Loads the file and what it says, without the files beside it. Throws badfile.
-document LoadDocument(const std::string& path);
+// What the file says, without the files beside it. Throws badfile.
+document ParseDocument(loadedfile file);
 
 }  // namespace gltf

@@ -1,3 +1,5 @@
+#include "gltf/read/readscene.h"
+
 #include <algorithm>
 #include <cmath>
 #include <new>
@@ -5,7 +7,6 @@
 #include <unordered_set>
 
 #include "core/state.h"
-#include "gltf/gltf.h"
 #include "gltf/read/badfile.h"
 #include "gltf/read/document.h"
 #include "gltf/read/materials.h"
@@ -153,9 +154,10 @@ void Build(const document& doc, const options& how, const std::string& path, cor
 
 }  // namespace
 
-bool ReadScene(const std::string& path, const options& how, core::scene& scene, report& told) {
+bool ReadLoaded(loadedfile file, const std::string& path, const options& how, core::scene& scene,
+                report& told) {
   try {
-    document doc = LoadDocument(path);
+    document doc = ParseDocument(std::move(file));
     LoadBuffers(doc, path);
     Build(doc, how, path, scene, told.warnings);
     return true;
@@ -167,6 +169,15 @@ bool ReadScene(const std::string& path, const options& how, core::scene& scene, 
     told.fault = "there is not enough memory for it";
   }
   return false;
+}
+
+bool ReadScene(const std::string& path, const options& how, core::scene& scene, report& told) {
+  loadedfile file;
+  if (!LoadWholeFile(path.c_str(), file)) {
+    told.fault = "it cannot be read, or it is empty";
+    return false;
+  }
+  return ReadLoaded(std::move(file), path, how, scene, told);
 }
 
 }  // namespace gltf

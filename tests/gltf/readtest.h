@@ -1,0 +1,57 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "core/scene.h"
+#include "core/state.h"
+#include "gltf/gltf.h"
+#include "plugin/host/scene.h"
+#include "samples/gltfmodel.h"
+#include "samples/tempdirectory.h"
+
+// A scene that files are read into, once a test.
+class readtest : public testing::Test {
+ protected:
+  bool ReadFile(const std::string& path) { return gltf::ReadScene(path, how, scene, told); }
+  bool Read(const gltfmodel& model) { return ReadFile(files.Write("m.glb", model.Binary())); }
+
+  // "TYPE name < parent" of every node, in the scene's order.
+  std::vector<std::string> Outline() const {
+    std::vector<std::string> lines;
+    for (cnode* node : scene.Nodes()) {
+      const int type = node->GetType();
+      std::string line = type == kNodeBone   ? "bone "
+                         : type == kNodeSkin ? "skin "
+                         : type == kNodeMesh ? "mesh "
+                                             : "empty ";
+      line += node->GetName();
+      if (node->GetParent() != nullptr) {
+        line += std::string(" < ") + node->GetParent()->GetName();
+      }
+      lines.push_back(line);
+    }
+    return lines;
+  }
+
+  cnode* Node(const std::string& name) const {
+    const auto& nodes = scene.Nodes();
+    const auto found = std::find_if(nodes.begin(), nodes.end(),
+                                    [&](cnode* node) { return name == node->GetName(); });
+    EXPECT_NE(found, nodes.end()) << name;
+    return found == nodes.end() ? nullptr : *found;
+  }
+
+  static const core::meshstate& MeshOf(cnode* node) {
+    return node->GetType() == kNodeSkin ? static_cast<cskin*>(node)->Skin().mesh
+                                        : static_cast<cmesh*>(node)->Mesh();
+  }
+
+  tempdirectory files;
+  gltf::options how;
+  core::scene scene;
+  gltf::report told;
+};
