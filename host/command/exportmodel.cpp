@@ -7,6 +7,7 @@
 #include "command/keptfiles.h"
 #include "command/modelcheck.h"
 #include "command/sequencefile.h"
+#include "command/skeletonlosses.h"
 #include "command/transfer.h"
 #include "core/state.h"
 
@@ -45,6 +46,15 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
       })) {
     out.Warning(path,
                 "the scene has no node " + choices.origin + ": its own origin is the model's");
+  }
+}
+
+void TellWhatIsLost(console& out, const std::string& path, const core::scene& scene,
+                    const std::optional<framerange>& range) {
+  if (const filekind kind = KindOf(path); IsSkeletal(kind) && range) {
+    for (const std::string& loss : SkeletonLosses(scene, kind, *range)) {
+      out.Warning(path, loss);
+    }
   }
 }
 
@@ -150,6 +160,10 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     }
   }
   kept.Keep();
+  TellWhatIsLost(out, path, scene, range);
+  if (!mdx.empty()) {
+    TellWhatIsLost(out, mdx, scene, range);
+  }
   TellWritten(out, path, written);
   if (!mdx.empty()) {
     TellWritten(out, mdx, writtenMdx);

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <string_view>
+#include <utility>
+
+#include "core/directory.h"
 
 namespace core {
 
@@ -25,10 +28,7 @@ bool Exists(const fs::path& path) {
 // The directory's entry of that name in whatever case; empty for none.
 std::string EntryOf(const fs::path& directory, std::string_view name) {
   std::string found;
-  std::error_code error;
-  fs::directory_iterator entries(directory.empty() ? fs::path(".") : directory, error);
-  for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
-    std::string entry = entries->path().filename().string();
+  for (std::string& entry : NamesIn(directory.empty() ? "." : directory.string())) {
     if (SameLetters(entry, name) && (found.empty() || entry < found)) {
       found = std::move(entry);
     }

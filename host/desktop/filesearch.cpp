@@ -8,6 +8,7 @@
 #include <system_error>
 #include <vector>
 
+#include "core/directory.h"
 #include "plugin/platform/services.h"
 
 namespace desktop {
@@ -61,13 +62,11 @@ cfilesearch* OpenFileSearch(const char* pattern) {
                                              : std::string_view("."));
     const std::string_view names = hasDirectory ? whole.substr(separator + 1) : whole;
     auto search = std::make_unique<cfilesearch>();
-    std::error_code error;
-    std::filesystem::directory_iterator entry(directory, error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-      std::string name = entry->path().filename().string();
+    for (std::string& name : core::NamesIn(directory)) {
       if (Matches(names, name)) {
+        const std::filesystem::path path = std::filesystem::path(directory) / name;
         std::error_code ignored;
-        search->entries.push_back({std::move(name), entry->is_directory(ignored)});
+        search->entries.push_back({std::move(name), std::filesystem::is_directory(path, ignored)});
       }
     }
     return search->entries.empty() ? nullptr : search.release();

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "desktop/scripted.h"
 
@@ -18,11 +19,11 @@ int scripteddesktop::RunDialog(const cdialogtemplate& dialog, cdialogrules& rule
 
 cdialogwindow* scripteddesktop::OpenDialog(const cdialogtemplate& dialog, cdialogrules& rules,
                                            const char* caption) {
-  open_.push_back(std::make_unique<scriptedwindow>(dialog, rules));
-  scriptedwindow& window = *open_.back();
-  window.SetCaption(caption);
-  window.onChange = onProgress;
-  return &window;
+  auto window = std::make_unique<scriptedwindow>(dialog, rules);
+  window->SetCaption(caption);
+  window->onChange = onProgress;
+  open_.push_back(std::move(window));
+  return open_.back().get();
 }
 
 void scripteddesktop::CloseDialog(cdialogwindow* window) {

@@ -108,7 +108,7 @@ TEST(SkeletalReaders, WithoutBonesFramesNeedNotExist) {
 // A small file cannot claim the same vertices or triangles for many surfaces.
 TEST(SkeletalReaders, SurfacesDoNotShareWhatTheyHold) {
   constexpr std::int32_t kSurfaces = 20;
-  constexpr std::int32_t kHeader = 176;
+  constexpr int kHeader = 176;
   skelmodel model = SmallSkelModel();
   const skelmodel::surface large{
       "large", {200, model.surfaces[0].verts[0]}, {200, model.surfaces[0].triangles[0]}};
@@ -120,7 +120,7 @@ TEST(SkeletalReaders, SurfacesDoNotShareWhatTheyHold) {
   for (const std::size_t count : {std::size_t{144}, std::size_t{152}}) {
     bytes bad = good;
     for (std::int32_t s = 0; s < kSurfaces - 1; ++s) {
-      const std::size_t header = 100 + static_cast<std::size_t>(s * kHeader);
+      const std::size_t header = 100 + static_cast<std::size_t>(s) * kHeader;
       for (std::size_t field = 144; field <= count; field += 8) {
         SetNumber(bad, header + field, 200);
         SetNumber(bad, header + field + 4,

@@ -23,6 +23,7 @@ class Sequences : public testing::Test {
   }
   static std::vector<std::string> All(const canimsequences& sequences) {
     std::vector<std::string> all;
+    all.reserve(static_cast<std::size_t>(sequences.Count()));
     for (int i = 0; i < sequences.Count(); ++i) {
       all.push_back(Told(sequences[i]));
     }
