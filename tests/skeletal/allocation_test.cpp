@@ -15,15 +15,20 @@ namespace {
 long live = 0;
 long untilFailure = -1;  // allocations that still succeed; negative: all
 
-void* Allocate(std::size_t size) {
+void* AllocateOrNull(std::size_t size) noexcept {
   if (untilFailure >= 0 && untilFailure-- == 0) {
-    throw std::bad_alloc();
+    return nullptr;
   }
   void* memory = std::malloc(size == 0 ? 1 : size);
+  live += memory != nullptr ? 1 : 0;
+  return memory;
+}
+
+void* Allocate(std::size_t size) {
+  void* memory = AllocateOrNull(size);
   if (memory == nullptr) {
     throw std::bad_alloc();
   }
-  ++live;
   return memory;
 }
 
@@ -36,6 +41,9 @@ void Release(void* memory) noexcept {
 
 void* operator new(std::size_t size) { return Allocate(size); }
 void* operator new[](std::size_t size) { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t& /*nothrow*/) noexcept {
+  return AllocateOrNull(size);
+}
 void operator delete(void* memory) noexcept { Release(memory); }
 void operator delete[](void* memory) noexcept { Release(memory); }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { Release(memory); }
