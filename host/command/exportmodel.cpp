@@ -125,7 +125,9 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   const filekind kind = KindOf(path);
   std::string mdx = options.choices.mdx;
   const module::handler& handler = host.ExporterOf(path);
-  TellWhatIsLeftOut(out, path, kind, options.choices, scene);
+  if (!scene.Nodes().empty()) {
+    TellWhatIsLeftOut(out, path, kind, options.choices, scene);
+  }
 
   keptfiles kept(out);
   kept.Add(path);

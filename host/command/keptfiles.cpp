@@ -88,10 +88,6 @@ std::string FreeNameBeside(const fs::path& target) {
 keptfiles::keptfiles(console& out) : out_(out) {
   current = this;
   Listen(OnSignal);
-#ifdef SIGXFSZ
-  // A write beyond the limit of file sizes is to fail, not to end the program.
-  std::signal(SIGXFSZ, SIG_IGN);
-#endif
 }
 
 keptfiles::~keptfiles() {
@@ -109,8 +105,8 @@ void keptfiles::Add(const std::string& path) {
   const fs::file_status status = fs::status(target, error);
   file.target = target.string();
   if (!fs::exists(status)) {
-    RequireNewFileWritable(path);
     ++count_;
+    RequireNewFileWritable(path);
     return;
   }
   RequireOldFileWritable(path, status);

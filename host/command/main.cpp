@@ -1,3 +1,4 @@
+#include <csignal>
 #include <exception>
 #include <memory>
 #include <new>
@@ -47,6 +48,10 @@ int Parse(int argc, char** argv, command::programstate& state) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifdef SIGXFSZ
+  // A write beyond the limit of file sizes is to fail and be told, not to end the program.
+  std::signal(SIGXFSZ, SIG_IGN);
+#endif
   command::programstate state;
   try {
     return Parse(argc, argv, state);

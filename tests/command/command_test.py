@@ -1,0 +1,190 @@
+"""What the commands do, say and refuse."""
+
+import os
+import pty
+import struct
+import subprocess
+
+import program
+from program import SAMPLE
+
+MDS_HEADER = ("<4si64sff10i", "ident version name lodScale lodBias numFrames numBones ofsFrames "
+              "ofsBones torsoParent numSurfaces ofsSurfaces numTags ofsTags ofsEnd")
+HEADERS = {
+    "mdc": ("<4si64s10i", "ident version name flags numFrames numTags numSurfaces numSkins "
+            "ofsFrames ofsTagNames ofsTags ofsSurfaces ofsEnd"),
+    "mds": MDS_HEADER,
+    "mdm": ("<4si64sff5i",
+            "ident version name lodBias lodScale numSurfaces ofsSurfaces numTags ofsTags ofsEnd"),
+    "mdx": ("<4si64s6i", "ident version name numFrames numBones ofsFrames ofsBones torsoParent "
+            "ofsEnd"),
+}
+LISTS = {
+    "mdc": {"tags": 2, "surfaces": 2, "frames": 95},
+    "mds": {"bones": 25, "tags": 2, "surfaces": 2, "frames": 95},
+    "mdm": {"tags": 2, "surfaces": 2},
+    "mdx": {"bones": 23, "frames": 95},
+}
+
+
+class Usage(program.ProgramTest):
+    def test_everything_has_help(self):
+        self.assertIn("convert", self.marrow("--help").out)
+        for command in "handlers", "import", "export", "convert", "info", "sequences":
+            text = self.marrow(command, "--help").out
+            self.assertLess(max(map(len, text.splitlines())), 100, command)
+
+    def test_handlers_are_the_registry(self):
+        rows = [line.split() for line in self.marrow("handlers").out.splitlines()[1:8]]
+        self.assertEqual([(row[1], row[-1]) for row in rows],
+                         [("importer", "mdc"), ("importer", "mds"), ("exporter", "mdc"),
+                          ("exporter", "mds"), ("importer", "mdm"), ("exporter", "mdm"),
+                          ("exporter", "mdx")])
+
+    def test_wrong_usage(self):
+        self.export("a.mds")
+        self.export("a.mdm", "--mdx", "a.mdx")
+        before = self.names()
+        for saying, *arguments in (
+            ("subcommand",),
+            ("--end", "export", SAMPLE, "-o", "x.mdc", "--end", "many"),
+            ("--scale", "export", SAMPLE, "-o", "x.mdc", "--scale", "0"),
+            ("mdc, mds, mdm, mdx", "export", SAMPLE, "-o", "x.obj"),
+            ("mdc, mds, mdm", "import", "x.obj", "-o", "x.glb"),
+            (".glb", "import", "a.mds", "-o", "x.mdc"),
+            (".glb", "export", "a.mds", "-o", "x.mdc"),
+            ("--mdx", "import", "a.mdx", "-o", "x.glb"),
+            ("--mdx", "convert", "a.mdx", "x.mds"),
+            ("no bones", "convert", "x.mdc", "x.mdx"),
+            ("--scale", "convert", "a.mds", "x.mdc", "--scale", "2"),
+            ("neither", "convert", "a.mds", "x.mdc", "--mdx", "a.mdx"),
+            ("--frame", "import", "a.mds", "-o", "x.glb", "--frame", "1"),
+            ("--sequence", "import", "x.mdc", "-o", "x.glb", "--sequence", "idle"),
+            ("--first-frame", "import", "a.mds", "-o", "x.glb", "--sequence", "idle",
+             "--first-frame"),
+            ("--no-models-dir", "export", SAMPLE, "-o", "x.mds", "--no-models-dir"),
+            ("--sequences", "export", SAMPLE, "-o", "x.mdc", "--sequences"),
+            ("--mdx", "export", SAMPLE, "-o", "x.mdm", "--sequences"),
+            (".mdx", "export", SAMPLE, "-o", "x.mdm", "--mdx", "x.mdc"),
+            ("255", "export", SAMPLE, "-o", "x.mdm", "--mdx", "d/" * 130 + "x.mdx"),
+            ("suffix", "info", "x.obj"),
+        ):
+            self.fails(2, *arguments, saying=[saying])
+        self.assertEqual(self.names(), before)
+
+    def test_files_that_are_none(self):
+        (self.dir / "d.mds").mkdir()
+        self.write("empty.mdc", b"")
+        for saying, *arguments in (
+            (["x.glb", "no such file"], "export", "x.glb", "-o", "x.mdc"),
+            (["x.mdc", "no such file"], "import", "x.mdc", "-o", "x.glb"),
+            (["d.mds", "directory"], "import", "d.mds", "-o", "x.glb"),
+            (["d.mds", "directory"], "info", "d.mds"),
+            (["d.mds", "directory"], "export", SAMPLE, "-o", "d.mds"),
+            (["empty.mdc", "empty"], "import", "empty.mdc", "-o", "x.glb"),
+            (["no/x.mdc", "no directory"], "export", SAMPLE, "-o", "no/x.mdc"),
+            (["no.so", "module"], "handlers", "--module", "no.so"),
+            (["Core.so", "entry point"], "handlers", "--module",
+             os.path.join(os.path.dirname(program.MARROW), "..", "lib", "libCore.so")),
+        ):
+            self.fails(1, *arguments, saying=saying)
+        self.assertEqual(self.names(), ["empty.mdc"])
+
+    def test_a_refused_model_says_what_does_not_hold(self):
+        self.export("a.mdc")
+        self.write("short.mdc", self.read("a.mdc")[:-1])
+        self.fails(1, "import", "short.mdc", "-o", "x.glb", saying=["short.mdc", "surface 1"])
+        self.export("a.mds")
+        self.patch("a.mds", 4, 5)
+        for command in (["import", "a.mds", "-o", "x.glb"], ["info", "a.mds"],
+                        ["sequences", "a.mds", "--init"], ["convert", "a.mds", "x.mdc"]):
+            self.fails(1, *command, saying=["a.mds", "version is 5"])
+        self.write("bad.glb", b"glTF" + bytes(40))
+        self.fails(1, "export", "bad.glb", "-o", "x.mdc", saying=["bad.glb"])
+        self.assertEqual(self.names(), ["a.mdc", "a.mds", "bad.glb", "short.mdc"])
+
+
+class Export(program.ProgramTest):
+    def test_range_and_names(self):
+        (self.dir / "models").mkdir()
+        for name, options, header, frames in (
+            ("x.mdc", [], "models/x.mdc", 95),
+            ("X.MDC", ["--no-models-dir"], "x.mdc", 95),
+            ("models/y.mdc", ["--start", "10", "--end", "12"], "models/y.mdc", 3),
+            ("x.mdc", ["--start=-5", "--end", "0"], "models/x.mdc", 1),
+            ("x.mdc", ["--start", "94", "--end", "100"], "models/x.mdc", 7),
+            ("x.mds", ["--start", "94"], "x.mds", 1),
+        ):
+            self.export(name, *options)
+            info = self.info(name)
+            self.assertEqual((info["name"], info["numFrames"]), (header, frames), options)
+
+    def test_start_above_end_does_nothing(self):
+        old = self.write("x.mdc", "old")
+        for name in "x.mdc", "x.mdx":
+            self.fails(3, "export", SAMPLE, "-o", name, "--start", "5", "--end", "3",
+                       saying=[name, "Start Frame must not be greater than End Frame!"])
+        self.assertEqual(old.read_text(), "old")
+        self.assertEqual(self.names(), ["x.mdc"])
+
+    def test_an_empty_scene_does_nothing(self):
+        self.write("empty.gltf", '{"asset": {"version": "2.0"}}')
+        for name in "x.mdc", "x.mds", "x.mdm", "x.mdx":
+            self.fails(3, "export", "empty.gltf", "-o", name, saying=["No objects in scene!"])
+
+    def test_what_is_left_out_or_wrong_is_told(self):
+        self.export("a.mdc")
+        result = self.marrow("convert", "a.mdc", "a.mds")
+        self.assertIn("body", result.lines[0])
+        self.assertEqual(self.info("a.mds")["numSurfaces"], 0)
+        result = self.export("a.mdc", "--origin", "nobody", "--end", "0")
+        self.assertIn("no node nobody", result.err)
+        self.assertEqual(self.export("a.mdc", "--origin", "tag_head", "--end", "0").err, "")
+        self.assertGreater(self.info("a.mdc")["frames"][0]["localOrigin"][2], 40.0)
+        result = self.marrow("export", SAMPLE, "-o", "a.mdc", "--scale", "400", "--end", "0")
+        self.assertIn("512", result.err)
+
+    def test_info_has_every_field_of_the_header(self):
+        self.export("a.mdm", "--mdx", "a.mdx")
+        self.export("a.mds")
+        self.export("a.mdc")
+        for kind, (layout, fields) in HEADERS.items():
+            name = "a." + kind
+            info = self.info(name)
+            values = struct.unpack_from(layout, self.read(name))
+            for field, value in zip(fields.split(), values):
+                if isinstance(value, bytes):
+                    value = value.split(b"\0")[0].decode()
+                self.assertEqual(info[field], value, f"{kind} {field}")
+            for field, count in LISTS[kind].items():
+                self.assertEqual(len(info[field]), count, f"{kind} {field}")
+            self.assertIn("numSurfaces: 2" if "numSurfaces" in fields else "numBones: 23",
+                          self.marrow("info", name).out)
+
+    def test_info_of_a_scene(self):
+        info = self.info(SAMPLE, "--fps", "10")
+        self.assertEqual(info["fps"], 10)
+        self.assertEqual([list(clip.values())[:3] for clip in info["clips"]],
+                         [["idle", 0, 21], ["walk", 21, 11], ["wave", 32, 17]])
+        self.assertEqual([skin["name"] for skin in info["skins"]], ["sword", "body"])
+        self.assertEqual(len(info["materials"]), 1)
+        self.assertEqual(sum(node["type"] == "bone" for node in info["nodes"]), 25)
+
+    def test_progress_on_a_terminal_only(self):
+        self.assertEqual(self.export("a.mds").err, "")
+        for options, shown in ([], True), (["--quiet"], False):
+            main, side = pty.openpty()
+            process = subprocess.Popen([program.MARROW, "export", SAMPLE, "-o", "a.mds", *options],
+                                       cwd=self.dir, stdout=subprocess.DEVNULL, stderr=side)
+            self.assertEqual(process.wait(60), 0)
+            os.write(side, b"end")
+            text = b""
+            while not text.endswith(b"end"):
+                text += os.read(main, 65536)
+            os.close(main)
+            os.close(side)
+            self.assertEqual(b"] " in text, shown, text)
+
+
+if __name__ == "__main__":
+    program.main()

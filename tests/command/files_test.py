@@ -1,0 +1,184 @@
+"""Side files, choices of an import, conversions: which files are read and written."""
+
+import program
+from program import SAMPLE
+
+HEAD = "// name, first frame, frames, frames that loop, frames a second\n"
+
+
+def clips(info):
+    return [(clip["name"], clip["start"], clip["frames"]) for clip in info["clips"]]
+
+
+def types(info):
+    return {node["type"] for node in info["nodes"]}
+
+
+class Import(program.ProgramTest):
+    def setUp(self):
+        super().setUp()
+        self.export("a.mds", "--sequences")
+        self.export("a.mdm", "--mdx", "a.mdx", "--sequences")
+
+    def imported(self, *arguments):
+        self.marrow("import", *arguments, "-o", "out.glb")
+        return self.info("out.glb")
+
+    def test_the_frame_of_an_mdc(self):
+        self.export("a.mdc")
+        result = self.marrow("import", "a.mdc", "-o", "94.glb", "--frame", "94")
+        self.assertEqual(result.err, "")
+        for frame, clamped in ("95", "94"), ("-3", "0"):
+            result = self.marrow("import", "a.mdc", "-o", clamped + ".glb", "--frame", frame)
+            self.assertIn(f"frame {clamped} is imported", result.err)
+        self.marrow("import", "a.mdc", "-o", "last.glb", "--frame", "94")
+        self.assertEqual(self.read("94.glb"), self.read("last.glb"))
+        self.assertNotEqual(self.read("94.glb"), self.read("0.glb"))
+
+    def test_sequences(self):
+        everything = [("idle", 0, 41), ("walk", 41, 21), ("wave", 62, 33)]
+        for model in "a.mds", "a.mdm":
+            self.assertEqual(clips(self.imported(model)), everything)
+            self.assertEqual(clips(self.imported(model, "--sequence", "wave", "--sequence",
+                                                 "walk")), [("walk", 0, 21), ("wave", 21, 33)])
+            self.assertEqual(clips(self.imported(model, "--first-frame")), [])
+            self.assertEqual(clips(self.imported(model, "--no-animation")), [])
+            self.fails(1, "import", model, "-o", "no.glb", "--sequence", "run",
+                       saying=["run", "idle, walk, wave"])
+        self.assertNotIn("no.glb", self.names())
+
+    def test_what_is_imported(self):
+        self.assertEqual(types(self.imported("a.mds", "--no-meshes")), {"bone"})
+        self.assertEqual(types(self.imported("a.mds", "--no-bones")), {"mesh"})
+        self.assertEqual(types(self.imported("a.mds")), {"bone", "skin"})
+
+    def test_skins_are_found_from_anywhere(self):
+        folder = self.dir / "game" / "models" / "players"
+        folder.mkdir(parents=True)
+        for name in "a.mds", "wolfanim.cfg":
+            (self.dir / name).rename(folder / name)
+        self.write("game/models/players/b.skin", "body,models/players/b.tga\n")
+        self.write("game/models/players/c.skin", "body,models/players/c.tga\n")
+
+        def image(directory, model, *options):
+            self.run_in(directory, "import", model, "-o", self.dir / "out.glb", *options)
+            materials = self.info("out.glb")["materials"]
+            return materials[0]["image"].split("models/")[-1] if materials else None
+
+        for directory, model in ((folder, "a.mds"), (folder.parent.parent, "models/players/a.mds"),
+                                 (self.dir, "game/models/players/a.mds"),
+                                 (self.dir, folder / "a.mds")):
+            self.assertEqual(image(directory, model), "players/b.tga", model)
+        self.assertEqual(image(folder, "a.mds", "--skin", "c.skin"), "players/c.tga")
+        self.assertEqual(image(folder, "a.mds", "--skin", "c"), "players/c.tga")
+        self.assertIsNone(image(folder, "a.mds", "--no-skin"))
+        self.assertIsNone(image(folder, "a.mds", "--no-materials"))
+        result = self.run_in(folder, "import", "a.mds", "-o", "x.glb", "--skin", "d.skin")
+        self.assertEqual(result.code, 1)
+        self.assertIn("b.skin, c.skin", result.err)
+
+    def test_the_mdx_of_an_mdm(self):
+        (self.dir / "a.mdx").rename(self.dir / "A.Mdx")
+        self.assertEqual(types(self.imported("a.mdm")), {"bone", "skin"})
+        (self.dir / "A.Mdx").rename(self.dir / "b.mdx")
+        self.write("c.mdx", b"MDXW")
+        self.fails(1, "import", "a.mdm", "-o", "x.glb", saying=["a.mdm", "b.mdx, c.mdx"])
+        self.fails(1, "import", "a.mdm", "-o", "x.glb", "--mdx", "c.mdx",
+                   saying=["a.mdm", "c.mdx", "header"])
+        self.assertEqual(types(self.imported("a.mdm", "--mdx", "b.mdx")), {"bone", "skin"})
+        self.patch("b.mdx", 76, 5)  # numBones
+        self.fails(1, "import", "a.mdm", "-o", "x.glb", "--mdx", "b.mdx",
+                   saying=["a.mdm", "b.mdx", "surface 0", "vertex", "skeleton with 5"])
+
+
+class SequenceFiles(program.ProgramTest):
+    def test_names_become_one_word_and_an_old_file_stays(self):
+        with open(SAMPLE, "rb") as file:
+            scene = file.read()
+        # As long as the names that they replace, so that the document keeps its size.
+        for old, new in (b'"idle"', b'"a b "'), (b'"walk"', b'"//lk"'):
+            self.assertEqual(scene.count(b'"name": ' + old) + scene.count(b'"name":' + old), 1)
+            scene = scene.replace(old, new)
+        self.write("s.glb", scene)
+        self.marrow("export", "s.glb", "-o", "a.mds", "--sequences", "--fps", "10")
+        text = HEAD + ("VERSION 2\nSKELETAL\nSTARTANIMS\na_b_ 0 21 0 10\n_/lk 21 11 0 10\n"
+                       "wave 32 17 0 10\nENDANIMS\n")
+        self.assertEqual(self.read("wolfanim.cfg").decode(), text)
+
+        result = self.export("b.mds", "--sequences", "--end", "50")
+        self.assertIn("wolfanim.cfg", result.err)
+        self.assertEqual(self.read("wolfanim.cfg").decode(), text)
+        self.export("b.mds", "--sequences", "--start", "10", "--end", "50", "--force")
+        self.assertIn("\nidle 0 31 0 20\nwalk 31 10 0 20\nENDANIMS\n",
+                      self.read("wolfanim.cfg").decode())
+
+    def test_a_model_without_one(self):
+        self.export("a.mds")
+        self.export("a.mdm", "--mdx", "a.mdx")
+        for model, animated, name in (("a.mds", "a.mds", "wolfanim.cfg"),
+                                      ("a.mdm", "a.mdx", "a.aninc")):
+            result = self.marrow("import", model, "-o", "x.glb")
+            self.assertEqual(len(result.lines), 1)
+            self.assertIn(f"marrow sequences {animated} --init", result.err)
+            self.assertEqual(self.marrow("import", model, "-o", "x.glb", "--quiet").err, "")
+            self.assertEqual(self.marrow("import", model, "-o", "x.glb", "--first-frame").err, "")
+            self.marrow("sequences", model, "--init", "--fps", "15")
+            self.assertIn("\nall 0 95 0 15\n", self.read(name).decode())
+            self.assertEqual(self.marrow("import", model, "-o", "x.glb").err, "")
+            self.assertEqual(clips(self.info("x.glb")), [("all", 0, 95)])
+            self.fails(1, "sequences", model, "--init", saying=[name, "--force"])
+        self.fails(2, "sequences", "a.mdc", "--init", saying=["a.mdc"])
+        self.fails(2, "sequences", "a.mds", saying=["--init"])
+
+
+class Convert(program.ProgramTest):
+    def test_skeletal_models_keep_frames_and_sequences(self):
+        self.export("a.mds")
+        numbers = "idle 0 41 38 15\nwalk 41 21 18 20\nwave 62 33 0 12\n"
+        self.write("wolfanim.cfg", "VERSION 2\nSTARTANIMS\n" + numbers + "ENDANIMS\n")
+        self.marrow("convert", "a.mds", "b.mdm", "--sequences")
+        self.assertEqual(self.info("b.mdx")["numFrames"], 95)
+        self.assertEqual(self.read("b.aninc").decode(), HEAD + numbers)
+        (self.dir / "c").mkdir()
+        self.marrow("convert", "b.mdm", "c/a.mds", "--sequences")
+        before, after = self.info("a.mds"), self.info("c/a.mds")
+        self.assertEqual(sorted(bone["name"] for bone in before["bones"]),
+                         sorted(bone["name"] for bone in after["bones"]))
+        self.assertEqual(after["numFrames"], 95)
+        self.assertIn(numbers, self.read("c/wolfanim.cfg").decode())
+        # Through a scene file, whose clips have names and lengths but neither loop nor rate.
+        self.marrow("convert", "a.mds", "d.glb")
+        (self.dir / "d").mkdir()
+        self.marrow("convert", "d.glb", "d/a.mds", "--sequences")
+        self.assertIn(numbers, self.read("d/wolfanim.cfg").decode())
+        self.assertEqual(self.info("d/a.mds")["numFrames"], 95)
+
+    def test_which_files_are_written(self):
+        for target, written in (("a.mdc", ["a.mdc"]), ("a.mdx", ["a.mdx"]),
+                                ("a.gltf", None), ("A.GLB", ["A.GLB"]),
+                                ("a.mdm", ["a.mdm", "a.mdx"])):
+            for name in self.names():
+                (self.dir / name).unlink()
+            self.marrow("convert", SAMPLE, target)
+            if written:
+                self.assertEqual(self.names(), written)
+            else:
+                self.assertIn(target, self.names())
+        self.marrow("convert", SAMPLE, "a.mdm", "--mdx", "other.mdx")
+        self.assertEqual(self.names(), ["a.mdm", "a.mdx", "other.mdx"])
+        self.marrow("convert", "a.mdm", "b.mdc", "--mdx", "other.mdx")
+        self.assertEqual(self.info("b.mdc")["numFrames"], 1)
+
+    def test_one_frame_of_an_mdc(self):
+        self.export("a.mdc")
+        self.marrow("convert", "a.mdc", "b.mdc", "--frame", "7")
+        info = self.info("b.mdc")
+        self.assertEqual((info["numFrames"], info["numSurfaces"], info["numTags"]), (1, 2, 2))
+        whole = self.info("a.mdc")["frames"][7]["bounds"]
+        for corner, expected in zip(info["frames"][0]["bounds"], whole):
+            for value, wanted in zip(corner, expected):
+                self.assertAlmostEqual(value, wanted, delta=2 / 64)
+
+
+if __name__ == "__main__":
+    program.main()

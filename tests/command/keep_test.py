@@ -1,0 +1,114 @@
+"""A file that stands under a target's name is only gone when the new one is whole."""
+
+import os
+import resource
+import signal
+import stat
+import subprocess
+import time
+import unittest
+
+import program
+from program import MARROW, SAMPLE
+
+
+def small_files():
+    """A disk that is full after 20,000 bytes of each file."""
+    resource.setrlimit(resource.RLIMIT_FSIZE, (20000, 20000))
+
+
+class Keep(program.ProgramTest):
+    def olds(self, *names):
+        for name in names:
+            self.write(name, "old " + name)
+
+    def assert_olds(self, *names):
+        self.assertEqual(self.names(), sorted(names))
+        for name in names:
+            self.assertEqual(self.read(name).decode(), "old " + name)
+
+    def test_a_full_disk(self):
+        for targets in ["a.mdc"], ["a.mds"], ["a.mdx"], ["a.mdm", "a.mdx"], ["a.glb"]:
+            for olds in targets, []:
+                self.olds(*olds)
+                options = ["--mdx", targets[1]] if len(targets) == 2 else []
+                command = ["convert", SAMPLE, targets[0], *options]
+                result = self.marrow(*command, code=1, preexec_fn=small_files)
+                self.assertTrue(any(targets[0] in line or targets[-1] in line
+                                    for line in result.lines), result.err)
+                self.assert_olds(*olds)
+                for name in olds:
+                    (self.dir / name).unlink()
+
+    def test_the_second_file_of_a_pair_fails(self):
+        # The mdm of a short range of one mesh would fit, the mdx of many frames does not.
+        self.export("a.mds", "--end", "0")
+        self.marrow("convert", "a.mds", "a.glb", "--no-meshes")
+        self.olds("b.mdm", "b.mdx")
+        (self.dir / "a.mds").unlink()
+        self.marrow("export", "a.glb", "-o", "b.mdm", "--mdx", "b.mdx", "--end", "5000", code=1,
+                    preexec_fn=small_files)
+        (self.dir / "a.glb").unlink()
+        self.assert_olds("b.mdm", "b.mdx")
+
+    def test_a_sequence_file(self):
+        self.export("a.mds", "--sequences")
+        cfg = self.read("wolfanim.cfg")
+
+        def tiny():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (10, 10))
+
+        self.marrow("sequences", "a.mds", "--init", "--force", code=1, preexec_fn=tiny)
+        self.assertEqual(self.read("wolfanim.cfg"), cfg)
+        self.assertEqual(self.names(), ["a.mds", "wolfanim.cfg"])
+
+    @unittest.skipIf(open("/proc/sys/vm/overcommit_memory").read().strip() == "1",
+                     "this system gives out memory that it does not have")
+    def test_a_failed_assertion(self):
+        self.olds("a.mds")
+        # More frames than memory has room for.
+        environment = {**os.environ, "ASAN_OPTIONS": "allocator_may_return_null=1"}
+        self.fails(1, "export", SAMPLE, "-o", "a.mds", "--end", "2147483646",
+                   saying=["a.mds", "assertion", "Frames"], env=environment)
+        self.assert_olds("a.mds")
+
+    def test_signals(self):
+        for number in signal.SIGTERM, signal.SIGINT, signal.SIGHUP:
+            for olds in ["a.mdm", "a.mdx"], []:
+                self.olds(*olds)
+                process = subprocess.Popen(
+                    [MARROW, "export", SAMPLE, "-o", "a.mdm", "--mdx", "a.mdx", "--end",
+                     "2000000"], cwd=self.dir, stderr=subprocess.PIPE)
+                deadline = time.monotonic() + 60
+                begun = self.dir / ("a.mdm.old" if olds else "a.mdm")
+                while not begun.exists():
+                    self.assertLess(time.monotonic(), deadline)
+                    self.assertIsNone(process.poll())
+                    time.sleep(0.01)
+                process.send_signal(number)
+                process.communicate(timeout=60)
+                self.assertEqual(process.returncode, -number)
+                self.assert_olds(*olds)
+                for name in olds:
+                    (self.dir / name).unlink()
+
+    def test_the_new_file_takes_the_old_ones_place(self):
+        old = self.write("real.mdc", "old")
+        old.chmod(0o640)
+        (self.dir / "link.mdc").symlink_to("real.mdc")
+        self.export("link.mdc", "--end", "0")
+        self.assertTrue((self.dir / "link.mdc").is_symlink())
+        self.assertEqual(stat.S_IMODE(old.stat().st_mode), 0o640)
+        self.assertEqual(self.info("real.mdc")["numFrames"], 1)
+        self.assertEqual(self.names(), ["link.mdc", "real.mdc"])
+
+    @unittest.skipIf(os.geteuid() == 0, "root may write everything")
+    def test_what_may_not_be_written(self):
+        old = self.write("a.mdc", "old a.mdc")
+        old.chmod(0o444)
+        self.fails(1, "export", SAMPLE, "-o", "a.mdc", saying=["a.mdc", "Permission denied"])
+        self.assert_olds("a.mdc")
+
+
+if __name__ == "__main__":
+    program.main()
