@@ -507,11 +507,8 @@ def build():
     }, bytes(document.data)
 
 
-def main():
-    where = pathlib.Path(__file__).with_name("sample.glb")
-    if len(sys.argv) > 1:
-        where = pathlib.Path(sys.argv[1])
-    head, data = build()
+def write(where, head, data):
+    """A glb of the JSON part and its one buffer. Gives its length."""
     text = json.dumps(head, separators=(",", ":")).encode()
     text += b" " * (-len(text) % 4)
     data += b"\0" * (-len(data) % 4)
@@ -519,7 +516,16 @@ def main():
     where.write_bytes(struct.pack("<4sII", b"glTF", 2, length) +
                       struct.pack("<I4s", len(text), b"JSON") + text +
                       struct.pack("<I4s", len(data), b"BIN\0") + data)
-    print(f"{where}: {length} bytes, {head['accessors'][0]['count']} vertices in the body")
+    return length
+
+
+def main():
+    where = pathlib.Path(__file__).with_name("sample.glb")
+    if len(sys.argv) > 1:
+        where = pathlib.Path(sys.argv[1])
+    head, data = build()
+    print(f"{where}: {write(where, head, data)} bytes, "
+          f"{head['accessors'][0]['count']} vertices in the body")
 
 
 if __name__ == "__main__":

@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""Vertex-animated models against the scenes they come from and go to.
+
+    check_mdc.py MARROW SCENE.glb...
+"""
+
+import numpy as np
+
+import gltf
+import harness
+import models
+import scenes
+
+FLOATS = 1e-4  # of the model's size: what single precision may cost
+
+
+def check_export(check, path, scale, rate):
+    """Every vertex and tag of every frame against the scene's own skinning at that time."""
+    print(f"{path.name} to mdc, scale {scale}, {rate} frames a second")
+    target = check.folder / f"{path.stem}.mdc"
+    check.run("export", path, "-o", target, "--scale", scale, "--fps", rate)
+    model, scene = models.Mdc(target), gltf.Scene(path)
+    frames = scene.frames(rate)
+    check.same(len(model.origins), len(frames), "frames")
+    check.same([s.verts.shape[1] for s in model.surfaces],
+               [len(s.points) for s in scene.surfaces], "surfaces' vertices")
+    for made, own in zip(model.surfaces, scene.surfaces):
+        check.expect(made.name.startswith(own.name[:63]), f"name {made.name} of {own.name}")
+        check.same(made.triangles.tolist(), scene.triangles(own).tolist(),
+                   f"triangles of {own.name}")
+        if own.st is not None:
+            check.bound(f"texture coordinates of {own.name}", abs(made.st - own.st), 1e-6, 1,
+                        tell=False)
+    tagged = [n for n in scene.order if scene.name(n).lower().startswith("tag_")]
+    check.same([name for name, *_ in model.tags], [scene.name(n).lower() for n in tagged], "tags")
+
+    errors, places, turns, boxes, low, high = [], [], [], [], np.inf, -np.inf
+    for f, (clip, time) in enumerate(frames):
+        world = scene.world(clip, time)
+        verts = [gltf.scene_points(scene.vertices(s, world), scale) for s in scene.surfaces]
+        errors.append(np.vstack([abs(m.verts[f] - v) for m, v in zip(model.surfaces, verts)]))
+        verts = np.vstack(verts)
+        low, high = np.minimum(low, verts.min(0)), np.maximum(high, verts.max(0))
+        boxes.append(abs(model.bounds[f] - [verts.min(0), verts.max(0)]))
+        check.same(model.radius[f], np.float32(np.ptp(model.bounds[f], 0).max()), "radius")
+        for (_, tag_places, angles), node in zip(model.tags, tagged):
+            matrix = gltf.scene_matrix(world[node], scale)
+            places.append(abs(tag_places[f] - matrix[:3, 3]))
+            axes = matrix[:3, :3].T / np.linalg.norm(matrix[:3, :3], axis=0)[:, None]
+            found = models.frame_axes(*angles[f])
+            rows = slice(None) if np.linalg.det(axes) > 0 else 0
+            if abs(axes @ axes.T - np.eye(3)).max() < 1e-5:  # sheared axes are no rotation
+                turns.append(np.degrees(np.linalg.norm(found[rows] - axes[rows], axis=-1).max()))
+    height, size = high[2] - low[2], (high - low).max()
+    step = models.GRID + FLOATS * size
+    check.bound("vertices", np.linalg.norm(errors, axis=-1), step * np.sqrt(3), height)
+    check.bound("along an axis", errors, step, height, tell=False)
+    check.bound("boxes", boxes, 1e-4 * size, height)
+    check.bound("tags", places, step, height)
+    check.bound("tags' axes, degrees", turns, 2 * models.STEP, height)
+    return target
+
+
+def as_tga(shaders):
+    return shaders[0].rsplit(".", 1)[0] + ".tga" if shaders else ""
+
+
+def check_import(check, path, frame, scale=1.0, suffix=".glb"):
+    """One frame as a scene, and that scene written again."""
+    print(f"{path.name}, frame {frame}, to {suffix} and back, scale {scale}")
+    model = models.Mdc(path)
+    made = check.folder / f"{path.stem}-{frame}{suffix}"
+    check.run("import", path, "-o", made, "--frame", frame, "--scale", scale)
+    scene = gltf.Scene(made)
+    world = scene.world(None, 0)
+    size = max(np.ptp(s.verts[frame], 0).max() for s in model.surfaces)
+    check.same([s.name for s in scene.surfaces], [s.name for s in model.surfaces], "surfaces")
+    for own, wanted in zip(scene.surfaces, model.surfaces):
+        found = gltf.scene_points(scene.vertices(own, world), scale)
+        check.same(found.shape, wanted.verts[frame].shape, "vertices")
+        check.bound(f"vertices of {own.name}", abs(found - wanted.verts[frame]), 1e-6 * size, size)
+        check.expect(np.array_equal(own.triangles, wanted.triangles), f"triangles of {own.name}")
+        check.expect(np.array_equal(own.st, wanted.st), f"texture coordinates of {own.name}")
+        material = scene.json["materials"][own.material] if own.material is not None else {}
+        # A missing image leaves the path with the last suffix that was tried.
+        game_path = material.get("extras", {}).get("game_path", "")
+        check.expect(game_path.endswith(as_tga(wanted.shaders)), f"game path {game_path}")
+    for name, places, angles in model.tags:
+        matrix = gltf.scene_matrix(world[scene.named(name)], scale)
+        check.bound(f"{name}", abs(matrix[:3, 3] - places[frame]), 1e-5 * size, size)
+        check.bound(f"axes of {name}", abs(matrix[:3, :3].T - models.frame_axes(*angles[frame])),
+                    1e-5, 1)
+        check.same(scene.nodes[scene.named(name)].get("extras", {}).get("bone"), True, name)
+
+    again = check.folder / f"{path.stem}-again.mdc"
+    check.run("export", made, "-o", again, "--scale", scale)
+    second = models.Mdc(again)
+    check.same(len(second.origins), 1, "frames of a single frame")
+    for a, b in zip(second.surfaces, model.surfaces, strict=True):
+        slack = 0 if scale == 1 else models.GRID
+        check.bound(f"{a.name} again", abs(a.verts[0] - b.verts[frame]), slack or 1e-30, size)
+        check.same((a.name, as_tga(a.shaders), a.triangles.tolist(), a.st.tolist()),
+                   (b.name, as_tga(b.shaders), b.triangles.tolist(), b.st.tolist()), "surface again")
+
+
+def check_compressed(check):
+    """Four frames: two base frames, two compressed ones over the second, in another order."""
+    random = np.random.default_rng(3)
+    folder = check.folder / "models" / "test"
+    folder.mkdir(parents=True, exist_ok=True)
+    surfaces = []
+    for name, shader, count in (("one", "models/test/one.tga", 90), ("two", "", 3)):
+        packed = random.integers(0, 256, (2, count, 3))
+        packed[0, :3] = [[0, 127, 128], [254, 255, 1], [255, 0, 126]]
+        surfaces.append({
+            "name": name, "shader": shader, "triangles": np.arange(count).reshape(-1, 3),
+            "st": random.uniform(-1, 2, (count, 2)),
+            "base": random.integers(-20000, 20000, (2, count, 3)), "packed": packed,
+            "base_table": [0, 1, 1, 1], "comp_table": [0xFFFF, 1, 0xFFFF, 0]})
+    tags = [("tag_a", random.integers(-32768, 32768, (4, 6))),
+            ("tag_b", random.integers(-16000, 16000, (4, 6)))]
+    tags[1][1][0, 3:] = [16384, 100, 0]  # straight down
+    path = folder / "packed.mdc"
+    models.write_mdc(path, random.integers(-2000, 2000, (4, 3)) * models.GRID, tags, surfaces)
+    for frame in range(4):
+        check_import(check, path, frame, suffix=".gltf" if frame % 2 else ".glb")
+
+
+def check_squashed(check):
+    """Joints that turn below a scale of unequal axes change their shape: that is said."""
+    path = check.folder / "squashed.glb"
+    scenes.build(path, "squashed")
+    told = check.run("export", path, "-o", path.with_suffix(".mdc"))
+    check.expect("scale" in told, "a scale that cannot be kept is told")
+
+
+def check_all(check, paths):
+    for path in paths:
+        exported = check_export(check, path, 40, 20)
+        check_import(check, exported, min(11, len(models.Mdc(exported).origins) - 1))
+    check_import(check, check_export(check, paths[0], 10.5, 13), 3, scale=40)
+    for kind in scenes.RIGID:
+        path = check.folder / f"{kind}.glb"
+        scenes.build(path, kind)
+        check_export(check, path, 30, 20)
+    check_squashed(check)
+    check_compressed(check)
+
+
+if __name__ == "__main__":
+    harness.main(__doc__, check_all)

@@ -1,0 +1,63 @@
+"""Runs the command and keeps the figures and faults of a check."""
+
+import argparse
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+import numpy as np
+
+
+class Check:
+    def __init__(self, marrow, folder):
+        self.marrow, self.folder = marrow, folder
+        self.faults = 0
+
+    def run(self, *arguments):
+        """The command's output. A failed run ends the check: nothing behind it has a meaning."""
+        done = subprocess.run([self.marrow, *map(str, arguments)], capture_output=True, text=True)
+        if done.returncode:
+            sys.exit(f"exit code {done.returncode}: marrow {' '.join(map(str, arguments))}\n"
+                     f"{done.stdout}{done.stderr}")
+        return done.stdout + done.stderr
+
+    def expect(self, holds, what):
+        if not holds:
+            self.faults += 1
+            print("WRONG:", what)
+
+    def same(self, found, wanted, what):
+        self.expect(found == wanted, f"{what}: {found!s:.200} instead of {wanted!s:.200}")
+
+    def bound(self, what, errors, bound, height, tell=True):
+        """Errors in units against their bounds; told also as a share of the model's height."""
+        errors = np.asarray(errors)
+        if errors.size == 0:
+            return
+        over = errors / np.broadcast_to(bound, errors.shape)
+        if tell:
+            print(f"  {what}: largest {errors.max():.3g} ({errors.max() / height:.2e} of the "
+                  f"height), mean {errors.mean():.3g} ({errors.mean() / height:.2e}), "
+                  f"{over.max():.0%} of the bound")
+        worst = np.unravel_index(np.nanargmax(over), over.shape)
+        self.expect(not np.isnan(errors).any() and over.max() <= 1,
+                    f"{what}: {errors[worst]:.6g} at {tuple(map(int, worst))}")
+
+
+def main(describe, check):
+    """`check` is called with a `Check` and the scenes to run on."""
+    parser = argparse.ArgumentParser(description=describe)
+    parser.add_argument("marrow", type=pathlib.Path, help="the built command")
+    parser.add_argument("scenes", type=pathlib.Path, nargs="+", help="rigged .glb files")
+    parser.add_argument("--keep", type=pathlib.Path, help="leave the files here")
+    asked = parser.parse_args()
+    more = os.environ.get("MARROW_SAMPLES")  # a folder of further scenes to take in
+    samples = pathlib.Path(more).glob("*.glb") if more else []
+    with tempfile.TemporaryDirectory() as folder:
+        folder = (asked.keep or pathlib.Path(folder)).resolve()
+        folder.mkdir(parents=True, exist_ok=True)
+        made = Check(asked.marrow.resolve(), folder)
+        check(made, asked.scenes + sorted(samples))
+    sys.exit(f"{made.faults} faults" if made.faults else 0)
