@@ -1,6 +1,7 @@
 // What the browser runs: draws the file from before and to its left.
 
 import * as THREE from 'three';
+import { RoomEnvironment } from 'three/addons/environments/RoomEnvironment.js';
 import { Posed } from './posed.mjs';
 
 window.draw = async (url, clip, time) => {
@@ -9,8 +10,8 @@ window.draw = async (url, clip, time) => {
 
   const scene = new THREE.Scene();
   scene.background = new THREE.Color(0x30343c);
-  scene.add(posed.scene, new THREE.HemisphereLight(0xffffff, 0x556070, 2.5));
-  const sun = new THREE.DirectionalLight(0xffffff, 2.5);
+  scene.add(posed.scene);
+  const sun = new THREE.DirectionalLight(0xffffff, 1.5);
   sun.position.set(1, 2, 3);
   scene.add(sun);
 
@@ -29,6 +30,9 @@ window.draw = async (url, clip, time) => {
   camera.lookAt(middle);
   const renderer = new THREE.WebGLRenderer({ antialias: true, preserveDrawingBuffer: true });
   renderer.setSize(innerWidth, innerHeight);
+  // Surfaces without a material are metal by the format's rule, and black without a room to mirror.
+  scene.environment = new THREE.PMREMGenerator(renderer).fromScene(new RoomEnvironment()).texture;
+  scene.environmentIntensity = 0.4;
   document.body.append(renderer.domElement);
   renderer.render(scene, camera);
 };

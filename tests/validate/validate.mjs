@@ -29,7 +29,7 @@ if (import.meta.url === pathToFileURL(process.argv[1]).href) {
     process.exit(2);
   }
   for (const file of files) {
-    const faults = await faultsOf(file);
+    const faults = await faultsOf(file).catch((error) => [error.message]);
     console.log(`${file}: ${faults.length === 0 ? 'valid' : `${faults.length} faults`}`);
     faults.forEach((fault) => console.log(`  ${fault}`));
     process.exitCode ||= faults.length === 0 ? 0 : 1;

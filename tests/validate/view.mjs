@@ -56,6 +56,10 @@ async function draw(glb, clip, time, out) {
   }
 }
 
+process.on('uncaughtException', (error) => {
+  console.error(error.message);
+  process.exit(1);
+});
 const { values, positionals } = parseArgs({
   allowPositionals: true,
   options: {
