@@ -7,6 +7,6 @@
 namespace core {
 
 // The box of the points; without points it is the origin, and the result false.
-bool BoxOf(const std::vector<cpoint3>& points, cpoint3& minimum, cpoint3& maximum);
+CORE_API bool BoxOf(const std::vector<cpoint3>& points, cpoint3& minimum, cpoint3& maximum);
 
 }  // namespace core

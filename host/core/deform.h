@@ -32,6 +32,6 @@ struct deformer {
 
 // Fills the positions, and the normals if wanted, of the skin at the frame. A vertex without
 // weights stays where it is at rest.
-const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals);
+CORE_API const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals);
 
 }  // namespace core

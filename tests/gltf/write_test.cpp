@@ -291,6 +291,41 @@ TEST_F(gltfwrite, MoreThanFourWeightsTakeFurtherSets) {
 }
 
 // One vertex that two bones see 6 units apart: it rests between them.
+// An import gives the weights the normals of the first frame's joints and the mesh the pose of the
+// last frame.
+TEST_F(gltfwrite, NormalsAreThoseOfTheMeshsOwnPose) {
+  const ckey keys[] = {KeyAt(0, {}), KeyAt(1, {}, MakePt3(90.0F, 0.0F, 0.0F))};
+  cbone* bone = CreateNewBone();
+  bone->anim.SetNumKeys(2, 0);
+  for (int i = 0; i < 2; ++i) {
+    ckey key = keys[i];
+    bone->anim.SetKeyAt(i, key, 0);
+  }
+  bone->UpdateAnim();
+  Interface::AddToScene(bone, 0);
+  scene.animEnd = 2;
+  const cmatrix4 last = bone->GetTMAtFrame(1, kWholeTransform);
+  cskin* skin = AddBoundSkin("flag", {MakePt3(0, 0, 0), MakePt3(2, 0, 0), MakePt3(0, 3, 0)},
+                             {{{0, 1.0F}}, {{0, 1.0F}}, {{0, 1.0F}}}, {bone}, {last});
+  ASSERT_EQ(skin->Skin().mesh.normals[0].z, 1.0F);
+  cskinweight weight;
+  for (int v = 0; v < 3; ++v) {
+    skin->GetVertWeight(v, 0, weight);
+    weight.normal = MakePt3(0.0F, 0.0F, 1.0F);
+    skin->SetVertWeight(v, 0, weight);
+  }
+  ASSERT_TRUE(Write("flag.glb")) << told.fault;
+
+  core::scene again;
+  gltf::report read;
+  ASSERT_TRUE(gltf::ReadScene(directory.File("flag.glb"), {}, again, read)) << read.fault;
+  cexpmesh mesh;
+  mesh.BuildFromSkin(static_cast<cskin*>(again.Nodes()[1]), 2);
+  mesh.CalcSkinVertsAtFrame(1, 1, 1);
+  const cpoint3 normal = mesh.verts[0].normal;
+  EXPECT_NEAR(normal.z, 1.0F, 1e-5F) << normal.x << " " << normal.y;
+}
+
 TEST_F(gltfwrite, OffsetsWithoutABindPoseAreMeasured) {
   cnode* left = AddBone("left", nullptr, {KeyAt(0, {})});
   cnode* right = AddBone("right", left, {KeyAt(0, {})});

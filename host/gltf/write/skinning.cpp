@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
+#include "core/box.h"
+#include "core/deform.h"
 #include "core/pose.h"
 #include "core/state.h"
+#include "core/timeline.h"
 #include "gltf/write/fault.h"
 
 namespace gltf {
@@ -30,6 +34,25 @@ bool IsFinite(const core::affine& m) {
 
 [[noreturn]] void FailAt(const cnode& node, const std::string& what) {
   throw writefault("node \"" + node.State().name + "\": " + what);
+}
+
+// The frame in whose pose the skin's mesh stands, if it stands in one at either end of the range.
+// An import builds its meshes in the last pose that it computed.
+std::optional<int> FrameOfMesh(const core::scene& scene, cskin& skin) {
+  constexpr float kSamePlace = 1e-4F;  // of the mesh's size
+  const std::vector<cpoint3>& rest = skin.Skin().mesh.verts;
+  cpoint3 low;
+  cpoint3 high;
+  core::BoxOf(rest, low, high);
+  const float reach = kSamePlace * (high - low).Length();
+  for (const int frame : {core::LastKeyFrame(scene), scene.animStart}) {
+    const std::vector<cpoint3>& posed = core::DeformAtFrame(skin, frame, false).positions;
+    if (std::equal(rest.begin(), rest.end(), posed.begin(),
+                   [reach](cpoint3 a, cpoint3 b) { return (a - b).Length() <= reach; })) {
+      return frame;
+    }
+  }
+  return std::nullopt;
 }
 
 void Warn(std::vector<std::string>& warnings, std::size_t count, const char* one,
@@ -61,7 +84,7 @@ skinning::skinning(const core::scene& scene, std::vector<std::string>& warnings)
 }
 
 void skinning::Collect(const core::scene& scene, std::size_t node, counts& changed) {
-  const auto& skin = static_cast<const cskin&>(*scene.Nodes()[node]);
+  auto& skin = static_cast<cskin&>(*scene.Nodes()[node]);
   const core::skinstate& state = skin.Skin();
   const std::size_t vertices = vertices_.starts.size() - 1;
   const std::size_t weights = vertices_.weights.size();
@@ -72,11 +95,39 @@ void skinning::Collect(const core::scene& scene, std::size_t node, counts& chang
   }
   if (weighted) {
     first_[node] = vertices;
+    TakeNormalsOfPose(scene, skin, vertices);
     return;
   }
   vertices_.starts.resize(vertices + 1);
   vertices_.weights.resize(weights);
   normals_.resize(weights);
+}
+
+// The weights of an import have normals of the first frame's joints and the mesh of the last
+// frame, so where the mesh stands in the pose of a frame its own normals in that pose count.
+void skinning::TakeNormalsOfPose(const core::scene& scene, cskin& skin, std::size_t firstVertex) {
+  const std::optional<int> frame = FrameOfMesh(scene, skin);
+  if (!frame) {
+    return;
+  }
+  const core::affine place = core::WorldAtFrame(skin, *frame);
+  std::vector<std::optional<core::affine>> fromWorld(first_.size());
+  const std::vector<cpoint3>& normals = skin.Skin().mesh.normals;
+  for (std::size_t v = firstVertex; v + 1 < vertices_.starts.size(); ++v) {
+    const core::vec3 normal = core::Turn(core::ToVec(normals[v - firstVertex]), place);
+    for (std::size_t i = vertices_.starts[v]; i < vertices_.starts[v + 1]; ++i) {
+      const std::uint32_t bone = vertices_.weights[i].joint;
+      if (bone >= first_.size()) {
+        continue;  // the skin's own place, whose normal is the mesh's
+      }
+      std::optional<core::affine>& back = fromWorld[bone];
+      if (!back) {
+        back = core::RotationOf(core::WorldAtFrame(*scene.Nodes()[bone], *frame));
+        core::InvertInPlace(*back);
+      }
+      normals_[i] = core::Unit(core::Turn(normal, *back));
+    }
+  }
 }
 
 // Joints stand for themselves by their place among the nodes for now, a skin's own place by the

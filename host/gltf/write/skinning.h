@@ -47,6 +47,7 @@ class skinning {
 
   void Collect(const core::scene& scene, std::size_t node, counts& changed);
   void TakeVertex(const core::scene& scene, const cskin& skin, std::size_t vertex, counts& changed);
+  void TakeNormalsOfPose(const core::scene& scene, cskin& skin, std::size_t firstVertex);
   void NumberJoints(std::size_t numNodes);
   void Recover(const core::scene& scene);
   void Measure();
