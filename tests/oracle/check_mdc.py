@@ -14,14 +14,19 @@ import scenes
 FLOATS = 1e-4  # of the model's size: what single precision may cost
 
 
-def check_export(check, path, scale, rate):
-    """Every vertex and tag of every frame against the scene's own skinning at that time."""
+def check_export(check, path, scale, rate, cut=None, origin=None):
+    """Every vertex and tag of every frame against the scene's own skinning at that time; of a
+    stretch `cut` of the frames only, relative to a node where one is named."""
     print(f"{path.name} to mdc, scale {scale}, {rate} frames a second")
     target = check.folder / f"{path.stem}.mdc"
-    check.run("export", path, "-o", target, "--scale", scale, "--fps", rate)
+    check.run("export", path, "-o", target, "--scale", scale, "--fps", rate,
+              *harness.range_options(cut, origin))
     model, scene = models.Mdc(target), gltf.Scene(path)
     frames = scene.frames(rate)
+    from_point = scene.place(origin, frames[0], scale)
+    frames = frames[slice(*cut)] if cut else frames
     check.same(len(model.origins), len(frames), "frames")
+    check.bound("origins", abs(model.origins - from_point), 1e-4, 1, tell=False)
     check.same([s.verts.shape[1] for s in model.surfaces],
                [len(s.points) for s in scene.surfaces], "surfaces' vertices")
     for made, own in zip(model.surfaces, scene.surfaces):
@@ -41,7 +46,7 @@ def check_export(check, path, scale, rate):
         errors.append(np.vstack([abs(m.verts[f] - v) for m, v in zip(model.surfaces, verts)]))
         verts = np.vstack(verts)
         low, high = np.minimum(low, verts.min(0)), np.maximum(high, verts.max(0))
-        boxes.append(abs(model.bounds[f] - [verts.min(0), verts.max(0)]))
+        boxes.append(abs(model.bounds[f] + from_point - [verts.min(0), verts.max(0)]))
         check.same(model.radius[f], np.float32(np.ptp(model.bounds[f], 0).max()), "radius")
         for (_, tag_places, angles), node in zip(model.tags, tagged):
             matrix = gltf.scene_matrix(world[node], scale)
@@ -143,6 +148,7 @@ def check_all(check, paths):
         path = check.folder / f"{kind}.glb"
         scenes.build(path, kind)
         check_export(check, path, 30, 20)
+    check_export(check, paths[0], 40, 20, cut=(23, 31), origin="tag_head")
     check_squashed(check)
     check_compressed(check)
 

@@ -82,6 +82,12 @@ class Scene:
     def named(self, name):
         return next(i for i in self.order if self.name(i) == name)
 
+    def place(self, name, frame, scale):
+        """Of a node in a frame, in the scene's axes; zero without a name."""
+        if name is None:
+            return np.zeros(3)
+        return scene_matrix(self.world(*frame)[self.named(name)], scale)[:3, 3]
+
     def array(self, index):
         accessor = self.json["accessors"][index]
         assert "sparse" not in accessor, "sparse accessors are not used here"

@@ -46,6 +46,12 @@ class Check:
                     f"{what}: {errors[worst]:.6g} at {tuple(map(int, worst))}")
 
 
+def range_options(cut, origin):
+    """Of an export of the frames from cut[0] to before cut[1], relative to a node."""
+    return (["--start", cut[0], "--end", cut[1] - 1] if cut else []) + (
+        ["--origin", origin] if origin else [])
+
+
 def main(describe, check):
     """`check` is called with a `Check` and the scenes to run on."""
     parser = argparse.ArgumentParser(description=describe)
