@@ -1,11 +1,23 @@
 #include "core/directory.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <memory>
 #include <utility>
 
 namespace core {
+
+diskentry EntryAt(const std::string& path) {
+  struct stat found {};
+  if (stat(path.c_str(), &found) != 0) {
+    return diskentry::None;
+  }
+  if (S_ISREG(found.st_mode)) {
+    return diskentry::File;
+  }
+  return S_ISDIR(found.st_mode) ? diskentry::Directory : diskentry::Other;
+}
 
 std::vector<std::string> NamesIn(const std::string& directory) {
   const auto close = [](DIR* stream) { closedir(stream); };

@@ -1,12 +1,19 @@
 #pragma once
 
+// A look at the disk. The standard library's own way is no substitute: when memory runs out, its
+// directory iterator ends the program, and its joined paths release what they never had.
+
 #include <string>
 #include <vector>
 
 namespace core {
 
+enum class diskentry { None, File, Directory, Other };
+
+// Follows links.
+diskentry EntryAt(const std::string& path);
+
 // The names in a directory but . and .., in the file system's order; none where it cannot be read.
-// The standard library's iterator is no substitute: it ends the program when memory runs out.
 std::vector<std::string> NamesIn(const std::string& directory);
 
 }  // namespace core

@@ -1,17 +1,13 @@
 #include "core/findfile.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <string_view>
-#include <utility>
 
 #include "core/directory.h"
 
 namespace core {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
@@ -20,25 +16,15 @@ bool SameLetters(std::string_view a, std::string_view b) {
                     [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
-bool Exists(const fs::path& path) {
-  std::error_code error;
-  return fs::exists(path, error);
-}
-
 // The directory's entry of that name in whatever case; empty for none.
-std::string EntryOf(const fs::path& directory, std::string_view name) {
+std::string EntryOf(const std::string& directory, std::string_view name) {
   std::string found;
-  for (std::string& entry : NamesIn(directory.empty() ? "." : directory.string())) {
+  for (const std::string& entry : NamesIn(directory.empty() ? "." : directory)) {
     if (SameLetters(entry, name) && (found.empty() || entry < found)) {
-      found = std::move(entry);
+      found = entry;
     }
   }
   return found;
-}
-
-bool IsFile(const fs::path& path) {
-  std::error_code error;
-  return fs::is_regular_file(path, error);
 }
 
 }  // namespace
@@ -46,29 +32,35 @@ bool IsFile(const fs::path& path) {
 std::string FindFile(const std::string& path) {
   std::string slashed = path;
   std::replace(slashed.begin(), slashed.end(), '\\', '/');
-  if (IsFile(slashed)) {
+  if (EntryAt(slashed) == diskentry::File) {
     return slashed;
   }
-  fs::path at = slashed.starts_with('/') ? fs::path("/") : fs::path();
+  // What is found so far, with a separator behind it.
+  std::string at = slashed.starts_with('/') ? "/" : "";
+  diskentry found = diskentry::None;
   std::size_t start = 0;
   while (start < slashed.size()) {
     const std::size_t end = std::min(slashed.find('/', start), slashed.size());
-    const std::string name = slashed.substr(start, end - start);
+    std::string name = slashed.substr(start, end - start);
     start = end + 1;
     if (name.empty()) {
       continue;
     }
-    if (Exists(at / name)) {
-      at /= name;
-      continue;
+    found = EntryAt(at + name);
+    if (found == diskentry::None) {
+      name = EntryOf(at, name);
+      if (name.empty()) {
+        return {};
+      }
+      found = EntryAt(at + name);
     }
-    const std::string entry = EntryOf(at, name);
-    if (entry.empty()) {
-      return {};
-    }
-    at /= entry;
+    at += name + '/';
   }
-  return IsFile(at) ? at.string() : std::string();
+  if (found != diskentry::File) {
+    return {};
+  }
+  at.pop_back();
+  return at;
 }
 
 }  // namespace core

@@ -1,11 +1,10 @@
 // The wildcard file search over a directory.
 
-#include <filesystem>
 #include <memory>
 #include <new>
 #include <string>
 #include <string_view>
-#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "core/directory.h"
@@ -59,14 +58,13 @@ cfilesearch* OpenFileSearch(const char* pattern) {
   const bool hasDirectory = separator != std::string_view::npos;
   try {
     const std::string directory(hasDirectory ? whole.substr(0, separator + 1)
-                                             : std::string_view("."));
+                                             : std::string_view("./"));
     const std::string_view names = hasDirectory ? whole.substr(separator + 1) : whole;
     auto search = std::make_unique<cfilesearch>();
     for (std::string& name : core::NamesIn(directory)) {
       if (Matches(names, name)) {
-        const std::filesystem::path path = std::filesystem::path(directory) / name;
-        std::error_code ignored;
-        search->entries.push_back({std::move(name), std::filesystem::is_directory(path, ignored)});
+        const bool isDirectory = core::EntryAt(directory + name) == core::diskentry::Directory;
+        search->entries.push_back({std::move(name), isDirectory});
       }
     }
     return search->entries.empty() ? nullptr : search.release();

@@ -12,11 +12,11 @@ TEST_F(MdcImportOptions, TheFrameIsHeldInsideTheFile) {
                                                {"3", 3},  {"", 0},   {"99999999999", 9}};
   for (const auto& [text, expected] : typed) {
     SCOPED_TRACE(text);
-    desk.scripts[102] = [&](userwindow& window) {
+    desk.scripts[102] = [&, typedText = text](userwindow& window) {
       EXPECT_EQ(window.Text(1008), "10");
       EXPECT_EQ(window.Text(1009), "0");
       EXPECT_FALSE(window.Type(1008, "3"));
-      window.Type(1009, text);
+      window.Type(1009, typedText);
       window.Ok();
     };
     int frame = -7;

@@ -1,43 +1,12 @@
 // Every allocation of a small life of a scene fails once, in turn: what was made until then must
 // be released, and the scene stays usable.
 
-#include <cstdlib>
 #include <new>
 
 #include "core/assertion.h"
-#include "testscene.h"
-
-namespace {
-
-long live = 0;
-long untilFailure = -1;  // allocations that still succeed; negative: all
-
-void* Allocate(std::size_t size) {
-  if (untilFailure == 0) {
-    throw std::bad_alloc();
-  }
-  untilFailure -= untilFailure > 0 ? 1 : 0;
-  void* memory = std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
-  ++live;
-  return memory;
-}
-
-void Release(void* memory) noexcept {
-  live -= memory != nullptr ? 1 : 0;
-  std::free(memory);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* memory) noexcept { Release(memory); }
-void operator delete[](void* memory) noexcept { Release(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { Release(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { Release(memory); }
+#include "core/scene.h"
+#include "faults/failingnew.h"
+#include "support/scenebuild.h"
 
 namespace {
 
@@ -92,21 +61,21 @@ void Live() {
   Interface::AddNotes("notes that are longer than a short string may be", 40);
 }
 
-TEST(Allocation, EveryFailureReleasesAllAndLeavesAUsableScene) {
+TEST(SceneFaults, EveryFailureReleasesAllAndLeavesAUsableScene) {
   long failures = 0;
   for (bool whole = false; !whole; ++failures) {
-    const long before = live;
+    const long before = failingnew::Live();
     {
       core::scene scene;
       core::scene::MakeCurrent(&scene);
-      untilFailure = failures;
+      failingnew::FailAfter(failures, failingnew::shortage::FromThenOn);
       try {
         Live();
         whole = true;
       } catch (const std::bad_alloc&) {
       } catch (const core::assertionfailure&) {
       }
-      untilFailure = -1;
+      failingnew::Stop();
       for (cnode* node : scene.Nodes()) {
         cpoint3 low;
         cpoint3 high;
@@ -115,7 +84,7 @@ TEST(Allocation, EveryFailureReleasesAllAndLeavesAUsableScene) {
       }
       Live();
     }
-    ASSERT_EQ(live, before) << "after failure " << failures;
+    ASSERT_EQ(failingnew::Live(), before) << "after failure " << failures;
   }
   EXPECT_GT(failures, 40);
 }
