@@ -125,7 +125,7 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
     lines.emplace_back("instances of a mesh beyond its node are left out");
   }
   if (numLoose > 0) {
-    lines.push_back(std::to_string(numLoose) + " vertices of skins have no weight and keep still");
+    lines.push_back("vertices of skins without a weight keep still: " + std::to_string(numLoose));
   }
   return lines;
 }

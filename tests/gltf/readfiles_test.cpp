@@ -1,0 +1,163 @@
+#include "gltf/readtest.h"
+
+namespace {
+
+using nlohmann::json;
+using lines = std::vector<std::string>;
+
+class ReadFiles : public readtest {
+ protected:
+  const core::imagestate& Image(std::size_t material) const {
+    return scene.Materials().at(material)->State().image.State();
+  }
+};
+
+TEST_F(ReadFiles, MaterialsKeepNamesColoursImagesAndPaths) {
+  gltfmodel model;
+  model.doc["images"] = json::parse(R"([{"name": "skin", "mimeType": "image/png"},
+      {"uri": "my%20images/wall%2B1.png"}, {"uri": "gone.jpg"}, {"mimeType": "image/png"}])");
+  model.doc["images"][0]["bufferView"] = model.doc["images"][3]["bufferView"] =
+      model.View(OnePixelPng());
+  files.Write("my images/wall+1.png", OnePixelPng());
+  json& materials = model.doc["materials"];
+  for (int i = 0; i < 4; ++i) {
+    model.doc["textures"].push_back({{"source", i}});
+    materials.push_back(
+        {{"name", "same"}, {"pbrMetallicRoughness", {{"baseColorTexture", {{"index", i}}}}}});
+  }
+  materials.push_back(materials[0]);
+  materials.back()["extras"] = {{"game_path", "models\\players\\skin.tga"}};
+  materials.push_back({{"extras", {{"game_path", "models/only/named.jpg"}}}});
+  materials.push_back(json::parse(R"({"doubleSided": true,
+      "pbrMetallicRoughness": {"baseColorFactor": [0.5, 0.25, 0, 1]}})"));
+  ASSERT_TRUE(Read(model)) << told.fault;
+  const struct {
+    const char* name;
+    const char* path;
+    bool hasPixels;
+  } expected[] = {{"same", "skin.png", true},
+                  {"same.1", "my images/wall+1.png", true},
+                  {"same.2", "gone.jpg", false},
+                  {"same.3", "same.3.png", true},
+                  {"same.4", "models\\players\\skin.tga", true},
+                  {"material_5", "models/only/named.jpg", false},
+                  {"material_6", "<empty>", false}};
+  ASSERT_EQ(scene.Materials().size(), std::size(expected));
+  for (std::size_t i = 0; i < std::size(expected); ++i) {
+    EXPECT_STREQ(scene.Materials()[i]->GetName(), expected[i].name);
+    EXPECT_EQ(Image(i).path, expected[i].path);
+    EXPECT_EQ(Image(i).content != nullptr, expected[i].hasPixels) << i;
+  }
+  EXPECT_EQ(Image(1).content->encoded, OnePixelPng());
+  EXPECT_EQ(Image(1).content->width, 1);
+  EXPECT_EQ(scene.Materials()[6]->State().colour[1], 0.25F);
+  EXPECT_TRUE(scene.Materials()[6]->State().doubleSided);
+  EXPECT_EQ(told.warnings, (lines{"image 2: gone.jpg cannot be read as a JPEG or PNG file"}));
+}
+
+TEST_F(ReadFiles, TheSameSceneFromEveryKindOfFile) {
+  const gltfmodel model = SmallGltf();
+  files.Write("some data.bin", model.Buffer());
+  const std::string paths[] = {files.Write("a.glb", model.Binary()),
+                               files.Write("b.gltf", model.Text()),
+                               files.Write("c.gltf", model.Text("some%20data.bin"))};
+  for (const std::string& path : paths) {
+    core::scene own;
+    ASSERT_TRUE(gltf::ReadScene(path, how, own, told)) << path << told.fault;
+    EXPECT_EQ(own.Nodes().size(), 6U);
+    EXPECT_EQ(own.notes, "made for a test");
+    EXPECT_EQ(own.clips.size(), 2U);
+    EXPECT_EQ(MeshOf(own.Nodes()[5]).faces.size(), 2U);
+  }
+}
+
+// One change to a good document, and the words of the fault.
+TEST_F(ReadFiles, FaultsNameThePlace) {
+  const struct {
+    const char* path;
+    json value;
+    const char* fault;
+  } cases[] = {
+      {"/asset/version", "1.0", "glTF of version 1.0, not 2.0"},
+      {"/extensionsRequired",
+       {"KHR_draco_mesh_compression"},
+       "it cannot be read without the extension KHR_draco_mesh_compression"},
+      {"/nodes/3/children", {0}, "node 0 is its own ancestor"},
+      {"/nodes/3/children", {1}, "node 1 has two parents"},
+      {"/nodes/0/children", {77}, "node 0: children names what is not there"},
+      {"/nodes/0/scale", {1, 1}, "node 0: scale is no list of 3 numbers"},
+      {"/nodes/1/translation/0", 1e300, "node 1: its place is out of range"},
+      {"/scenes/0/nodes/0", 2, "scene 0: node 2 has a parent"},
+      {"/skins/0/joints", json::array(), "skin 0: it has no joints"},
+      {"/skins/0/joints", {1, 2, 3}, "skin 0: inverseBindMatrices has 2 matrices for 3 joints"},
+      {"/skins/0/joints", {1}, "mesh 0, primitive 0: vertex 0 is on joint 1 of 1"},
+      {"/meshes/0/primitives/0/attributes/POSITION", 99,
+       "mesh 0, primitive 0, attributes: POSITION names what is not there"},
+      {"/meshes/0/primitives/0/attributes/NORMAL", 2,
+       "mesh 0, primitive 0: NORMAL is of the wrong type (accessor 2)"},
+      {"/meshes/0/primitives/0/mode", 9, "mesh 0, primitive 0: mode 9 is none"},
+      {"/accessors/0/count", 5, "mesh 0, primitive 0: POSITION reaches past buffer view 1"},
+      {"/accessors/0/sparse/indices/byteOffset", 1,
+       "mesh 0, primitive 0: POSITION reaches past buffer view 2"},
+      {"/accessors/0/count", 2, "mesh 0, primitive 0: POSITION: a sparse index is out of range"},
+      {"/accessors/1/count", 3, "mesh 0, primitive 0: NORMAL has 3 entries for 4 vertices"},
+      {"/accessors/5/count", 5, "mesh 0, primitive 0: 5 corners are no whole triangles"},
+      {"/accessors/5/bufferView", 4, "mesh 0, primitive 0: index 5 is vertex 16256 of 4"},
+      {"/accessors/0/componentType", 5124, "accessor 0: componentType 5124 is none"},
+      {"/bufferViews/1/byteLength", 100000,
+       "mesh 0, primitive 0: POSITION: buffer view 1 reaches past buffer 0"},
+      {"/bufferViews/0/byteOffset", 100000, "image 0: buffer view 0 reaches past buffer 0"},
+      {"/animations/0/samplers/0/output", 1, "animation 0, sampler 0: it has 4 values for 2 times"},
+      {"/animations/0/samplers/0/interpolation", "EASE",
+       "animation 0, sampler 0: interpolation \"EASE\" is none"},
+  };
+  const gltfmodel good = SmallGltf();
+  for (const auto& each : cases) {
+    gltfmodel bad = good;
+    bad.doc[json::json_pointer(each.path)] = each.value;
+    core::scene own;
+    gltf::report report;
+    EXPECT_FALSE(gltf::ReadScene(files.Write("bad.glb", bad.Binary()), how, own, report))
+        << each.path;
+    EXPECT_EQ(report.fault, each.fault);
+  }
+}
+
+TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
+  const gltfmodel good = SmallGltf();
+  const auto fault = [&](const std::string& path) {
+    core::scene own;
+    gltf::report report;
+    EXPECT_FALSE(gltf::ReadScene(path, how, own, report));
+    return report.fault;
+  };
+  EXPECT_EQ(fault(files.File("none.glb")), "it cannot be read, or it is empty");
+  EXPECT_EQ(fault(files.Write("a.gltf", std::string("{\"asset\": "))),
+            "the JSON text breaks off or is none at byte 11");
+  for (const char* uri : {"gone.bin", "/etc/hostname", "http://x/y.bin", "..", "a\\u0000b"}) {
+    EXPECT_EQ(fault(files.Write("b.gltf", good.Text(uri))),
+              std::string("buffer 0: cannot read ") + uri);
+  }
+  files.Write("short.bin", bytes(8));
+  const std::string of = " of " + std::to_string(good.Buffer().size()) + " bytes";
+  EXPECT_EQ(fault(files.Write("c.gltf", good.Text("short.bin"))), "buffer 0: has 8" + of);
+  bytes cut = good.Binary();
+  cut.resize(cut.size() - 4);
+  EXPECT_NE(fault(files.Write("d.glb", cut)).find("the file ends early"), std::string::npos);
+
+  gltfmodel late = good;
+  late.Channel(2, 0, "translation", {0, 1e9F}, {0, 0, 0, 1, 0, 0});
+  EXPECT_EQ(fault(files.Write("e.glb", late.Binary())),
+            "clip animation_2: the clips have more than 1048576 frames");
+  gltfmodel back = good;
+  back.Channel(2, 0, "translation", {1, 0}, {0, 0, 0, 1, 0, 0});
+  EXPECT_EQ(fault(files.Write("f.glb", back.Binary())),
+            "animation 2, sampler 0: its times do not ascend");
+  gltfmodel huge = good;  // all zero without a buffer view, so that nothing limits the number
+  huge.Accessors()[0].erase("bufferView");
+  huge.Accessors()[0]["count"] = 4000000000;
+  EXPECT_EQ(fault(files.Write("g.glb", huge.Binary())),
+            "mesh 0, primitive 0: POSITION has more values than the file can have");
+}
+
+}  // namespace

@@ -1,0 +1,169 @@
+#include <cstring>
+
+#include "core/affine.h"
+#include "gltf/readtest.h"
+
+namespace {
+
+using nlohmann::json;
+
+class ReadGeometry : public readtest {
+ protected:
+  const core::meshstate& ReadMesh(const gltfmodel& model) {
+    EXPECT_TRUE(Read(model)) << told.fault;
+    return MeshOf(scene.Nodes().at(0));
+  }
+
+  static std::vector<int> Corners(const core::meshstate& mesh) {
+    std::vector<int> corners;
+    for (const cface& face : mesh.faces) {
+      corners.insert(corners.end(), face.v, face.v + 3);
+    }
+    return corners;
+  }
+
+  static void ExpectPlace(const cpoint3& p, float x, float y, float z) {
+    EXPECT_FLOAT_EQ(p.x, x);
+    EXPECT_FLOAT_EQ(p.y, y);
+    EXPECT_FLOAT_EQ(p.z, z);
+  }
+};
+
+TEST_F(ReadGeometry, StripsAndFansAndPlainCornersBecomeTriangles) {
+  const struct {
+    int mode;
+    std::vector<int> indices;
+    std::vector<int> corners;
+  } cases[] = {
+      {4, {}, {0, 1, 2, 3, 4, 5}},
+      {4, {5, 4, 3}, {5, 4, 3}},
+      {5, {}, {0, 1, 2, 1, 3, 2, 2, 3, 4, 3, 5, 4}},
+      {5, {0, 1, 2, 2, 3, 3, 4, 5}, {0, 1, 2, 3, 5, 4}},  // turned round by repeated corners
+      {6, {0, 2, 3, 5}, {2, 3, 0, 3, 5, 0}},
+  };
+  for (const auto& each : cases) {
+    gltfmodel model;
+    json part = {{"attributes", {{"POSITION", model.Floats("VEC3", std::vector<float>(18, 1.0F))}}},
+                 {"mode", each.mode}};
+    if (!each.indices.empty()) {
+      part["indices"] = model.Shorts("SCALAR", each.indices);
+    }
+    model.Node({{"mesh", model.Mesh(part)}});
+    core::scene own;
+    ASSERT_TRUE(gltf::ReadScene(files.Write("m.glb", model.Binary()), how, own, told));
+    EXPECT_EQ(Corners(MeshOf(own.Nodes()[0])), each.corners);
+  }
+}
+
+// Interleaved, with a stride that is no element's size, and quantized as the extension allows.
+TEST_F(ReadGeometry, ComponentsOfEveryTypeAreRead) {
+  gltfmodel model;
+  model.doc["extensionsRequired"] = {"KHR_mesh_quantization"};
+  const std::int16_t places[] = {100, -200, 300, 0, 7, 8, 9, 0, 0, 0, 0, 0};
+  const std::int8_t normals[] = {0, 127, 0, 0, -128, 0, 0, 0, 0, 0, 64, 0};
+  const std::uint16_t coordinates[] = {65535, 0, 0, 65535, 32767, 13107};
+  const auto raw = [](const void* data, std::size_t size) {
+    bytes content(size);
+    std::memcpy(content.data(), data, size);
+    return content;
+  };
+  const auto add = [&](const char* type, int component, const bytes& content, bool normalized) {
+    const int place = model.Accessor(type, component, content);
+    model.Accessors().back()["count"] = 3;
+    model.Accessors().back()["normalized"] = normalized;
+    return place;
+  };
+  const int p = add("VEC3", 5122, raw(places, sizeof(places)), false);
+  model.doc["bufferViews"].back()["byteStride"] = 8;
+  const int n = add("VEC3", 5120, raw(normals, sizeof(normals)), true);
+  model.doc["bufferViews"].back()["byteStride"] = 4;
+  const int t = add("VEC2", 5123, raw(coordinates, sizeof(coordinates)), true);
+  model.Node(
+      {{"mesh", model.Mesh({{"attributes", {{"POSITION", p}, {"NORMAL", n}, {"TEXCOORD_0", t}}}})},
+       {"scale", {0.01, 0.01, 0.01}}});
+  const core::meshstate& mesh = ReadMesh(model);
+  ExpectPlace(mesh.verts[0], 1.0F, -3.0F, -2.0F);
+  ExpectPlace(mesh.verts[1], 0.07F, -0.09F, 0.08F);
+  ExpectPlace(mesh.normals[0], 0.0F, 0.0F, 1.0F);
+  ExpectPlace(mesh.normals[1], -1.0F, 0.0F, 0.0F);
+  ExpectPlace(mesh.normals[2], 0.0F, -1.0F, 0.0F);
+  ExpectPlace(mesh.tverts[0], 1.0F, 0.0F, 0.0F);
+  ExpectPlace(mesh.tverts[2], 32767.0F / 65535.0F, 0.2F, 0.0F);
+}
+
+TEST_F(ReadGeometry, SparseValuesStandInForOthers) {
+  gltfmodel model;
+  const auto sparse = [&](int accessor, std::uint8_t place) {
+    json& from = model.Accessors()[static_cast<std::size_t>(accessor)];
+    bytes value(12);
+    const float five = 5.0F;
+    std::memcpy(value.data(), &five, 4);
+    from["sparse"] = {{"count", 1},
+                      {"indices", {{"bufferView", model.View({place})}, {"componentType", 5121}}},
+                      {"values", {{"bufferView", model.View(value)}}}};
+  };
+  const int over = model.Floats("VEC3", {1, 1, 1, 2, 2, 2, 3, 3, 3});
+  const int zeros = model.Floats("VEC3", std::vector<float>(9));
+  model.Accessors().back().erase("bufferView");
+  sparse(over, 1);
+  sparse(zeros, 2);
+  model.Node({{"mesh", model.Mesh({{"attributes", {{"POSITION", over}, {"NORMAL", zeros}}}})}});
+  const core::meshstate& mesh = ReadMesh(model);
+  ExpectPlace(mesh.verts[0], 1.0F, -1.0F, 1.0F);
+  ExpectPlace(mesh.verts[1], 5.0F, 0.0F, 0.0F);
+  ExpectPlace(mesh.normals[0], 0.0F, 0.0F, 0.0F);
+  ExpectPlace(mesh.normals[2], 1.0F, 0.0F, 0.0F);
+}
+
+// A mirror turns triangles inside out, and normals lean with uneven scale.
+TEST_F(ReadGeometry, BakedScaleKeepsFacesAndNormalsRight) {
+  gltfmodel model;
+  const int mesh = model.Mesh(
+      {{"attributes",
+        {{"POSITION", model.Floats("VEC3", {0, 0, 0, 1, 0, -1, 1, 1, -1})},
+         {"NORMAL", model.Floats("VEC3", {0.70710678F, 0, 0.70710678F, 0.70710678F, 0, 0.70710678F,
+                                          0.70710678F, 0, 0.70710678F})}}}});
+  model.Node({{"mesh", mesh}, {"scale", {-3, 1, 1}}});
+  const core::meshstate& state = ReadMesh(model);
+  EXPECT_EQ(Corners(state), (std::vector<int>{0, 2, 1}));
+  // The face's own normal, from its corners, is the vertices' normal.
+  const cmatrix4 world = scene.Nodes()[0]->GetTMAtFrame(0, kWholeTransform);
+  const auto corner = [&](int c) {
+    return core::ToVec(state.verts[static_cast<std::size_t>(state.faces[0].v[c])] * world);
+  };
+  const core::vec3 face = core::Unit(core::Cross(corner(1) - corner(0), corner(2) - corner(0)));
+  const cpoint3 normal = state.normals[0] * scene.Nodes()[0]->GetTMAtFrame(0, kRotationOnly);
+  EXPECT_NEAR(core::Dot(face, core::ToVec(normal)), 1.0, 1e-6);
+}
+
+TEST_F(ReadGeometry, MeshesWithoutNormalsAreSmoothed) {
+  gltfmodel model;
+  model.Node({{"mesh", model.Triangle()}});
+  ExpectPlace(ReadMesh(model).normals[0], 0.0F, -1.0F, 0.0F);
+}
+
+// Ten vertices for two primitives: the one that uses four of them gets four, the one that uses
+// eight gets all ten, and a primitive that has its vertices for itself gets them all.
+TEST_F(ReadGeometry, SharedVerticesAreLeftToThosePrimitivesThatUseThem) {
+  gltfmodel model;
+  std::vector<float> places(30);
+  for (std::size_t i = 0; i < 10; ++i) {
+    places[3 * i] = static_cast<float>(i);
+  }
+  const json shared = {{"POSITION", model.Floats("VEC3", places)}};
+  const json own = {{"POSITION", model.Floats("VEC3", places)}};
+  const auto part = [&](const json& attributes, const std::vector<int>& indices) {
+    return json{{"attributes", attributes}, {"indices", model.Bytes("SCALAR", indices)}};
+  };
+  model.Node({{"mesh", model.Mesh(part(shared, {9, 3, 5, 3, 9, 7}))}});
+  model.Node({{"mesh", model.Mesh(part(shared, {0, 1, 2, 3, 4, 5, 6, 7, 0}))}});
+  model.Node({{"mesh", model.Mesh(part(own, {1, 2, 3}))}});
+  const core::meshstate& few = ReadMesh(model);
+  ASSERT_EQ(few.verts.size(), 4U);
+  EXPECT_EQ(Corners(few), (std::vector<int>{3, 0, 1, 0, 3, 2}));
+  EXPECT_EQ(few.verts[2].x, 7.0F);
+  EXPECT_EQ(MeshOf(scene.Nodes()[1]).verts.size(), 10U);
+  EXPECT_EQ(MeshOf(scene.Nodes()[2]).verts.size(), 10U);
+}
+
+}  // namespace

@@ -1,0 +1,158 @@
+#include "gltf/readtest.h"
+
+namespace {
+
+using nlohmann::json;
+using outline = std::vector<std::string>;
+
+using ReadNodes = readtest;
+
+TEST_F(ReadNodes, BecomeBonesMeshesAndEmpties) {
+  gltfmodel model;
+  const int root = model.Node({{"name", "root"}});
+  const int hip = model.Node({{"name", "hip"}}, root);
+  const int between = model.Node({{"name", "between"}}, hip);
+  const int knee = model.Node({{"name", "knee"}}, between);
+  model.Node({{"name", "hat"}, {"mesh", model.Triangle()}}, knee);
+  model.Node({{"name", "TAG_weapon"}}, root);
+  model.Node({{"name", "tag_view"}, {"camera", 0}}, root);
+  model.Node({{"name", "kept"}, {"extras", {{"bone", true}}}}, root);
+  model.Node({{"name", "plain"}, {"extras", "of any kind"}}, root);
+  model.Node({{"mesh", model.Triangle()}}, root);
+  model.Node(json::object(), root);
+  model.doc["skins"] = {{{"joints", {hip, knee}}}};
+  model.doc["scenes"].push_back({{"nodes", {model.doc["nodes"].size()}}});
+  model.doc["nodes"].push_back({{"name", "elsewhere"}});  // in a scene that is not shown
+  ASSERT_TRUE(Read(model)) << told.fault;
+  EXPECT_EQ(Outline(), (outline{"empty root", "bone hip < root", "bone between < hip",
+                                "bone knee < between", "skin hat", "bone TAG_weapon < root",
+                                "empty tag_view < root", "bone kept < root", "empty plain < root",
+                                "mesh node_9 < root", "empty node_10 < root"}));
+  EXPECT_EQ(told.warnings, (outline{"cameras are left out: tag_view"}));
+}
+
+TEST_F(ReadNodes, AMeshOnAJointFollowsWhatMovesInBetween) {
+  gltfmodel model;
+  const int joint = model.Node({{"name", "joint"}, {"extras", {{"bone", true}}}});
+  const int still = model.Node({{"name", "still"}, {"translation", {1, 0, 0}}}, joint);
+  const int moving = model.Node({{"name", "moving"}}, still);
+  const int wheel = model.Node({{"name", "wheel"}, {"mesh", model.Triangle()}}, moving);
+  model.Node({{"name", "idle"}}, joint);
+  model.Channel(0, moving, "translation", {0, 1}, {0, 0, 0, 0, 4, 0});
+  model.Channel(0, 4, "translation", {0, 1}, {0, 0, 0, 0, 4, 0});
+  ASSERT_TRUE(Read(model)) << told.fault;
+  EXPECT_EQ(Outline(), (outline{"bone joint", "bone still < joint", "bone moving < still",
+                                "skin wheel", "empty idle < joint"}));
+  EXPECT_EQ(wheel, 3);
+  cpoint3 low;
+  cpoint3 high;
+  Node("wheel")->GetBBoxAtFrame(20, low, high);
+  EXPECT_NEAR(low.z, 4.0F, 1e-5F);
+  auto& skin = *static_cast<cskin*>(Node("wheel"));
+  ASSERT_EQ(skin.GetVertNumWeights(1), 1);
+  cskinweight weight;
+  skin.GetVertWeight(1, 0, weight);
+  EXPECT_EQ(weight.bone, Node("moving"));
+  EXPECT_EQ(weight.weight, 1.0F);
+}
+
+TEST_F(ReadNodes, PrimitivesAreSurfacesWithNamesOfTheirOwn) {
+  gltfmodel model;
+  const int mesh = model.Triangle();
+  json& parts = model.doc["meshes"][0]["primitives"];
+  parts.push_back(parts[0]);
+  parts.push_back({{"attributes", parts[0]["attributes"]}, {"mode", 1}});
+  parts.push_back(parts[0]);
+  const int first = model.Node({{"name", "a"}, {"mesh", mesh}, {"scale", {2, 2, 2}}});
+  model.Node({{"name", "child"}}, first);
+  model.Node({{"name", "a_1"}, {"mesh", mesh}});
+  model.Channel(0, first, "translation", {0, 1}, {0, 0, 0, 8, 0, 0});
+  ASSERT_TRUE(Read(model)) << told.fault;
+  EXPECT_EQ(Outline(), (outline{"mesh a", "mesh a_2", "mesh a_3", "empty child < a", "mesh a_1",
+                                "mesh a_1_1", "mesh a_1_2"}));
+  EXPECT_EQ(told.warnings, (outline{"points and lines are left out: mesh 0, primitive 2"}));
+  EXPECT_NEAR(Node("a_3")->GetPosAtFrame(20).x, 8.0F, 1e-6F);
+  EXPECT_NEAR(MeshOf(Node("a")).verts[1].x, 2.0F, 1e-6F);
+}
+
+TEST_F(ReadNodes, AParentThatStandsBehindItsChildComesBeforeIt) {
+  gltfmodel model;
+  model.doc["nodes"] = json::parse(R"([{"name": "leaf"}, {"name": "other"},
+      {"name": "top", "children": [3]}, {"name": "mid", "children": [0]}])");
+  model.doc["scenes"][0]["nodes"] = {1, 2};
+  ASSERT_TRUE(Read(model)) << told.fault;
+  EXPECT_EQ(Outline(),
+            (outline{"empty top", "empty mid < top", "empty leaf < mid", "empty other"}));
+  // Without scenes all roots are shown.
+  model.doc.erase("scenes");
+  core::scene all;
+  ASSERT_TRUE(gltf::ReadScene(files.Write("all.glb", model.Binary()), how, all, told));
+  EXPECT_EQ(all.Nodes().size(), 4U);
+}
+
+TEST_F(ReadNodes, ASkinIgnoresItsNodeAndItsChildrenDoNot) {
+  gltfmodel model;
+  const int joint = model.Node({{"name", "joint"}, {"translation", {0, 5, 0}}});
+  const int mesh = model.Mesh(
+      {{"attributes",
+        {{"POSITION", model.Floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 0, 1})},
+         {"JOINTS_0", model.Bytes("VEC4", {0, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0})},
+         {"WEIGHTS_0", model.Accessor("VEC4", 5121, {254, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 0})}}}});
+  model.Accessors().back()["normalized"] = true;
+  const int body =
+      model.Node({{"name", "body"}, {"mesh", mesh}, {"skin", 0}, {"translation", {7, 0, 0}}});
+  model.Node({{"name", "child"}}, body);
+  model.doc["skins"] = {{{"joints", {joint}}}};
+  ASSERT_TRUE(Read(model)) << told.fault;
+  EXPECT_EQ(Outline(), (outline{"bone joint", "empty body", "skin body", "empty child < body"}));
+  EXPECT_EQ(Node("child")->GetPosAtFrame(0).x, 7.0F);
+  EXPECT_EQ(told.warnings, (outline{"vertices of skins without a weight keep still: 1"}));
+  auto& skin = *static_cast<cskin*>(scene.Nodes()[2]);
+  cskinweight weight;
+  ASSERT_EQ(skin.GetVertNumWeights(0), 1);  // the joint that is not there has no weight
+  skin.GetVertWeight(0, 0, weight);
+  EXPECT_EQ(weight.weight, 1.0F);  // 254/255, rounded by its writer
+  EXPECT_EQ(skin.GetVertNumWeights(2), 0);
+  cpoint3 low;
+  cpoint3 high;
+  skin.GetBBoxAtFrame(0, low, high);
+  EXPECT_NEAR(low.z, 5.0F, 1e-6F);
+  EXPECT_NEAR(high.x, 1.0F, 1e-6F);
+}
+
+TEST_F(ReadNodes, WhatIsLeftOutIsSaidOnceAKind) {
+  gltfmodel model;
+  const int places = model.Floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 1, 0});
+  model.Mesh({{"attributes",
+               {{"POSITION", places},
+                {"COLOR_0", places},
+                {"TEXCOORD_0", places},
+                {"TEXCOORD_1", model.Floats("VEC2", {0, 0, 1, 0, 0, 1})}}},
+              {"material", 0},
+              {"targets", json::array({{{"POSITION", places}}})}});
+  model.Mesh({{"attributes", {{"NORMAL", places}}}});
+  model.doc["materials"] = json::parse(R"([{"name": "m", "pbrMetallicRoughness":
+      {"baseColorTexture": {"index": 0, "texCoord": 1,
+       "extensions": {"KHR_texture_transform": {"offset": [1, 0]}}}}}])");
+  model.doc["textures"] = json::array({json::object()});
+  for (int i = 0; i < 3; ++i) {
+    model.Node({{"mesh", i % 2}});
+    model.Node({{"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
+  }
+  model.Channel(0, 0, "translation", {0}, {0, 0, 0});
+  model.doc["animations"][0]["channels"].push_back(
+      {{"sampler", 0}, {"target", {{"node", 0}, {"path", "weights"}}}});
+  ASSERT_TRUE(Read(model)) << told.fault;
+  EXPECT_EQ(
+      told.warnings,
+      (outline{"material m: its texture has an image of an unknown format",
+               "lights are left out: 3, the first is node_1",
+               "primitives without vertices are left out: mesh 1, primitive 0",
+               "morph targets are left out: mesh 0, primitive 0",
+               "vertex colours are left out: mesh 0, primitive 0",
+               "texture coordinates beyond those of the colour image are left out: mesh 0, "
+               "primitive 0",
+               "texture transforms are left out: m", "animations of morph targets are left out"}));
+}
+
+}  // namespace
