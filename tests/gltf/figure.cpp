@@ -97,7 +97,7 @@ cskin* AddBoundSkin(const std::string& name, const std::vector<cpoint3>& places,
 
 figure AddFigure() {
   figure made;
-  std::vector<cmatrix4> binds;
+  std::vector<cmatrix4>& binds = made.binds;
   float phase = 0.0F;
   for (const bonedesign& bone : kBones) {
     phase += 1.3F;

@@ -13,6 +13,7 @@
 // stands 60 units high with its arms out. Up to four weights a vertex. Skins "body" and "arms".
 struct figure {
   std::vector<cnode*> bones;
+  std::vector<cmatrix4> binds;  // of the bones, into the world
   cskin* body;
   cskin* arms;
 };
