@@ -82,12 +82,19 @@ void exportanswers::Answer(desktop::scriptedwindow& window, const controls& ids)
   }
   const std::int64_t start = Number(window, ids.start);
   const std::int64_t end = Number(window, ids.end);
+  const std::int64_t frames = end - start + 1;
+  if (frames > choices_.mostFrames) {
+    refusal_ = "the format has room for " + std::to_string(choices_.mostFrames) + " frames, not " +
+               std::to_string(frames);
+    window.Cancel();
+    return;
+  }
   window.Ok();
   if (!window.Ended()) {
     window.Cancel();
     return;
   }
-  range_ = framerange{start, end - start + 1};
+  range_ = framerange{start, frames};
 }
 
 void importanswers::Attach(desktop::scripteddesktop& desk) {
@@ -115,6 +122,9 @@ void importanswers::AnswerSkeletal(desktop::scriptedwindow& window) {
   if (!PickSkin(window) || !PickSequences(window)) {
     window.Cancel();
     return;
+  }
+  if (const int row = window.SelectedRow(kSkins); row >= 0 && choices_.materials) {
+    skin_ = window.Rows(kSkins)[static_cast<std::size_t>(row)];
   }
   SetBox(window, kMeshes, choices_.meshes);
   SetBox(window, kMaterials, choices_.materials);

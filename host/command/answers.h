@@ -4,6 +4,7 @@
 // dialogs' controls, so the dialogs' own rules decide what comes of them.
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@ struct exportchoices {
   std::string origin;     // name of the origin object, empty for none
   bool modelsDir = true;  // "Use 'models' as the directory for filenames"
   std::string mdx;        // the mdx file beside an mdm; empty: none
+  std::int64_t mostFrames = std::numeric_limits<std::int64_t>::max();  // that the format has
 };
 
 struct importchoices {
@@ -49,6 +51,8 @@ class exportanswers {
   // The desktop's dialogs are answered from here on; this object outlives that.
   void Attach(desktop::scripteddesktop& desk);
 
+  // Why the dialog was cancelled: a range that the format cannot hold. Empty when it was not.
+  const std::string& Refusal() const { return refusal_; }
   // What the accepted dialog asked for; none before, and none where the user was asked.
   const std::optional<framerange>& Range() const { return range_; }
 
@@ -62,6 +66,7 @@ class exportanswers {
 
   exportchoices choices_;
   std::optional<framerange> range_;
+  std::string refusal_;
 };
 
 class importanswers {
@@ -75,6 +80,8 @@ class importanswers {
   const std::string& Refusal() const { return refusal_; }
   // What the dialogs changed or could not offer.
   bool NoSequences() const { return noSequences_; }
+  // The .skin file that the dialog selects; empty for none.
+  const std::string& Skin() const { return skin_; }
   // The frame that was too high, clamped to the model's last.
   std::optional<int> ClampedTo() const { return clampedTo_; }
 
@@ -87,6 +94,7 @@ class importanswers {
   importchoices choices_;
   std::string refusal_;
   bool noSequences_ = false;
+  std::string skin_;
   std::optional<int> clampedTo_;
 };
 

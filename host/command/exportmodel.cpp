@@ -23,6 +23,17 @@ bool HasNode(const core::scene& scene, int type) {
                              [type](cnode* node) { return node->GetType() == type; });
 }
 
+// The names of a list that may be long.
+std::string FirstFew(std::vector<std::string> names) {
+  constexpr std::size_t kFew = 20;
+  if (names.size() <= kFew) {
+    return Joined(names);
+  }
+  const std::size_t more = names.size() - kFew;
+  names.resize(kFew);
+  return Joined(names) + " and " + std::to_string(more) + " more";
+}
+
 // What a scene has and the format does not take, and would leave out without a word.
 void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
                        const exportchoices& choices, const core::scene& scene) {
@@ -36,7 +47,7 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
     out.Warning(path,
                 "meshes that no skeleton moves are left out, since the format has surfaces "
                 "of skins only: " +
-                    Joined(meshes));
+                    FirstFew(meshes));
   }
   if (IsSkeletal(kind) && !HasNode(scene, kNodeBone)) {
     out.Warning(path, "the scene has no bones, so the model has no skeleton");
@@ -76,7 +87,7 @@ writtenmodel CheckWritten(const std::string& path, const core::scene& scene,
   writtenmodel written;
   const std::string fault = FaultOfWritten(path, kind, ExpectedOf(scene, kind, range), written);
   if (!fault.empty()) {
-    throw failure(path, "what was written does not read back, and is removed: " + fault);
+    throw failure(path, "could not be written whole, so everything is as it was before: " + fault);
   }
   return written;
 }
@@ -134,12 +145,19 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   if (!mdx.empty()) {
     kept.Add(mdx);
   }
-  exportanswers answers(options.choices);
+  exportchoices choices = options.choices;
+  if (kind == filekind::Mdc) {
+    choices.mostFrames = kMostMdcFrames;
+  }
+  exportanswers answers(choices);
   const int result = host.Export(handler, scene, path, answers, [&](const std::string& chosen) {
     const bool added = AddChosen(out, kept, chosen);
     mdx = added ? chosen : mdx;
     return added;
   });
+  if (!answers.Refusal().empty()) {
+    throw failure(path, answers.Refusal());
+  }
   if (result == kRunNothing) {
     return kExitNothing;
   }
@@ -150,15 +168,13 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     return kExitFailed;
   }
   const std::optional<framerange>& range = answers.Range();
-  if (kind == filekind::Mdc && range && range->frames > kMostMdcFrames) {
-    throw failure(path, "an mdc has at most " + std::to_string(kMostMdcFrames) + " frames");
-  }
   const writtenmodel written = CheckWritten(path, scene, range);
   writtenmodel writtenMdx;
   if (!mdx.empty()) {
     writtenMdx = CheckWritten(mdx, scene, range);
     if (const std::string fault = FaultOfPair(path, mdx); !fault.empty()) {
-      throw failure(path, "does not fit to " + mdx + ", and both are removed: " + fault);
+      throw failure(path,
+                    "does not fit to " + mdx + ", so everything is as it was before: " + fault);
     }
   }
   kept.Keep();

@@ -26,6 +26,12 @@ void TellWhatChanged(console& out, const std::string& path, const importchoices&
     out.Warning(path, "has no frame " + std::to_string(*choices.frame) + ": frame " +
                           std::to_string(*answers.ClampedTo()) + " is imported");
   }
+  if (!answers.Skin().empty() && !HasModelsFolder(ImportPath(path))) {
+    out.Warning(path, answers.Skin() +
+                          " is not read, so surfaces wear no images: its paths begin "
+                          "at the game's directory, which is known only of a model "
+                          "inside its models folder");
+  }
   if (answers.NoSequences() && !choices.firstFrame && choices.bones && choices.animation) {
     TellFirstFrameOnly(out, path, choices.mdx);
   }

@@ -115,6 +115,8 @@ void RequireReadable(const std::string& path) {
   }
 }
 
+bool HasModelsFolder(const std::string& path) { return ModelsFolder(path) != std::string::npos; }
+
 std::string ImportPath(const std::string& path) {
   const std::size_t folder = ModelsFolder(path);
   if (folder == 0) {
@@ -123,7 +125,7 @@ std::string ImportPath(const std::string& path) {
   if (folder == std::string::npos) {
     std::error_code error;
     const std::string whole = fs::absolute(path, error).string();
-    if (!error && ModelsFolder(whole) != std::string::npos) {
+    if (!error && HasModelsFolder(whole)) {
       return whole;
     }
   }

@@ -30,6 +30,8 @@ void RequireReadable(const std::string& path);
 // folder, with something before it, since it derives the game's directory and that of the files
 // beside the model from it: the user's own where it does, else the absolute path.
 std::string ImportPath(const std::string& path);
+// Whether the path leads through a models folder, without which an importer reads no .skin file.
+bool HasModelsFolder(const std::string& path);
 
 // The mdx file that belongs to an mdm: the user's, else the one of the same name beside it. Fails
 // with the names of those that it could be.

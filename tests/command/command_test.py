@@ -124,6 +124,8 @@ class Export(program.ProgramTest):
         for name in "x.mdc", "x.mdx":
             self.fails(3, "export", SAMPLE, "-o", name, "--start", "5", "--end", "3",
                        saying=[name, "Start Frame must not be greater than End Frame!"])
+        self.fails(1, "export", SAMPLE, "-o", "x.mdc", "--end", "65535",
+                   saying=["x.mdc", "65535 frames, not 65536"])
         self.assertEqual(old.read_text(), "old")
         self.assertEqual(self.names(), ["x.mdc"])
 

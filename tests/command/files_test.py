@@ -76,6 +76,10 @@ class Import(program.ProgramTest):
         result = self.run_in(folder, "import", "a.mds", "-o", "x.glb", "--skin", "d.skin")
         self.assertEqual(result.code, 1)
         self.assertIn("b.skin, c.skin", result.err)
+        self.write("b.skin", "body,models/players/b.tga\n")
+        (folder / "a.mds").rename(self.dir / "a.mds")
+        result = self.marrow("import", "a.mds", "-o", "x.glb", "--first-frame")
+        self.assertIn("b.skin is not read", result.err)
 
     def test_the_mdx_of_an_mdm(self):
         (self.dir / "a.mdx").rename(self.dir / "A.Mdx")
