@@ -64,12 +64,13 @@ class Keep(program.ProgramTest):
 
     @unittest.skipIf(open("/proc/sys/vm/overcommit_memory").read().strip() == "1",
                      "this system gives out memory that it does not have")
+    @unittest.skipIf(b"__asan_init" in open(MARROW, "rb").read(),
+                     "the address sanitizer ends a program that asks for too much memory")
     def test_a_failed_assertion(self):
         self.olds("a.mds")
         # More frames than memory has room for.
-        environment = {**os.environ, "ASAN_OPTIONS": "allocator_may_return_null=1"}
         self.fails(1, "export", SAMPLE, "-o", "a.mds", "--end", "2147483646",
-                   saying=["a.mds", "assertion", "Frames"], env=environment)
+                   saying=["a.mds", "assertion", "Frames"])
         self.assert_olds("a.mds")
 
     def test_signals(self):
