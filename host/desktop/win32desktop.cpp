@@ -72,8 +72,8 @@ int win32desktop::RunDialog(const cdialogtemplate& dialog, cdialogrules& rules, 
 cdialogwindow* win32desktop::OpenDialog(const cdialogtemplate& dialog, cdialogrules& rules,
                                         const char* caption) {
   auto window = std::make_unique<win32window>(rules);
-  HWND const opened = CreateDialogParamA(Instance(dialog), Resource(dialog), nullptr,
-                                         win32window::Procedure, Parameter(*window));
+  HWND opened = CreateDialogParamA(Instance(dialog), Resource(dialog), nullptr,
+                                   win32window::Procedure, Parameter(*window));
   if (opened == nullptr) {
     return nullptr;
   }

@@ -4,6 +4,7 @@
 
 #include "desktop/picker.h"
 #include "desktop/win32.h"
+#include "desktop/win32attached.h"
 
 namespace desktop {
 
@@ -19,7 +20,7 @@ struct choice {
 void Open(HWND window, const choice& asked) {
   SetWindowTextA(window, asked.title);
   SetDlgItemTextA(window, IDOK, asked.button);
-  HWND const list = GetDlgItem(window, kPickerList);
+  HWND list = GetDlgItem(window, kPickerList);
   for (cnode* node : *asked.candidates) {
     SendMessageA(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(node->GetName()));
   }
@@ -37,21 +38,20 @@ bool Take(HWND window, choice& asked) {
 }
 
 INT_PTR CALLBACK Procedure(HWND window, UINT message, WPARAM wide, LPARAM parameter) {
+  auto* const asked = Attached<choice>(window, message, parameter);
   if (message == WM_INITDIALOG) {
-    SetWindowLongPtrA(window, DWLP_USER, parameter);
-    Open(window, *reinterpret_cast<choice*>(parameter));
+    Open(window, *asked);
     return TRUE;
   }
-  if (message != WM_COMMAND) {
+  if (message != WM_COMMAND || asked == nullptr) {
     return FALSE;
   }
-  auto& asked = *reinterpret_cast<choice*>(GetWindowLongPtrA(window, DWLP_USER));
   const int id = LOWORD(wide);
   const int code = HIWORD(wide);
   if (id == kPickerList && code == LBN_SELCHANGE) {
     EnableWindow(GetDlgItem(window, IDOK), TRUE);
   } else if (id == IDOK || (id == kPickerList && code == LBN_DBLCLK)) {
-    if (Take(window, asked)) {
+    if (Take(window, *asked)) {
       EndDialog(window, 1);
     }
   } else if (id == IDCANCEL) {

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <vector>
 
+#include "desktop/win32attached.h"
+
 namespace desktop {
 
 namespace {
@@ -15,14 +17,12 @@ LPARAM TextParameter(const char* text) { return reinterpret_cast<LPARAM>(text); 
 }  // namespace
 
 INT_PTR CALLBACK win32window::Procedure(HWND window, UINT message, WPARAM wide, LPARAM parameter) {
+  auto* const opened = Attached<win32window>(window, message, parameter);
   if (message == WM_INITDIALOG) {
-    SetWindowLongPtrA(window, DWLP_USER, parameter);
-    auto* const opened = reinterpret_cast<win32window*>(parameter);
     opened->window_ = window;
     opened->rules_->OnInit(*opened);
     return TRUE;
   }
-  auto* const opened = reinterpret_cast<win32window*>(GetWindowLongPtrA(window, DWLP_USER));
   // Buttons, check boxes, Enter and Escape; edit fields and lists send other codes.
   if (message == WM_COMMAND && HIWORD(wide) == BN_CLICKED && opened != nullptr) {
     opened->rules_->OnCommand(*opened, LOWORD(wide));
