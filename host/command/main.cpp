@@ -26,6 +26,7 @@ int Parse(int argc, char** argv, command::programstate& state) {
   CLI::App app(kAbout, "marrow");
   app.set_version_flag("--version", MARROW_VERSION);
   app.formatter(std::make_shared<command::helpformat>());
+  app.allow_windows_style_options(false);  // a path may begin with a slash there too
   app.require_subcommand(1);
   command::DefineHandlers(app, state);
   command::DefineImport(app, state);

@@ -43,4 +43,5 @@ def main():
     sys.exit(expected != exported)
 
 
-main()
+if __name__ == "__main__":
+    main()
