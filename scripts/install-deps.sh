@@ -1,15 +1,24 @@
 #!/usr/bin/env bash
 # Installs what a build needs from Debian's packages; with --tests also what the tests, the
-# sanitizers, the format and lint checks and the viewer checks need.
+# sanitizers, the format and lint checks and the viewer checks need, with --windows also what the
+# Windows build and its tests need, with --pictures what makes pictures of its windows.
 set -euo pipefail
 
 packages=(g++ cmake ninja-build
   nlohmann-json3-dev libstb-dev libeigen3-dev libcli11-dev)
-if [ "${1:-}" = "--tests" ]; then
-  packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
-    clang-tidy-14 python3 python3-numpy binutils valgrind chromium)
-  command -v npm >/dev/null || packages+=(nodejs npm)
-fi
+for option in "$@"; do
+  case $option in
+  --tests)
+    packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
+      clang-tidy-14 python3 python3-numpy binutils valgrind chromium)
+    command -v npm >/dev/null || packages+=(nodejs npm)
+    ;;
+  --windows)
+    packages+=(g++-mingw-w64-x86-64-posix googletest wine64 xvfb clang-tidy-14 python3 binutils)
+    ;;
+  --pictures) packages+=(imagemagick xdotool) ;;
+  esac
+done
 
 missing=()
 for package in "${packages[@]}"; do
