@@ -48,19 +48,17 @@ inline float SumOf(const skelmesh& mesh, std::int32_t numBones) {
   float sum = 0.0F;
   const std::vector<float> poses(static_cast<std::size_t>(numBones), 1.0F);
   for (const skelsurfentry& entry : mesh.surfaces) {
+    std::vector<float> us;
     cvertexwalk walk = mesh.Vertices(entry);
-    std::vector<float> positions;
     for (std::int32_t v = 0; v < entry.surface->numVerts; ++v, walk.Next()) {
-      positions.push_back(walk.Vertex().texCoords[1]);
+      us.push_back(walk.Vertex().texCoords[0]);
       for (std::int32_t w = 0; w < walk.Vertex().numWeights; ++w) {
-        const skelWeight& weight = walk.Weights()[w];
-        if (weight.boneIndex >= 0) {
-          positions.back() += weight.offset[2] * poses[static_cast<std::size_t>(weight.boneIndex)];
-        }
+        const std::int32_t bone = walk.Weights()[w].boneIndex;
+        sum += bone < 0 ? 0.0F : poses[static_cast<std::size_t>(bone)];
       }
     }
     for (std::int32_t t = 0; t < entry.surface->numTriangles; ++t) {
-      sum += positions[static_cast<std::size_t>(entry.triangles[t][2])];
+      sum += us[static_cast<std::size_t>(entry.triangles[t][2])];
     }
   }
   return sum;
@@ -69,13 +67,12 @@ inline float SumOf(const skelmesh& mesh, std::int32_t numBones) {
 inline float SumOf(const skelrig& rig) {
   float sum = 0.0F;
   for (const skelFrame* frame : rig.frames) {
-    sum += frame->parentOffset[2];
     std::vector<float> poses;
     for (std::int32_t b = 0; b < rig.numBones; ++b) {
       const std::int32_t parent = rig.bones[b].parent;
-      poses.push_back(parent < 0 ? 0.0F : poses[static_cast<std::size_t>(parent)]);
-      poses.back() += static_cast<float>(skelrig::BoneFrames(frame)[b].ofsAngles[1]);
-      sum += poses.back() + rig.bones[b].name[63];
+      poses.push_back(parent < 0 ? float{frame->parentOffset[2]}
+                                 : poses[static_cast<std::size_t>(parent)]);
+      sum += poses.back() + static_cast<float>(skelrig::BoneFrames(frame)[b].ofsAngles[1]);
     }
   }
   return sum;

@@ -6,6 +6,14 @@ void PutAll(bytewriter& file, const skelmodel::triple& values) {
   file.F32({values[0], values[1], values[2]});
 }
 
+void PutAll(bytewriter& file, std::initializer_list<std::int64_t> numbers) {
+  for (const std::int64_t number : numbers) {
+    file.I32(number);
+  }
+}
+
+std::int64_t SizeOf(const auto& list) { return static_cast<std::int64_t>(list.size()); }
+
 void PutBones(bytewriter& file, const skelmodel& model) {
   for (const skelmodel::bone& bone : model.bones) {
     file.Name(bone.name, 64);
@@ -37,19 +45,11 @@ void PutSurface(bytewriter& file, const skelmodel::surface& surface, bool mds) {
   file.I32(mds ? 8 : 9);
   file.Name(surface.name, 64);
   file.Name("models/never read.tga", 64);
-  file.I32(0);
-  file.I32(0);
-  file.I32(-start);
-  file.I32(static_cast<int>(surface.verts.size()));
-  file.I32(0);
-  file.I32(static_cast<int>(surface.triangles.size()));
-  for (int i = 0; i < 5; ++i) {
-    file.I32(0);
-  }
+  PutAll(file, {0, 0, -start, SizeOf(surface.verts), 0, SizeOf(surface.triangles), 0, 0, 0, 0, 0});
   offset(148);
   for (const skelmodel::vertex& vertex : surface.verts) {
     file.F32({0, 0, 1, vertex.st[0], vertex.st[1]});
-    file.I32(static_cast<int>(vertex.weights.size()));
+    file.I32(SizeOf(vertex.weights));
     if (mds) {
       file.I32(0);
       file.F32(0);
@@ -77,16 +77,7 @@ bytes skelmodel::WriteMds() const {
   file.I32(4);
   file.Name(name, 64);
   file.F32({lodScale, lodBias});
-  file.I32(static_cast<int>(frames.size()));
-  file.I32(static_cast<int>(bones.size()));
-  file.I32(120);
-  file.I32(0);
-  file.I32(0);
-  file.I32(static_cast<int>(surfaces.size()));
-  file.I32(0);
-  file.I32(static_cast<int>(tags.size()));
-  file.I32(0);
-  file.I32(0);
+  PutAll(file, {SizeOf(frames), SizeOf(bones), 120, 0, 0, SizeOf(surfaces), 0, SizeOf(tags), 0, 0});
   PutFrames(file, *this);
   file.Patch(92, file.Position());
   PutBones(file, *this);
@@ -110,11 +101,7 @@ bytes skelmodel::WriteMdm() const {
   file.I32(3);
   file.Name(name, 64);
   file.F32({lodBias, lodScale});
-  file.I32(static_cast<int>(surfaces.size()));
-  file.I32(100);
-  file.I32(static_cast<int>(tags.size()));
-  file.I32(0);
-  file.I32(0);
+  PutAll(file, {SizeOf(surfaces), 100, SizeOf(tags), 0, 0});
   for (const surface& each : surfaces) {
     PutSurface(file, each, false);
   }
@@ -126,10 +113,7 @@ bytes skelmodel::WriteMdm() const {
     }
     file.I32(each.bone);
     PutAll(file, each.offset);
-    file.I32(1);
-    file.I32(128);
-    file.I32(132);
-    file.I32(each.bone);
+    PutAll(file, {1, 128, 132, each.bone});
   }
   file.Patch(96, file.Position());
   return file.Content();
@@ -140,12 +124,7 @@ bytes skelmodel::WriteMdx() const {
   file.Name("MDXW", 4);
   file.I32(2);
   file.Name(name, 64);
-  file.I32(static_cast<int>(frames.size()));
-  file.I32(static_cast<int>(bones.size()));
-  file.I32(96);
-  file.I32(0);
-  file.I32(0);
-  file.I32(0);
+  PutAll(file, {SizeOf(frames), SizeOf(bones), 96, 0, 0, 0});
   PutFrames(file, *this);
   file.Patch(84, file.Position());
   PutBones(file, *this);

@@ -62,16 +62,4 @@ TEST_F(Sequences, AnincStandsBesideTheMdx) {
   EXPECT_FALSE(LoadAninc("nostop", sequences));
 }
 
-TEST_F(Sequences, RecordsStayWhileTheListGrows) {
-  canimsequences sequences("Test");
-  animseq each;
-  sequences.AddAnimSequence(each);
-  const animseq* const first = sequences.Records()[0];
-  for (each.startframe = 1; each.startframe < 1000; ++each.startframe) {
-    sequences.AddAnimSequence(each);
-  }
-  EXPECT_EQ(sequences.Records()[0], first);
-  EXPECT_EQ(sequences[999].startframe, 999);
-}
-
 }  // namespace
