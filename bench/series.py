@@ -16,7 +16,7 @@ import sys
 
 VERTS = 500
 RUNS = 5
-COUNTED = {"vertex": 10_000_000, "joint": 200_000}  # what callgrind is asked for at most
+COUNTED = {"vertex": 2_500_000, "joint": 100_000}  # what callgrind is asked for at most
 FLAT = 0.15      # of an mdc export, around the middle of its series
 EXPONENT = 1.05  # of a skeletal run, over a doubling series
 BARE = 3.0       # CPU time of an import over that of the bare loop
