@@ -16,7 +16,7 @@ for option in "$@"; do
   --windows)
     packages+=(g++-mingw-w64-x86-64-posix googletest wine64 xvfb clang-tidy-14 python3 binutils)
     ;;
-  --pictures) packages+=(imagemagick xdotool) ;;
+  --pictures) packages+=(imagemagick xdotool fonts-wine) ;;
   esac
 done
 

@@ -12,6 +12,9 @@ scripts/install-deps.sh --windows --pictures
 cmake --preset windows
 cmake --build --preset windows --target marrow marrow_module
 . scripts/wine.sh
+# The dialogs' font and the signs of a window's frame, where Wine looks for them at its next start.
+cp /usr/share/wine/fonts/*.ttf "$WINEPREFIX/drive_c/windows/Fonts"
+/usr/lib/wine/wineserver64 -k
 
 # Waits for a window of that title and takes it; `window` is its number then. Titles are patterns.
 take() { # TITLE NAME
@@ -28,6 +31,10 @@ take() { # TITLE NAME
   echo "no window $1" >&2
   exit 1
 }
+finish() { # KEY: ends the dialog, and the program with it
+  press "$1"
+  wait $! || true
+}
 press() { xdotool key --clearmodifiers "$@"; }
 start() { wine "$marrow" "$@" --quiet --scale 40 >"$work/log" 2>&1 & }
 
@@ -42,20 +49,17 @@ done
 
 start import figure.mdc -o frame.glb
 take 'MDC Importer' dialog-102
-press Escape
-wait $!
+finish Escape
 
 # The dialog of an mds has no title.
 start import figure.mds -o figure.glb
 sleep 2
 take '^$' dialog-101
-press Escape
-wait $!
+finish Escape
 
 start export "$sample" -o other.mdm
 take 'MDM/MDX Exporter' dialog-105
-press Escape
-wait $!
+finish Escape
 
 start export "$sample" -o other.mdc
 take 'MDC/MDS Exporter' dialog-103

@@ -76,6 +76,8 @@ void WithUser(const std::function<void(realwindow&)>& user, const std::function<
   player.join();
 }
 
+void LoseFocus() { SetFocus(nullptr); }
+
 bool realwindow::Type(int id, const std::string& text) {
   HWND const edit = Control(id);
   if (!Enabled(id) || (GetWindowLongA(edit, GWL_STYLE) & ES_READONLY) != 0) {
@@ -193,6 +195,7 @@ bool realdesktop::AskOpenFile(const cfiledialog& dialog, std::string& path) {
   bool chosen = false;
   WithUser([&](realwindow& window) { AnswerFileDialog(onOpenFile, dialog, window); },
            [&] { chosen = win32desktop::AskOpenFile(dialog, path); });
+  LoseFocus();
   return chosen;
 }
 
@@ -200,6 +203,7 @@ bool realdesktop::AskSaveFile(const cfiledialog& dialog, std::string& path) {
   bool chosen = false;
   WithUser([&](realwindow& window) { AnswerFileDialog(onSaveFile, dialog, window); },
            [&] { chosen = win32desktop::AskSaveFile(dialog, path); });
+  LoseFocus();
   return chosen;
 }
 

@@ -70,5 +70,9 @@ class realdesktop final : public desktop::win32desktop {
   void SleepMilliseconds(int milliseconds) override;
 };
 
+// Leaves the thread's windows without the focus, which a closing dialog may or may not give to the
+// next one by itself.
+void LoseFocus();
+
 // Runs `shows`, which opens a dialog and returns when it is closed, with `user` before it.
 void WithUser(const std::function<void(realwindow&)>& user, const std::function<void()>& shows);

@@ -178,6 +178,7 @@ TEST_F(RealRun, ThePickerIsAListOfTheScene) {
   core::SetPicker([&](const std::vector<cnode*>& nodes, const char* title, const char* button) {
     cnode* chosen = nullptr;
     WithUser(user, [&] { chosen = desktop::PickFromWindow(nodes, title, button); });
+    LoseFocus();
     return chosen;
   });
   real.scripts[103] = [&](realwindow& dialog) {
