@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "command/failure.h"
+#include "command/helperbones.h"
 #include "command/keptfiles.h"
 #include "command/modelcheck.h"
 #include "command/sequencefile.h"
@@ -57,6 +58,27 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
       })) {
     out.Warning(path,
                 "the scene has no node " + choices.origin + ": its own origin is the model's");
+  }
+}
+
+std::string Counted(std::size_t number, const std::string& what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
+void TellWhatWasHelped(console& out, const std::string& path, const helperbones& made) {
+  std::vector<std::string> parts;
+  if (!made.stretching.empty()) {
+    parts.push_back(Counted(made.stretching.size(), "helper bone") +
+                    " added, since a bone keeps one length and these change theirs: " +
+                    JoinedFew(made.stretching));
+  }
+  if (!made.hung.empty()) {
+    parts.push_back(Counted(made.hung.size(), "further top bone") +
+                    " hung on a bone, since a skeleton has one place for all top bones: " +
+                    JoinedFew(made.hung));
+  }
+  if (!parts.empty()) {
+    out.Note(path, parts.front() + (parts.size() > 1 ? "; " + parts.back() : ""));
   }
 }
 
@@ -140,6 +162,11 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     TellWhatIsLeftOut(out, path, kind, options.choices, scene);
   }
 
+  helperbones helped;
+  if (IsSkeletal(kind) && options.helperBones) {
+    helped = AddHelperBones(scene, kind);
+  }
+
   keptfiles kept(out);
   kept.Add(path);
   if (!mdx.empty()) {
@@ -178,6 +205,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     }
   }
   kept.Keep();
+  TellWhatWasHelped(out, path, helped);
   TellWhatIsLost(out, path, scene, range);
   if (!mdx.empty()) {
     TellWhatIsLost(out, mdx, scene, range);

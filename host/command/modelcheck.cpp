@@ -112,7 +112,7 @@ double Reach(const cmdcfile& file) {
   return reach;
 }
 
-bool IsTag(cnode& node) { return Folded(node.GetName()).starts_with("tag_"); }
+bool IsTag(cnode& node) { return IsTagName(node.GetName()); }
 
 template <class Predicate>
 std::int64_t CountNodes(const core::scene& scene, Predicate&& counts) {

@@ -115,6 +115,13 @@ void exportoptions::Define(CLI::App& app) {
   app.add_flag("--force", force, "With --sequences: replace a sequence file that is there")
       ->needs(sequencesFlag)
       ->group(kGroup);
+  table.Add(AddOff(app, "--no-helper-bones", helperBones,
+                   "Write the skeleton as it is. Without this, a bone whose distance from its "
+                   "parent changes gets a helper bone between the two, and a further top bone "
+                   "that moves on its own is hung on the first, since the formats hold neither. "
+                   "An mdm and its mdx need the same choice")
+                ->group(kGroup),
+            skeletal);
 }
 
 void batchoption::Define(CLI::App& app) {

@@ -39,10 +39,11 @@ struct importoptions {
   void Define(CLI::App& app);
 };
 
-// What the dialogs before an export ask, and the sequence file.
+// What the dialogs before an export ask, the sequence file and the helper bones.
 struct exportoptions {
   exportchoices choices;
   bool sequences = false;
+  bool helperBones = true;
   bool force = false;
   optiontable table;
 

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <unordered_set>
+#include <utility>
 
 #include "core/state.h"
 #include "plugin/host/scene.h"
@@ -14,11 +16,11 @@ namespace {
 
 // Scene units, in which a person is some 40 high. Less is not worth a word.
 constexpr float kWorthTelling = 0.05F;
-constexpr std::size_t kMostNames = 4;
 
-// A node whose place the file cannot have, and how far off it is at worst.
+// A node whose place the file may not have, and how far off it is at worst.
 struct loss {
-  std::string name;
+  cnode* node;
+  std::function<float(int frame)> off;
   float distance = 0.0F;
 };
 
@@ -32,37 +34,29 @@ cpoint3 PlaceOn(cnode& parent, cnode& node, int frame) {
       .GetTrans();
 }
 
-// The largest value of off(frame) over the range.
-template <class Off>
-void AddWorst(std::vector<loss>& losses, cnode& node, const framerange& range, Off&& off) {
-  float worst = 0.0F;
+// Frame by frame, since a scene does not remember the poses of all frames.
+void Measure(std::vector<loss>& losses, const framerange& range) {
   for (std::int64_t i = 0; i < range.frames; ++i) {
-    worst = std::max(worst, off(static_cast<int>(range.start + i)));
-  }
-  if (worst > kWorthTelling) {
-    losses.push_back({node.GetName(), worst});
+    for (loss& one : losses) {
+      one.distance = std::max(one.distance, one.off(static_cast<int>(range.start + i)));
+    }
   }
 }
 
-void Tell(std::vector<std::string>& lines, const std::string& text, std::vector<loss>& losses) {
+void Tell(std::vector<std::string>& lines, const std::string& text, std::vector<loss> losses) {
+  std::erase_if(losses, [](const loss& one) { return one.distance <= kWorthTelling; });
   if (losses.empty()) {
     return;
   }
   std::ranges::stable_sort(losses, std::ranges::greater(), &loss::distance);
   std::vector<std::string> names;
   for (const loss& one : losses) {
-    if (names.size() == kMostNames) {
-      names.push_back("and " + std::to_string(losses.size() - kMostNames) + " more");
-      break;
-    }
     char number[32];
     std::snprintf(number, sizeof number, "%.3g", static_cast<double>(one.distance));
-    names.push_back(one.name + " by up to " + number);
+    names.push_back(std::string(one.node->GetName()) + " by up to " + number);
   }
-  lines.push_back(text + ": " + Joined(names));
+  lines.push_back(text + ": " + JoinedFew(std::move(names)));
 }
-
-bool IsTag(cnode& node) { return Folded(node.GetName()).starts_with("tag_"); }
 
 }  // namespace
 
@@ -72,7 +66,7 @@ std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
   std::vector<cnode*> tags;
   for (cnode* node : scene.Nodes()) {
     if (node->GetType() == kNodeBone) {
-      (kind != filekind::Mds && IsTag(*node) ? tags : bones).push_back(node);
+      (kind != filekind::Mds && IsTagName(node->GetName()) ? tags : bones).push_back(node);
     }
   }
   const std::unordered_set<const cnode*> listed(bones.begin(), bones.end());
@@ -81,12 +75,14 @@ std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
     std::vector<loss> shifted;
     for (cnode* tag : tags) {
       if (cnode* const parent = tag->GetParent(); listed.contains(parent)) {
-        const cpoint3 place = PlaceOn(*parent, *tag, 0);
-        AddWorst(shifted, *tag, range,
-                 [&](int frame) { return (PlaceOn(*parent, *tag, frame) - place).Length(); });
+        shifted.push_back({tag, [=, place = PlaceOn(*parent, *tag, 0)](int frame) {
+                             return (PlaceOn(*parent, *tag, frame) - place).Length();
+                           }});
       }
     }
-    Tell(lines, "tags keep the place on their parent that they have in frame 0", shifted);
+    Measure(shifted, range);
+    Tell(lines, "tags keep the place on their parent that they have in frame 0",
+         std::move(shifted));
     return lines;
   }
   std::vector<loss> stretched;
@@ -94,17 +90,20 @@ std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
   cnode* top = nullptr;
   for (cnode* bone : bones) {
     if (cnode* const parent = bone->GetParent(); listed.contains(parent)) {
-      const float length = PlaceOn(*parent, *bone, 0).Length();
-      AddWorst(stretched, *bone, range,
-               [&](int frame) { return std::abs(Between(*bone, *parent, frame) - length); });
+      stretched.push_back({bone, [=, length = PlaceOn(*parent, *bone, 0).Length()](int frame) {
+                             return std::abs(Between(*bone, *parent, frame) - length);
+                           }});
     } else if (top == nullptr) {
       top = bone;
     } else {
-      AddWorst(strayed, *bone, range, [&](int frame) { return Between(*bone, *top, frame); });
+      strayed.push_back({bone, [=](int frame) { return Between(*bone, *top, frame); }});
     }
   }
-  Tell(lines, "bones keep the distance from their parent that they have in frame 0", stretched);
-  Tell(lines, "bones without a parent all stand where the first of them does", strayed);
+  Measure(stretched, range);
+  Measure(strayed, range);
+  Tell(lines, "bones keep the distance from their parent that they have in frame 0",
+       std::move(stretched));
+  Tell(lines, "bones without a parent all stand where the first of them does", std::move(strayed));
   return lines;
 }
 

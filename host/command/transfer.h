@@ -17,7 +17,8 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
                 const importchoices& choices, core::scene& scene);
 
 // Exports the scene; with the mdx file of the choices beside an mdm. The files that stood under the
-// names are only gone when the new ones read back whole. `fps` is the rate of clips without one.
+// names are only gone when the new ones read back whole. The scene may get helper bones. `fps` is
+// the rate of clips without one.
 int ExportModel(console& out, modelhost& host, const std::string& path,
                 const exportoptions& options, double fps, core::scene& scene);
 

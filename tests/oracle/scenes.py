@@ -89,7 +89,8 @@ def blob(scene, random, joints=0, sets=1, size=1.0):
 
 def build(path, kind):
     """Joints under a turned and scaled node, one of them under a plain empty that moves; bones
-    straight up, straight down and of no length; rigid parts and tags on joints; two skins with
+    straight up, straight down and of no length, one that comes near its parent, passes it and goes
+    away again; a top joint of its own; rigid parts and tags on joints; two skins with
     bind poses of their own, one of two primitives, one with up to seven weights a vertex; clips of
     all interpolations, one ending between frames."""
     random = np.random.default_rng(7)
@@ -108,16 +109,17 @@ def build(path, kind):
     s.node("box", hand, mesh=0, translation=[0, 0.1 * size, 0], rotation=turned(random),
            scale=[size, size, 2 * size])
     s.node("tag_hand", hand, translation=[0.1 * size, 0, 0.2 * size], rotation=turned(random))
+    drone = s.node("drone", translation=[1, 1.5, 0], rotation=turned(random))
     top = s.node("TAG_Top", translation=[0, 2, 0], rotation=turned(random))
     rock = s.node("rock", mesh=1, translation=[1, 0, 1], scale=[1, 2, 1])
     s.node("body", mesh=2, skin=0)
     s.node("cloak", mesh=3, skin=1, translation=[5, 5, 5])
 
     s.meshes = [blob(s, random, size=0.2), blob(s, random, size=0.3),
-                blob(s, random, joints=6), blob(s, random, joints=7, sets=2)]
+                blob(s, random, joints=6), blob(s, random, joints=8, sets=2)]
     second = blob(s, random, joints=6)["primitives"][0] | {"material": 1}
     s.meshes[2]["primitives"].append(second)
-    joints = [[root, spine, tail, twist, arm, hand], [hand, arm, pivot, spine, root, tail, twist]]
+    joints = [[root, spine, tail, twist, arm, hand], [hand, arm, pivot, spine, root, tail, twist, drone]]
     for used in joints:
         binds = []
         for _ in used:  # any rigid placement of the joint, made the size of the armature
@@ -135,6 +137,10 @@ def build(path, kind):
                 [np.array([x, 1, 0]) * size for x in (0, 0.3, 0)], "LINEAR"),
                (arm, "rotation", [0, 0.42, 1], [turned(random) for _ in range(3)], "STEP"),
                (top, "translation", [0, 1.13], [[0, 2, 0], [1, 1, 1]], "LINEAR"),
+               (hand, "translation", [0, 0.4, 0.6, 1],
+                [np.array(p) * size for p in ((0, 0, 0.5), (0.4, 0, 1), (0, 0, -1), (0, 0, 0))],
+                "LINEAR"),
+               (drone, "translation", [0, 0.7], [[1, 1.5, 0], [-1, 1, 1]], "LINEAR"),
                (rock, "scale", [0, 1], [[1, 2, 1], [1, 2, 1]], "LINEAR"))
         tangents = random.normal(size=(3, 3, 4)) * 0.5
         tangents[:, 1] = [turned(random) for _ in range(3)]

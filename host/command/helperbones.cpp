@@ -1,0 +1,291 @@
+#include "command/helperbones.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <optional>
+#include <unordered_set>
+#include <utility>
+
+#include "core/pose.h"
+#include "core/state.h"
+#include "core/track.h"
+
+namespace command {
+
+namespace {
+
+// A change of a bone's distance that is worth a helper, in units and as a share of the distance:
+// the share is what a step of the stored angles, 65536 to the turn, moves the bone sideways.
+constexpr double kWorthUnits = 1e-3;
+constexpr double kWorthShare = 2.0 * std::numbers::pi / 65536.0;
+// A helper's length against the bone's largest distance. At half of it the knee would be straight
+// there and snap through its last degrees in no time.
+constexpr double kHelperLength = 0.55;
+// How far the axes of a bone may be from those of a rotation.
+constexpr double kRigid = 1e-3;
+// Bytes that the formats keep of a name.
+constexpr std::size_t kLongestName = 63;
+
+struct framespan {
+  int first = 0;
+  int last = 0;
+
+  std::size_t Count() const { return static_cast<std::size_t>(std::int64_t{last} - first) + 1; }
+};
+
+// Beyond its keys a scene stands still.
+framespan KeyedFrames(const core::scene& scene) {
+  std::optional<framespan> span;
+  for (const cnode* node : scene.Nodes()) {
+    const std::vector<ckey>& keys = node->State().track->State().keys;
+    if (!keys.empty()) {
+      span = span ? framespan{std::min(span->first, keys.front().frame),
+                              std::max(span->last, keys.back().frame)}
+                  : framespan{keys.front().frame, keys.back().frame};
+    }
+  }
+  return span.value_or(framespan{});
+}
+
+std::vector<cnode*> InHierarchyOrder(core::scene& scene) {
+  culongarray order;
+  core::scene* const before = core::scene::CurrentOrNull();
+  core::scene::MakeCurrent(&scene);
+  Interface::GetNodesHierarchy(order);
+  core::scene::MakeCurrent(before);
+  std::vector<cnode*> nodes;
+  for (int i = 0; i < order.Count(); ++i) {
+    nodes.push_back(scene.Nodes()[order[i]]);
+  }
+  return nodes;
+}
+
+// A bone on its way to another parent, with its keys there.
+struct hanging {
+  cnode* bone = nullptr;
+  cnode* parent = nullptr;
+  std::vector<ckey> keys;
+  bool strays = false;  // from the place of the first top bone
+  bool rigid = true;
+};
+
+// The bones of a skeleton as an exporter sees it.
+struct skeleton {
+  std::vector<cnode*> jointed;   // with a parent bone
+  std::vector<hanging> further;  // top bones behind the first
+  cnode* top = nullptr;
+};
+
+skeleton SkeletonOf(core::scene& scene, filekind kind) {
+  // What an exporter takes as the parent of a bone. Only an mds has tags among its bones.
+  std::unordered_set<const cnode*> parents;
+  std::vector<cnode*> bones;
+  for (cnode* node : InHierarchyOrder(scene)) {
+    if (node->GetType() == kNodeBone && (kind == filekind::Mds || !IsTagName(node->GetName()))) {
+      bones.push_back(node);
+      if ((node->GetFlags() & kNodeFlagNoBone) == 0) {
+        parents.insert(node);
+      }
+    }
+  }
+  skeleton found;
+  for (cnode* bone : bones) {
+    cnode* above = bone->GetParent();
+    if (parents.contains(above)) {
+      found.jointed.push_back(bone);
+    } else if (found.top == nullptr) {
+      found.top = bone;
+    } else {
+      while (above != nullptr && !parents.contains(above)) {
+        above = above->GetParent();
+      }
+      above = above == nullptr && parents.contains(found.top) ? found.top : above;
+      if (above != nullptr) {
+        found.further.push_back({bone, above, {}, false, true});
+      }
+    }
+  }
+  return found;
+}
+
+bool Differs(double distance, double from) {
+  return std::abs(distance - from) > std::max(kWorthUnits, kWorthShare * from);
+}
+
+// The longest distance from the parent, where a file's one length for the bone does not do. A file
+// takes that of frame 0.
+std::optional<double> Stretch(const core::trackstate& track, const framespan& span) {
+  if (track.keys.size() < 2) {
+    return {};
+  }
+  const auto distance = [&](int frame) {
+    return static_cast<double>(core::KeyAtFrame(track, frame).pos.Length());
+  };
+  const double kept = distance(0);
+  double longest = kept;
+  bool stretches = false;
+  for (std::size_t i = 0; i < span.Count(); ++i) {
+    const double now = distance(span.first + static_cast<int>(i));
+    longest = std::max(longest, now);
+    stretches = stretches || Differs(now, kept);
+  }
+  return stretches ? std::optional(longest) : std::nullopt;
+}
+
+// Keys of the bones against the parents that they are to have. Frame by frame, since a scene does
+// not remember the poses of all frames.
+void Hang(std::vector<hanging>& further, const cnode& top, const framespan& span) {
+  for (std::size_t i = 0; i < span.Count(); ++i) {
+    const int frame = span.first + static_cast<int>(i);
+    const core::vec3 place = core::WorldAtFrame(top, frame).move;
+    for (hanging& one : further) {
+      const core::affine world = core::WorldAtFrame(*one.bone, frame);
+      core::affine local = core::WorldAtFrame(*one.parent, frame);
+      one.rigid = one.rigid && core::InvertInPlace(local);
+      local = world * local;
+      const core::affine turn = core::RotationOf(local);
+      for (int row = 0; row < 3; ++row) {
+        const core::vec3 off = local.row[row] - turn.row[row];
+        one.rigid = one.rigid && core::Dot(off, off) < kRigid * kRigid;
+      }
+      const core::vec3 apart = world.move - place;
+      one.strays = one.strays || Differs(std::sqrt(core::Dot(apart, apart)), 0.0);
+      ckey key;
+      key.frame = frame;
+      key.pos = core::ToPoint(local.move);
+      key.rot = core::ToQuat(turn);
+      key.scale = MakePt3(1.0F, 1.0F, 1.0F);
+      one.keys.push_back(key);
+    }
+  }
+}
+
+// A direction across the way from parent to bone that turns along with it and never about it, so
+// that a knee does not turn from one frame to the next unless it has to.
+class across {
+ public:
+  core::vec3 Of(const core::vec3& way) {
+    const core::vec3 now = core::Unit(way);
+    if (core::IsZero(now)) {
+      return core::IsZero(side_) ? core::vec3{0.0, 0.0, 1.0} : side_;
+    }
+    if (core::IsZero(side_)) {
+      // Away from the axis that the way is least along.
+      const core::vec3 size{std::abs(now.x), std::abs(now.y), std::abs(now.z)};
+      side_ = size.z <= std::min(size.x, size.y) ? core::vec3{0.0, 0.0, 1.0}
+              : size.y <= size.x                 ? core::vec3{0.0, 1.0, 0.0}
+                                                 : core::vec3{1.0, 0.0, 0.0};
+    } else if (const double turned = 1.0 + core::Dot(last_, now); turned > 1e-9) {
+      // The smallest rotation that takes the last way to this one. A half turn keeps the side.
+      side_ = side_ - (last_ + now) * (core::Dot(side_, now) / turned);
+    }
+    side_ = core::Unit(side_ - now * core::Dot(side_, now));
+    last_ = now;
+    return side_;
+  }
+
+ private:
+  core::vec3 side_;
+  core::vec3 last_;
+};
+
+// A name that no other node has, within what a file keeps, and that the exporters take for what it
+// is: they look the share of the torso up by name, in names with Bip from the seventh character
+// on, so that a helper has that of its bone; and a name that ends in spine says where the torso
+// begins, which is not here.
+class helpernames {
+ public:
+  explicit helpernames(const core::scene& scene) {
+    for (cnode* node : scene.Nodes()) {
+      taken_.insert(Kept(node->GetName()));
+    }
+  }
+
+  std::string For(const std::string& bone) {
+    constexpr std::size_t kPrefix = 6;
+    const bool prefixed = bone.size() > kPrefix && bone.find("Bip") != std::string::npos;
+    std::string own = prefixed ? bone.substr(kPrefix) : bone;
+    if (const std::size_t spine = Folded(own).find("spine");
+        spine != std::string::npos && spine + 5 == own.size()) {
+      own.pop_back();
+    }
+    std::string name = Kept("Bip++ " + own);
+    for (int number = 1; number < 1000 && !taken_.insert(name).second; ++number) {
+      const std::string digits = std::to_string(number);
+      name = Kept("Bip" + digits + std::string(3 - digits.size(), ' ') + own);
+    }
+    return name;
+  }
+
+ private:
+  static std::string Kept(const std::string& name) { return name.substr(0, kLongestName); }
+
+  std::unordered_set<std::string> taken_;
+};
+
+// Puts a helper between the bone and its parent. Its axes are the parent's, so the bone keeps all
+// of its track but the places.
+void AddHelper(core::scene& scene, cnode& bone, double longest, const framespan& span,
+               const std::string& name) {
+  const double length = kHelperLength * longest;
+  core::trackstate& track = bone.State().track->State();
+  std::vector<ckey> upper;
+  std::vector<ckey> lower;
+  upper.reserve(span.Count());
+  lower.reserve(span.Count());
+  across sides;
+  for (std::size_t i = 0; i < span.Count(); ++i) {
+    ckey key = core::KeyAtFrame(track, span.first + static_cast<int>(i));
+    const core::vec3 way = core::ToVec(key.pos);
+    const core::vec3 half = way * 0.5;
+    const core::vec3 side = sides.Of(way) * std::sqrt(length * length - core::Dot(half, half));
+    key.pos = core::ToPoint(half - side);
+    lower.push_back(key);
+    ckey knee;
+    knee.frame = key.frame;
+    knee.pos = core::ToPoint(half + side);
+    knee.scale = MakePt3(1.0F, 1.0F, 1.0F);
+    upper.push_back(knee);
+  }
+  track.keys = std::move(lower);
+  cbone* const helper = new cbone;
+  helper->anim.State().keys = std::move(upper);
+  scene.Add(helper);
+  helper->SetName(name.c_str());
+  bone.GetParent()->AttachChild(helper, 1);
+  helper->AttachChild(&bone, 1);
+}
+
+}  // namespace
+
+helperbones AddHelperBones(core::scene& scene, filekind kind) {
+  helperbones made;
+  skeleton found = SkeletonOf(scene, kind);
+  if (found.top == nullptr) {
+    return made;
+  }
+  const framespan span = KeyedFrames(scene);
+  Hang(found.further, *found.top, span);
+  for (hanging& one : found.further) {
+    if (one.strays && one.rigid) {
+      one.bone->State().track->State().keys = std::move(one.keys);
+      one.parent->AttachChild(one.bone, 1);
+      found.jointed.push_back(one.bone);
+      made.hung.emplace_back(one.bone->GetName());
+    }
+  }
+  helpernames names(scene);
+  for (cnode* bone : found.jointed) {
+    if (const auto longest = Stretch(bone->State().track->State(), span)) {
+      AddHelper(scene, *bone, *longest, span, names.For(bone->GetName()));
+      made.stretching.emplace_back(bone->GetName());
+    }
+  }
+  if (!made.hung.empty() || !made.stretching.empty()) {
+    scene.Invalidate();
+  }
+  return made;
+}
+
+}  // namespace command
