@@ -55,6 +55,7 @@ std::vector<cnode*> InHierarchyOrder(core::scene& scene) {
   Interface::GetNodesHierarchy(order);
   core::scene::MakeCurrent(before);
   std::vector<cnode*> nodes;
+  nodes.reserve(scene.Nodes().size());
   for (int i = 0; i < order.Count(); ++i) {
     nodes.push_back(scene.Nodes()[order[i]]);
   }
@@ -212,8 +213,9 @@ class helpernames {
     }
     std::string name = Kept("Bip++ " + own);
     for (int number = 1; number < 1000 && !taken_.insert(name).second; ++number) {
-      const std::string digits = std::to_string(number);
-      name = Kept("Bip" + digits + std::string(3 - digits.size(), ' ') + own);
+      std::string prefix = "Bip" + std::to_string(number);
+      prefix.resize(kPrefix, ' ');
+      name = Kept(prefix.append(own));
     }
     return name;
   }

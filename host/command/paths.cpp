@@ -136,7 +136,7 @@ std::string ImportPath(const std::string& path) {
   }
   if (folder == std::string::npos) {
     std::error_code error;
-    const std::string whole = fs::absolute(path, error).string();
+    std::string whole = fs::absolute(path, error).string();
     if (!error && HasModelsFolder(whole)) {
       return whole;
     }
