@@ -90,7 +90,8 @@ std::string DescriptionText(const description& whole) {
     if (item.value().is_array()) {
       lists += ListText(item.key(), item.value());
     } else if (item.key() == "notes") {
-      lists += item.value() == "" ? "" : "notes:\n" + item.value().get<std::string>();
+      const auto& notes = item.value().get_ref<const std::string&>();
+      lists += notes.empty() ? "" : "notes:\n" + notes;
     } else {
       fields += item.key() + ": " + ValueText(item.value()) + "\n";
     }

@@ -146,9 +146,9 @@ TEST_F(Mesh, ExportSplitsByTextureVertexAndFlagsBadFaces) {
   }
   EXPECT_EQ(list.CalcSkinVertsAtFrame(0, 1, 1), 0);
 
+  EXPECT_EQ(mesh->Allocate(-1, 0, 0), 0);
   EXPECT_EQ(mesh->numFaces, 0);
   EXPECT_TRUE(mesh->Mesh().verts.empty());
-  EXPECT_EQ(mesh->Allocate(-1, 0, 0), 0);
 }
 
 }  // namespace
