@@ -26,22 +26,18 @@ std::set<std::string> Found(const std::string& pattern) {
 
 TEST(FileSearch, FindsByWildcardsWithoutRegardToCase) {
   const tempdirectory directory;
-  for (const char* name :
-       {"body.skin", "HEAD.SKIN", "a.skin.bak", "body_sk.skin", "skin", "b.txt"}) {
+  for (const char* name : {"body.skin", "HEAD.SKIN", "a.skin.bak", "body_sk.skin", "skin"}) {
     directory.Write(name, std::string("x"));
   }
   std::filesystem::create_directory(directory.Path() + "/dir.skin");
   const std::string at = directory.Path() + "/";
   using names = std::set<std::string>;
   EXPECT_EQ(Found(at + "*.skin"), (names{"HEAD.SKIN", "body.skin", "body_sk.skin", "dir.skin/"}));
-  EXPECT_EQ(Found(at + "BODY*.skin"), (names{"body.skin", "body_sk.skin"}));
-  EXPECT_EQ(Found(at + "b?dy.s*n"), (names{"body.skin"}));
+  EXPECT_EQ(Found(at + "b?DY.s*n"), (names{"body.skin"}));
   EXPECT_EQ(Found(at + "*sk*sk*"), (names{"body_sk.skin"}));
-  EXPECT_EQ(Found(at + "skin"), (names{"skin"}));
-  EXPECT_EQ(Found(at + "?.skin"), (names{"nothing"}));
-  EXPECT_EQ(Found(at + ""), (names{"nothing"}));
-  EXPECT_EQ(Found(directory.Path() + "/missing/*.skin"), (names{"nothing"}));
-  EXPECT_EQ(Found(at + "body.skin/*"), (names{"nothing"}));
+  for (const char* none : {"?.skin", "", "missing/*.skin", "body.skin/*"}) {
+    EXPECT_EQ(Found(at + none), (names{"nothing"}));
+  }
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(directory.Path());
   EXPECT_EQ(Found("h*"), (names{"HEAD.SKIN"}));

@@ -8,32 +8,26 @@ namespace {
 class MdcImportOptions : public dialogtest {};
 
 TEST_F(MdcImportOptions, TheFrameIsHeldInsideTheFile) {
-  const std::pair<const char*, int> typed[] = {{"99", 9}, {"10", 9}, {"9", 9},
-                                               {"3", 3},  {"", 0},   {"99999999999", 9}};
+  int frame = -7;
+  const std::pair<const char*, int> typed[] = {{"99", 9}, {"10", 9}, {"9", 9},          {"3", 3},
+                                               {"", 0},   {"-4", 0}, {"99999999999", 9}};
   for (const auto& [text, expected] : typed) {
-    SCOPED_TRACE(text);
-    desk.scripts[102] = [&, typedText = text](userwindow& window) {
+    desk.scripts[102] = [&, fieldText = text](userwindow& window) {
       EXPECT_EQ(window.Text(1008), "10");
       EXPECT_EQ(window.Text(1009), "0");
       EXPECT_FALSE(window.Type(1008, "3"));
-      window.Type(1009, typedText);
+      window.SetText(1009, fieldText);
       window.Ok();
     };
-    int frame = -7;
     EXPECT_EQ(ShowMDCImportOptions(10, &frame), 1);
-    EXPECT_EQ(frame, expected);
+    EXPECT_EQ(frame, expected) << text;
   }
   desk.scripts[102] = [](userwindow& window) {
-    window.SetText(1009, "-4");
-    window.Ok();
+    window.Type(1009, "3");
+    window.Cancel();
   };
-  int frame = -7;
-  ShowMDCImportOptions(10, &frame);
-  EXPECT_EQ(frame, 0);
-  desk.scripts[102] = [](userwindow& window) { window.Cancel(); };
-  frame = -7;
   EXPECT_EQ(ShowMDCImportOptions(10, &frame), 0);
-  EXPECT_EQ(frame, -7);
+  EXPECT_EQ(frame, 9);
   EXPECT_TRUE(messages.empty());
 }
 
@@ -55,8 +49,9 @@ class ImportOptions : public dialogtest {
     return ShowImportOptions(title, &meshes, &materials, &bones, &animation, sequences,
                              numSequences, skinNames, numSkins, &skin);
   }
-  std::vector<bool> Selected() const {
-    return {list[0].selected, list[1].selected, list[2].selected};
+  void Expect(const std::vector<int>& values, const std::vector<bool>& selected) const {
+    EXPECT_EQ((std::vector{meshes, materials, bones, animation, skin}), values);
+    EXPECT_EQ((std::vector<bool>{list[0].selected, list[1].selected, list[2].selected}), selected);
   }
 
   animseq list[3];
@@ -84,9 +79,7 @@ TEST_F(ImportOptions, OpensWithEverythingCheckedAndNoSequenceSelected) {
     EXPECT_EQ(window.Rows(1007), (std::vector<std::string>{"a.skin", "b.skin"}));
     window.Ok();
   });
-  EXPECT_EQ(std::vector<int>({meshes, materials, bones, animation, skin}),
-            std::vector<int>({1, 1, 1, 1, 0}));
-  EXPECT_EQ(Selected(), std::vector<bool>({false, false, false}));
+  Expect({1, 1, 1, 1, 0}, {false, false, false});
   Show([](userwindow& window) { EXPECT_EQ(window.Caption(), "MDS Importer(beta) - Options"); },
        nullptr);
   Show([](userwindow& window) { EXPECT_EQ(window.Caption(), "other"); }, "other");
@@ -101,50 +94,41 @@ TEST_F(ImportOptions, ListsAndBoxesComeBack) {
     window.Click(1001);
     window.Ok();
   });
-  EXPECT_EQ(std::vector<int>({meshes, materials, bones, animation, skin}),
-            std::vector<int>({0, 1, 1, 1, 1}));
-  EXPECT_EQ(Selected(), std::vector<bool>({true, false, true}));
+  Expect({0, 1, 1, 1, 1}, {true, false, true});
   Show([](userwindow& window) {
     EXPECT_TRUE(window.Checked(1001));  // nothing lasts
     window.Click(1005);
+    window.Cancel();
+  });
+  Expect({0, 1, 1, 1, 1}, {false, false, false});
+  Show([](userwindow& window) {
+    window.Click(1005);
     window.Ok();
   });
-  EXPECT_EQ(Selected(), std::vector<bool>({true, true, true}));
-  meshes = skin = -7;
-  EXPECT_EQ(Show([](userwindow& window) {
-              window.Click(1001);
-              window.Cancel();
-            }),
-            0);
-  EXPECT_EQ(meshes, -7);
-  EXPECT_EQ(skin, -7);
+  Expect({1, 1, 1, 1, 0}, {true, true, true});
 }
 
 TEST_F(ImportOptions, ABoxGreysWhatHangsOnItAndKeepsItsValue) {
   Show([](userwindow& window) {
-    window.Click(1002);
-    EXPECT_FALSE(window.Enabled(1004));
-    EXPECT_FALSE(window.Enabled(1000));
-    window.Click(1002);
-    EXPECT_TRUE(window.Enabled(1004));
-    EXPECT_TRUE(window.Enabled(1000));
-    window.Click(1004);
-    EXPECT_FALSE(window.Enabled(1000));
-    window.Click(1002);
-    window.Click(1002);
-    EXPECT_TRUE(window.Enabled(1004));
-    EXPECT_FALSE(window.Enabled(1000));
-    window.Click(1004);
-    EXPECT_TRUE(window.Enabled(1000));
+    // What is clicked, and whether the animation's box and list can be used then.
+    const struct {
+      int box;
+      bool animation;
+      bool sequences;
+    } clicks[] = {{1002, false, false}, {1002, true, true},  {1004, true, false},
+                  {1002, false, false}, {1002, true, false}, {1004, true, true}};
+    for (const auto& click : clicks) {
+      window.Click(click.box);
+      EXPECT_EQ(window.Enabled(1004), click.animation);
+      EXPECT_EQ(window.Enabled(1000), click.sequences);
+    }
     window.PickRow(1007, 1);
     window.Click(1003);
-    EXPECT_FALSE(window.Enabled(1007));
     EXPECT_FALSE(window.PickRow(1007, 0));
     window.Click(1002);
     window.Ok();
   });
-  EXPECT_EQ(std::vector<int>({meshes, materials, bones, animation, skin}),
-            std::vector<int>({1, 0, 0, 1, 1}));
+  Expect({1, 0, 0, 1, 1}, {false, false, false});
 }
 
 TEST_F(ImportOptions, EmptyListsAreNoError) {
@@ -155,7 +139,6 @@ TEST_F(ImportOptions, EmptyListsAreNoError) {
     window.Ok();
   });
   EXPECT_EQ(skin, -1);
-  EXPECT_EQ(animation, 1);
 }
 
 }  // namespace

@@ -30,14 +30,12 @@ inline bool ReadMdc(const unsigned char* data, std::size_t size) {
       for (int v = 0; v < entry.surface->numVerts; ++v) {
         sum += file.VertexPosition(entry, f, v)[0] + entry.st[v][1];
       }
-    }
-  }
-  for (const cmdcsurfentry& entry : file.surfaces) {
-    for (int t = 0; t < entry.surface->numTriangles; ++t) {
-      sum += entry.st[entry.triangles[t][2]][0];
-    }
-    for (int k = 0; k < entry.surface->numShaders; ++k) {
-      sum += entry.shaders[k].name[63];
+      for (int t = 0; t < entry.surface->numTriangles; ++t) {
+        sum += entry.st[entry.triangles[t][2]][0];
+      }
+      for (int k = 0; k < entry.surface->numShaders; ++k) {
+        sum += entry.shaders[k].name[63];
+      }
     }
   }
   readSum = sum;
@@ -66,13 +64,13 @@ inline float SumOf(const skelmesh& mesh, std::int32_t numBones) {
 
 inline float SumOf(const skelrig& rig) {
   float sum = 0.0F;
+  std::vector<float> poses(static_cast<std::size_t>(rig.numBones));
   for (const skelFrame* frame : rig.frames) {
-    std::vector<float> poses;
-    for (std::int32_t b = 0; b < rig.numBones; ++b) {
+    for (std::size_t b = 0; b < poses.size(); ++b) {
       const std::int32_t parent = rig.bones[b].parent;
-      poses.push_back(parent < 0 ? float{frame->parentOffset[2]}
-                                 : poses[static_cast<std::size_t>(parent)]);
-      sum += poses.back() + static_cast<float>(skelrig::BoneFrames(frame)[b].ofsAngles[1]);
+      poses[b] =
+          parent < 0 ? float{frame->parentOffset[2]} : poses[static_cast<std::size_t>(parent)];
+      sum += poses[b] + static_cast<float>(skelrig::BoneFrames(frame)[b].ofsAngles[1]);
     }
   }
   return sum;

@@ -28,20 +28,14 @@ def expected_names():
     return names
 
 
-def exported_names(library):
+def main(library):
     listing = subprocess.run(["nm", "--dynamic", "--defined-only", "--demangle", library],
                              check=True, capture_output=True, text=True).stdout
-    return {line.split(" ", 2)[2] for line in listing.splitlines()}
-
-
-def main():
-    expected, exported = expected_names(), exported_names(sys.argv[1])
-    for name in sorted(expected - exported):
-        print("missing:", name)
-    for name in sorted(exported - expected):
-        print("not wanted:", name)
-    sys.exit(expected != exported)
+    exported = {line.split(" ", 2)[2] for line in listing.splitlines()}
+    print("missing:", sorted(expected_names() - exported))
+    print("not wanted:", sorted(exported - expected_names()))
+    sys.exit(expected_names() != exported)
 
 
 if __name__ == "__main__":
-    main()
+    main(sys.argv[1])

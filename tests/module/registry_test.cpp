@@ -50,12 +50,10 @@ TEST_F(Registry, ListsTheHandlersInOrder) {
     EXPECT_EQ(libClassDesc(outside), nullptr);
   }
   // An importer and the exporter of its format give the very same text.
-  const auto text = [&](int index) {
-    return static_cast<cimporthandler*>(libClassDesc(index))->Name();
-  };
-  EXPECT_EQ(text(0), text(2));
-  EXPECT_EQ(text(1), text(3));
-  EXPECT_EQ(text(4), text(5));
+  for (const auto& [importer, exporter] : {std::pair{0, 2}, {1, 3}, {4, 5}}) {
+    EXPECT_EQ(static_cast<cimporthandler*>(libClassDesc(importer))->Name(),
+              static_cast<cimporthandler*>(libClassDesc(exporter))->Name());
+  }
 }
 
 TEST_F(Registry, ACopyIsAHandlerAndCopiesNothing) {

@@ -1,10 +1,6 @@
 #include "support/moduletest.h"
 
-#include <ostream>
-
 namespace {
-
-constexpr int kNoHandler = -100;
 
 std::string Suffix(const std::string& path) { return path.substr(path.rfind('.') + 1); }
 
@@ -17,14 +13,6 @@ void NoteStep(std::vector<progressstep>& steps, const progressstep& step) {
   } else {
     steps.push_back(step);
   }
-}
-
-std::ostream& operator<<(std::ostream& out, const shownmessage& message) {
-  return out << message.caption << ": " << message.text << " (" << message.style << ")";
-}
-
-std::ostream& operator<<(std::ostream& out, const progressstep& step) {
-  return out << step.text << " [" << step.position << " of " << step.high << "]";
 }
 
 std::vector<std::string> runlog::Texts() const {
@@ -41,17 +29,6 @@ moduletest::moduletest() {
   std::string error;
   module = module::library::Load(MARROW_MODULE_PATH, error);
   EXPECT_NE(module, nullptr) << error;
-  Listen();
-  desktop::MakeCurrent(&desk);
-  NewScene();
-}
-
-moduletest::~moduletest() {
-  core::scene::MakeCurrent(nullptr);
-  desktop::MakeCurrent(nullptr);
-}
-
-void moduletest::Listen() {
   desk.onMessage = [this](const std::string& text, const std::string& caption, int style) {
     log.messages.push_back({text, caption, style});
     log.events.push_back("message " + text);
@@ -72,6 +49,13 @@ void moduletest::Listen() {
     }
     log.events.emplace_back(waiting ? "wait cursor" : "old cursor");
   };
+  desktop::MakeCurrent(&desk);
+  NewScene();
+}
+
+moduletest::~moduletest() {
+  core::scene::MakeCurrent(nullptr);
+  desktop::MakeCurrent(nullptr);
 }
 
 void moduletest::NewScene() {
@@ -81,14 +65,12 @@ void moduletest::NewScene() {
 
 int moduletest::Import(const std::string& path) {
   log = {};
-  const module::handler* handler = module->FindImporter(Suffix(path));
-  return handler == nullptr ? kNoHandler : handler->importer->Import(path.c_str());
+  return module->FindImporter(Suffix(path))->importer->Import(path.c_str());
 }
 
 int moduletest::Export(const std::string& path) {
   log = {};
-  const module::handler* handler = module->FindExporter(Suffix(path));
-  return handler == nullptr ? kNoHandler : handler->exporter->Export(path.c_str());
+  return module->FindExporter(Suffix(path))->exporter->Export(path.c_str());
 }
 
 cnode* moduletest::NodeNamed(const std::string& name) const {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <iosfwd>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,8 +19,6 @@ struct shownmessage {
   bool operator==(const shownmessage&) const = default;
 };
 
-std::ostream& operator<<(std::ostream& out, const shownmessage& message);
-
 // A state of the progress window: the text, the bar's end and its position.
 struct progressstep {
   std::string text;
@@ -30,8 +27,6 @@ struct progressstep {
 
   bool operator==(const progressstep&) const = default;
 };
-
-std::ostream& operator<<(std::ostream& out, const progressstep& step);
 
 // Appends a state; a higher position alone changes the last one.
 void NoteStep(std::vector<progressstep>& steps, const progressstep& step);
@@ -58,8 +53,7 @@ class moduletest : public testing::Test {
   moduletest();
   ~moduletest() override;
 
-  // One run of the importer or exporter of the path's suffix; clears the log first. -100 when the
-  // module has no such handler.
+  // One run of the importer or exporter of the path's suffix; clears the log first.
   int Import(const std::string& path);
   int Export(const std::string& path);
   // Empties the scene, as a host does with a new file.
@@ -75,7 +69,4 @@ class moduletest : public testing::Test {
   // Before the scene, whose nodes may be destroyed by code of any module.
   std::unique_ptr<module::library> module;
   std::unique_ptr<core::scene> scene;
-
- private:
-  void Listen();
 };

@@ -77,9 +77,7 @@ cmesh* AddMesh(const std::string& name, const std::vector<cpoint3>& verts,
 }
 
 cmesh* AddTriangle(const std::string& name, const cpoint3& at) {
-  const std::vector<cpoint3> verts{at, at + MakePt3(1.0F, 0.0F, 0.0F),
-                                   at + MakePt3(0.0F, 2.0F, 0.0F)};
-  return AddMesh(name, verts, {{0, 1, 2}});
+  return AddMesh(name, {at, at + MakePt3(1, 0, 0), at + MakePt3(0, 2, 0)}, {{0, 1, 2}});
 }
 
 cskin* AddSkin(const std::string& name, const std::vector<cpoint3>& offsets,
@@ -93,11 +91,11 @@ cskin* AddSkin(const std::string& name, const std::vector<cpoint3>& offsets,
   skin->Init(mesh);
   mesh->Destroy();
   skin->SetName(name.c_str());
+  cskinweight weight;
+  weight.weight = 1.0F;
+  weight.normal = MakePt3(0.0F, 0.0F, 1.0F);
   for (std::size_t v = 0; v < offsets.size(); ++v) {
-    cskinweight weight;
-    weight.weight = 1.0F;
     weight.offset = offsets[v];
-    weight.normal = MakePt3(0.0F, 0.0F, 1.0F);
     weight.bone = bones[v];
     skin->SetVertWeight(static_cast<int>(v), 0, weight);
     skin->SetVertNumWeights(static_cast<int>(v), 1);
