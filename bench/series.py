@@ -74,7 +74,8 @@ def per_vertex_frame(cases, checked, off):
     lines = [[str(c.frames), str(c.surfaces), str(c.vertices)] for c in cases]
     for name, figure in columns.items():
         values = [None if figure(c) is None else figure(c) / (c.vertices * c.frames) for c in cases]
-        centre = statistics.median(v for v in values if v is not None)
+        known = [v for v in values if v is not None]
+        centre = statistics.median(known) if known else None
         for case, line, value in zip(cases, lines, values):
             line.append("" if value is None else f"{value:.1f}")
             if checked and value is not None and abs(value / centre - 1) > FLAT:
