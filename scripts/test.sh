@@ -37,7 +37,7 @@ step "Fuzz targets, a short run each"
 cmake --preset fuzz -DMARROW_WERROR=ON
 cmake --build --preset fuzz
 printf '%s\n' build/fuzz/bin/*_fuzz | xargs -P "$(nproc)" -I TARGET \
-  TARGET -runs=100000 -max_total_time=15 -verbosity=0 -print_final_stats=0
+  env TARGET -runs=100000 -max_total_time=15 -verbosity=0 -print_final_stats=0
 
 step "The Windows build"
 scripts/test-windows.sh build/ci
