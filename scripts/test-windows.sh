@@ -40,10 +40,12 @@ run() { # WHERE ARGUMENTS: the marrow of one side, in its folder
   (cd "$out/$1" && "${program[@]}" "${@:2}" --batch --quiet --scale 40 2>/dev/null)
 }
 for side in here there; do
-  run $side export "$PWD/examples/sample.glb" -o model.mdc
-  run $side export "$PWD/examples/sample.glb" -o model.mds
-  run $side export "$PWD/examples/sample.glb" -o model.mdm --mdx model.mdx
-  run $side import model.mds -o model.glb
+  # The letters of paths are UTF-8 on both sides.
+  cp examples/sample.glb "$out/$side/häß 世.glb"
+  run $side export "häß 世.glb" -o "Ж.mdc"
+  run $side export "häß 世.glb" -o "Ж.mds"
+  run $side export "häß 世.glb" -o "Ж.mdm" --mdx "Ж.mdx"
+  run $side import "Ж.mds" -o "Ж.gltf"
 done
 for file in "$out"/here/*; do
   cmp "$file" "$out/there/$(basename "$file")"

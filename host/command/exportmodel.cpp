@@ -11,6 +11,7 @@
 #include "command/skeletonlosses.h"
 #include "command/transfer.h"
 #include "core/state.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -133,7 +134,7 @@ void WriteSequences(console& out, const std::string& animated, const exportoptio
   std::error_code error;
   if (lines.empty()) {
     out.Warning(path, "is not written: the scene has no clips in the exported frames");
-  } else if (!options.force && std::filesystem::exists(path, error)) {
+  } else if (!options.force && std::filesystem::exists(core::PathOf(path), error)) {
     out.Warning(path, "is there and stays as it is; --force replaces it");
   } else {
     WriteSequenceFile(out, path, kind, lines);

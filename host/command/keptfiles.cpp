@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "command/failure.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -34,11 +35,12 @@ void Listen(void (*handler)(int)) {
 
 // The file behind the name, where the name is a link.
 fs::path Resolved(const std::string& path) {
+  const fs::path named = core::PathOf(path);
   std::error_code error;
-  if (!fs::is_symlink(fs::symlink_status(path, error))) {
-    return path;
+  if (!fs::is_symlink(fs::symlink_status(named, error))) {
+    return named;
   }
-  fs::path target = fs::canonical(path, error);
+  fs::path target = fs::canonical(named, error);
   if (error) {
     throw failure(path, "is a link that leads nowhere");
   }
@@ -61,7 +63,7 @@ void RequireOldFileWritable(const std::string& path, const fs::file_status& stat
 
 // Tries the name, so that an error is told before a long run and with its reason.
 void RequireNewFileWritable(const std::string& path) {
-  const fs::path directory = fs::path(path).parent_path();
+  const fs::path directory = core::PathOf(path).parent_path();
   std::error_code error;
   if (!directory.empty() && !fs::is_directory(directory, error)) {
     throw failure(path, "there is no directory " + directory.string());
@@ -71,13 +73,13 @@ void RequireNewFileWritable(const std::string& path) {
     throw failure(path, "cannot be written: " + Reason());
   }
   std::fclose(stream);
-  fs::remove(path, error);
+  fs::remove(core::PathOf(path), error);
 }
 
 std::string FreeNameBeside(const fs::path& target) {
   std::error_code error;
   std::string name = target.string() + ".old";
-  for (int i = 1; fs::exists(fs::symlink_status(name, error)); ++i) {
+  for (int i = 1; fs::exists(fs::symlink_status(core::PathOf(name), error)); ++i) {
     name = target.string() + ".old" + std::to_string(i);
   }
   return name;
@@ -114,7 +116,7 @@ void keptfiles::Add(const std::string& path) {
   file.aside = FreeNameBeside(target);
   // From here on the handler of signals moves back what was moved, if it was.
   ++count_;
-  fs::rename(target, file.aside, error);
+  fs::rename(target, core::PathOf(file.aside), error);
   if (error) {
     --count_;
     throw failure(path, "the old file cannot be moved aside: " + error.message());
@@ -127,8 +129,8 @@ void keptfiles::Keep() {
     const entry& file = entries_[i];
     if (!file.aside.empty()) {
       std::error_code error;
-      fs::permissions(file.target, file.permissions, error);
-      fs::remove(file.aside, error);
+      fs::permissions(core::PathOf(file.target), file.permissions, error);
+      fs::remove(core::PathOf(file.aside), error);
     }
   }
 }
@@ -138,10 +140,10 @@ void keptfiles::Restore() {
     const entry& file = entries_[i];
     std::error_code error;
     if (file.aside.empty()) {
-      fs::remove(file.target, error);
+      fs::remove(core::PathOf(file.target), error);
       continue;
     }
-    fs::rename(file.aside, file.target, error);
+    fs::rename(core::PathOf(file.aside), core::PathOf(file.target), error);
     if (error) {
       out_.Error(file.target, "the old file could not be moved back (" + error.message() +
                                   "); it is now " + file.aside);

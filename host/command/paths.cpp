@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "command/failure.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -63,7 +64,7 @@ std::string JoinedFew(std::vector<std::string> names) {
 }
 
 std::string SuffixOf(const std::string& path) {
-  const std::string extension = Folded(fs::path(path).extension().string());
+  const std::string extension = Folded(core::PathOf(path).extension().string());
   return extension.empty() ? extension : extension.substr(1);
 }
 
@@ -108,7 +109,7 @@ bool IsSkeletal(filekind kind) {
 
 void RequireReadable(const std::string& path) {
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
+  const fs::file_status status = fs::status(core::PathOf(path), error);
   if (!fs::exists(status)) {
     throw failure(path, status.type() == fs::file_type::not_found ? "there is no such file"
                                                                   : error.message());
@@ -122,7 +123,7 @@ void RequireReadable(const std::string& path) {
   if (!stream) {
     throw failure(path, std::string("cannot be opened: ") + std::strerror(errno));
   }
-  if (fs::file_size(path, error) == 0) {
+  if (fs::file_size(core::PathOf(path), error) == 0) {
     throw failure(path, "is empty");
   }
 }
@@ -136,7 +137,7 @@ std::string ImportPath(const std::string& path) {
   }
   if (folder == std::string::npos) {
     std::error_code error;
-    std::string whole = fs::absolute(path, error).string();
+    std::string whole = fs::absolute(core::PathOf(path), error).string();
     if (!error && HasModelsFolder(whole)) {
       return whole;
     }
@@ -149,7 +150,7 @@ std::string SkeletonOf(const std::string& mdmPath, const std::string& chosen) {
     RequireReadable(chosen);
     return chosen;
   }
-  const fs::path model(mdmPath);
+  const fs::path model = core::PathOf(mdmPath);
   const std::string stem = Folded(model.stem().string());
   const std::vector<fs::path> skeletons = SkeletonsIn(model.parent_path());
   std::vector<std::string> names;

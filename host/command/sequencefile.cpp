@@ -5,11 +5,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 
 #include "command/failure.h"
 #include "command/keptfiles.h"
 #include "core/timeline.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -58,7 +58,7 @@ std::string FileText(filekind kind, const std::vector<sequenceline>& lines) {
 
 std::string SequenceFileOf(const std::string& path, filekind kind) {
   if (kind == filekind::Mds) {
-    return (std::filesystem::path(path).parent_path() / "wolfanim.cfg").string();
+    return (core::PathOf(path).parent_path() / "wolfanim.cfg").string();
   }
   return WithSuffix(path, ".aninc");
 }

@@ -6,6 +6,7 @@
 #include "command/failure.h"
 #include "command/modelcheck.h"
 #include "command/sequencefile.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -35,7 +36,7 @@ int InitSequences(programstate& state, const sequencesjob& job) {
   const std::int64_t frames = FramesOf(animated, kind);
   const std::string path = SequenceFileOf(animated, kind);
   std::error_code error;
-  if (!job.force && std::filesystem::exists(path, error)) {
+  if (!job.force && std::filesystem::exists(core::PathOf(path), error)) {
     throw failure(path, "is there already; --force replaces it");
   }
   WriteSequenceFile(state.out, path, kind, WholeSequence(frames, job.fps));

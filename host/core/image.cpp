@@ -7,6 +7,7 @@
 #include "core/decode.h"
 #include "core/findfile.h"
 #include "core/state.h"
+#include "core/utf8path.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ struct fileclose {
 
 std::vector<std::uint8_t> ReadWhole(const std::string& path) {
   std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  const std::uintmax_t size = std::filesystem::file_size(core::PathOf(path), error);
   if (error || size > kLargestFile) {
     return {};
   }

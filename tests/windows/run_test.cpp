@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "core/assertion.h"
 #include "core/picker.h"
 #include "dialogs/templates.h"
 #include "support/moduletest.h"
@@ -208,6 +209,18 @@ TEST_F(RealRun, ThePickerIsAListOfTheScene) {
   };
   EXPECT_EQ(Export(directory.File("a.mdc")), -1);
   core::SetPicker(nullptr);
+}
+
+// Thrown in Core.dll, caught here, with frames of the module and of Core.dll between.
+TEST_F(RealRun, TheHostsEndOfARunCrossesTheLibraries) {
+  desk.scripts[103] = [](desktop::scriptedwindow& window) { window.Click(1016); };
+  core::SetPicker([](const std::vector<cnode*>&, const char*, const char*) -> cnode* {
+    MyAssertFailedLine("picked", "host", 7);
+  });
+  EXPECT_THROW(Export(directory.File("a.mdc")), core::assertionfailure);
+  core::SetPicker(nullptr);
+  desk.scripts.clear();
+  EXPECT_EQ(Export(directory.File("a.mdc")), 1);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <array>
 #include <filesystem>
 
+#include "core/utf8path.h"
 #include "gltf/read/badfile.h"
 
 namespace gltf {
@@ -72,14 +73,14 @@ std::string FileBeside(const std::string& uri, const std::string& path) {
       name.front() == '/' || name.front() == '\\') {
     return {};
   }
-  return (std::filesystem::path(path).parent_path() / name).string();
+  return (core::PathOf(path).parent_path() / core::PathOf(name)).string();
 }
 
 // What is no plain file could keep a reader waiting for ever.
 bool LoadBeside(const std::string& uri, const std::string& path, loadedfile& file) {
   const std::string name = FileBeside(uri, path);
   std::error_code error;
-  return !name.empty() && std::filesystem::is_regular_file(name, error) &&
+  return !name.empty() && std::filesystem::is_regular_file(core::PathOf(name), error) &&
          LoadWholeFile(name.c_str(), file);
 }
 

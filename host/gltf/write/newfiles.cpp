@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/utf8path.h"
 #include "gltf/write/fault.h"
 
 namespace gltf {
@@ -15,19 +16,19 @@ namespace fs = std::filesystem;
 
 constexpr int kMostNames = 1000;
 
-std::string NameOf(const std::string& place) { return fs::path(place).filename().string(); }
+std::string NameOf(const std::string& place) { return core::PathOf(place).filename().string(); }
 
 // The file that the name leads to, so that a link goes on leading there.
 std::string Resolved(const std::string& place) {
   std::error_code error;
-  const fs::file_status status = fs::status(place, error);
+  const fs::file_status status = fs::status(core::PathOf(place), error);
   if (!fs::exists(status)) {
     return place;
   }
   if (!fs::is_regular_file(status)) {
     throw writefault("\"" + NameOf(place) + "\" is there and no file that can be replaced");
   }
-  const fs::path target = fs::canonical(place, error);
+  const fs::path target = fs::canonical(core::PathOf(place), error);
   return error ? place : target.string();
 }
 
@@ -35,7 +36,7 @@ std::string FreeNameBeside(const std::string& place) {
   for (int n = 0; n < kMostNames; ++n) {
     std::string name = place + ".part" + std::to_string(n);
     std::error_code error;
-    if (fs::symlink_status(name, error).type() == fs::file_type::not_found) {
+    if (fs::symlink_status(core::PathOf(name), error).type() == fs::file_type::not_found) {
       return name;
     }
   }
@@ -47,7 +48,7 @@ std::string FreeNameBeside(const std::string& place) {
 newfiles::~newfiles() {
   for (const pending& file : files_) {
     std::error_code error;
-    fs::remove(file.written, error);
+    fs::remove(core::PathOf(file.written), error);
   }
 }
 
@@ -76,7 +77,7 @@ void newfiles::Write(const std::string& place,
 void newfiles::Commit() {
   for (const pending& file : files_) {
     std::error_code error;
-    fs::rename(file.written, file.place, error);
+    fs::rename(core::PathOf(file.written), core::PathOf(file.place), error);
     if (error) {
       throw writefault("\"" + NameOf(file.place) + "\" cannot be replaced: " + error.message());
     }

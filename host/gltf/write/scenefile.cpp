@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "core/utf8path.h"
 #include "gltf/write/fault.h"
 #include "gltf/write/newfiles.h"
 
@@ -35,7 +36,7 @@ std::size_t Components(const std::string& type) {
 constexpr std::uint64_t Padded(std::uint64_t size) { return (size + 3) & ~std::uint64_t{3}; }
 
 std::string LowerSuffix(const std::string& path) {
-  std::string suffix = std::filesystem::path(path).extension().string();
+  std::string suffix = core::PathOf(path).extension().string();
   std::transform(suffix.begin(), suffix.end(), suffix.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return suffix;
@@ -177,7 +178,7 @@ int scenefile::AddImage(const std::string& name, const std::string& mimeType,
 }
 
 std::string scenefile::NameBeside(const std::string& tail) const {
-  return std::filesystem::path(path_).stem().string() + tail;
+  return core::PathOf(path_).stem().string() + tail;
 }
 
 void scenefile::Save() {
@@ -211,12 +212,12 @@ void scenefile::Save() {
 
   newfiles files;
   if (split_) {
-    const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
+    const std::filesystem::path folder = core::PathOf(path_).parent_path();
     for (const sidefile& image : images_) {
-      files.Write((folder / image.name).string(), std::array{std::span(image.bytes)});
+      files.Write((folder / core::PathOf(image.name)).string(), std::array{std::span(image.bytes)});
     }
     if (size != 0) {
-      files.Write((folder / dataName).string(), data);
+      files.Write((folder / core::PathOf(dataName)).string(), data);
     }
     files.Write(path_, std::array{BytesOf(text)});
   } else {
