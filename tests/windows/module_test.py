@@ -1,6 +1,6 @@
-"""The built module as a file: names and ordinals, dialogs and version, read from its bytes."""
+"""The built module as a file: names and ordinals, dialogs and version read back from it."""
 
-import struct
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -39,95 +39,40 @@ DIALOGS = {
           [(1020, DIGITS, ""), (1021, DIGITS, ""), (1018, EDIT, ""), (1019, BUTTON, "Select"),
            (1023, CHECK, "Export MDX"), (None, GROUP, "MDX"), *FRAMES]),
 }
-PROGRESS = ("Progress", 0x90C000C0, 0x80, (0, 0, 222, 54),
+FONT = '8, "MS Sans Serif"'
+PROGRESS = ("Progress", 0x90C000C0, 0x80, (0, 0, 222, 54), FONT,
             [(1013, "msctls_progress32", 0x50000000, (4, 1, 213, 14), "Progress1"),
              (1014, "static", 0x50020000, (2, 22, 217, 13), "Static")])
 OPTIONS_STYLE = 0x80C800C0  # popup, caption, system menu, modal frame, font; shown or not
 
 
-class Image:
-    def __init__(self, path):
-        self.data = Path(path).read_bytes()
-        header = self.u32(0x3C)
-        self.directories = header + 24 + 112
-        sections = header + 24 + self.u16(header + 20)
-        self.sections = [struct.unpack_from("<4I", self.data, sections + 40 * i + 8)
-                         for i in range(self.u16(header + 6))]
-
-    def u16(self, at):
-        return struct.unpack_from("<H", self.data, at)[0]
-
-    def u32(self, at):
-        return struct.unpack_from("<I", self.data, at)[0]
-
-    def offset(self, address):
-        for _, start, size, raw in self.sections:
-            if start <= address < start + size:
-                return raw + address - start
-        raise ValueError(f"no section has address {address:#x}")
-
-    def exports(self):
-        at = self.offset(self.u32(self.directories))
-        base, _, count, _, names, ordinals = struct.unpack_from("<6I", self.data, at + 16)
-        result = {}
-        for i in range(count):
-            name = self.offset(self.u32(self.offset(names) + 4 * i))
-            text = self.data[name:self.data.index(0, name)].decode()
-            result[text] = base + self.u16(self.offset(ordinals) + 2 * i)
-        return result
-
-    def resources(self, kind):
-        """By their numbers, the bytes of all resources of a kind."""
-        root = self.offset(self.u32(self.directories + 16))
-
-        def entries(at):
-            count = self.u16(at + 12) + self.u16(at + 14)
-            return dict(struct.unpack_from("<2I", self.data, at + 16 + 8 * i) for i in range(count))
-
-        result = {}
-        for number, below in entries(root + (entries(root)[kind] & 0x7FFFFFFF)).items():
-            languages = entries(root + (below & 0x7FFFFFFF))
-            address, size = struct.unpack_from("<2I", self.data, root + next(iter(languages.values())))
-            result[number] = self.data[self.offset(address):self.offset(address) + size]
-        return result
+def output(*command, text=None):
+    return subprocess.run(command, input=text, check=True, capture_output=True, text=True).stdout
 
 
-class Template:
-    """An extended dialog template."""
+def exports(module):
+    """The names with their ordinals."""
+    listing = output("x86_64-w64-mingw32-objdump", "-p", module)
+    slots = dict(re.findall(r"\[ *(\d+)\] \+base\[ *(\d+)\]", listing))
+    table = listing.split("[Ordinal/Name Pointer] Table")[1].split("\n\n")[0]
+    return {name: int(slots[slot]) for slot, name in re.findall(r"\[ *(\d+)\] (\S+)", table)}
 
-    def __init__(self, data):
-        self.data, self.at = data, 0
-        assert self.take("2H") == (1, 0xFFFF)
-        _, self.exstyle, self.style, count = self.take("3IH")
-        self.place = self.take("4h")
-        self.menu, self.window_class, self.caption = self.name(), self.name(), self.name()
-        self.font = self.take("H4x")[0], self.name()
-        self.controls = [self.control() for _ in range(count)]
 
-    def take(self, layout):
-        values = struct.unpack_from("<" + layout, self.data, self.at)
-        self.at += struct.calcsize("<" + layout)
-        return values
-
-    def name(self):
-        (first,) = self.take("H")
-        if first == 0xFFFF:
-            return {0x80: "button", 0x81: "edit", 0x82: "static", 0x83: "listbox"}[self.take("H")[0]]
-        text = ""
-        while first != 0:
-            text += chr(first)
-            (first,) = self.take("H")
-        return text
-
-    def control(self):
-        self.at = (self.at + 3) & ~3
-        _, exstyle, style = self.take("3I")
-        assert exstyle == 0
-        place = self.take("4h")
-        (number,) = self.take("I")
-        window_class, text = self.name().lower(), self.name()
-        self.take("H")
-        return None if number == 0xFFFFFFFF else number, window_class, style, place, text
+def dialogs(resources):
+    """By number: caption, style, extended style, place, font and the controls."""
+    found = {}
+    for number, place, head, body in re.findall(
+            r"^(\d+) DIALOGEX (.*)\n((?:[A-Z]+ .*\n)+)BEGIN\n((?:  .*\n)+)END", resources, re.M):
+        head = dict(line.split(" ", 1) for line in head.splitlines())
+        controls = [(None if ident == "-1" else int(ident), kind.lower(), int(style, 16),
+                     tuple(map(int, where.split(", "))), text)
+                    for text, ident, kind, style, where in re.findall(
+                        r'CONTROL "(.*)", (\S+), "(\w+)", (\w+), (.*)', body)]
+        check("controls read", len(controls), body.count("\n"))
+        found[int(number)] = (head["CAPTION"].strip('"'), int(head["STYLE"], 16),
+                              int(head.get("EXSTYLE", "0"), 16),
+                              tuple(map(int, place.split(", "))), head["FONT"], controls)
+    return found
 
 
 def check(what, actual, expected):
@@ -136,32 +81,24 @@ def check(what, actual, expected):
 
 
 def main():
-    image = Image(sys.argv[1])
-    exports = image.exports()
-    demangled = subprocess.run(["c++filt"], input="\n".join(exports), check=True,
-                               capture_output=True, text=True).stdout.split("\n")
+    names = exports(sys.argv[1])
+    demangled = output("c++filt", text="\n".join(names)).split("\n")
     check("exported names", sorted(set(demangled)), sorted(expected_names()))
-    check("ordinals", {name: exports[name] for name in ORDINALS}, ORDINALS)
+    check("ordinals", {name: names[name] for name in ORDINALS}, ORDINALS)
 
-    dialogs = {number: Template(data) for number, data in image.resources(5).items()}
-    check("dialogs", sorted(dialogs), [101, 102, 103, 104, 105])
-    for number, dialog in dialogs.items():
-        check(f"{number}: font", dialog.font, (8, "MS Sans Serif"))
-        check(f"{number}: menu and class", (dialog.menu, dialog.window_class), ("", ""))
-    progress = dialogs.pop(104)
-    check("104", (progress.caption, progress.style, progress.exstyle, progress.place,
-                  progress.controls), PROGRESS)
-    for number, dialog in dialogs.items():
-        caption, controls = DIALOGS[number]
-        check(f"{number}: caption", dialog.caption, caption)
-        check(f"{number}: style", dialog.style & ~0x10000000, OPTIONS_STYLE)
+    resources = output("x86_64-w64-mingw32-windres", "-J", "coff", sys.argv[1], "-O", "rc")
+    found = dialogs(resources)
+    check("dialogs", sorted(found), [101, 102, 103, 104, 105])
+    check("104", found.pop(104), PROGRESS)
+    for number, (caption, style, _, _, font, controls) in found.items():
+        check(f"{number}: caption", caption, DIALOGS[number][0])
+        check(f"{number}: style", style & ~0x10000000, OPTIONS_STYLE)
+        check(f"{number}: font", font, FONT)
         check(f"{number}: controls",
-              sorted((c[0] or 0, (c[1], c[2] & KIND_BITS[c[1]]), c[4]) for c in dialog.controls),
-              sorted((c[0] or 0, *c[1:]) for c in OK_CANCEL + controls))
-
-    fixed = struct.unpack_from("<6I", image.resources(16)[1], 40)
-    check("version record", fixed[0], 0xFEEF04BD)
-    check("file and product version", fixed[2:6], (0x00010005, 0, 0x00010005, 0))
+              sorted((c[0] or 0, (c[1], c[2] & KIND_BITS[c[1]]), c[4]) for c in controls),
+              sorted((c[0] or 0, *c[1:]) for c in OK_CANCEL + DIALOGS[number][1]))
+    for record in ("FILEVERSION", "PRODUCTVERSION"):
+        check(record, re.findall(rf"{record} (.*)", resources), ["1, 5, 0, 0"])
 
 
 main()
