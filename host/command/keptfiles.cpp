@@ -35,7 +35,7 @@ void Listen(void (*handler)(int)) {
 
 // The file behind the name, where the name is a link.
 fs::path Resolved(const std::string& path) {
-  const fs::path named = core::PathOf(path);
+  fs::path named = core::PathOf(path);
   std::error_code error;
   if (!fs::is_symlink(fs::symlink_status(named, error))) {
     return named;
