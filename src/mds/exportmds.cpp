@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 
 #include "dialogs/options.h"
 #include "mds/records.h"

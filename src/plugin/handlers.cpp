@@ -14,6 +14,7 @@ constexpr char kMdxExt[] = "mdx";
 }  // namespace
 
 // What all handlers have in common: no state, one extension, constant texts.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type's name takes none
 #define HANDLER(type, name, extension)                 \
   type::type() = default;                              \
   type::type(const type&) {}                           \
@@ -21,6 +22,7 @@ constexpr char kMdxExt[] = "mdx";
   const char* type::Name() { return name; }            \
   const char* type::Ext(int) { return extension; }     \
   int type::NumExt() { return 1; }
+// NOLINTEND(bugprone-macro-parentheses)
 
 // NOLINTBEGIN(bugprone-copy-constructor-init,bugprone-unhandled-self-assignment): no state to copy
 HANDLER(cimpmdc, kMdcName, kMdcExt)

@@ -1,6 +1,7 @@
 #include "skeletal/exportsurfaces.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "plugin/run/progress.h"
 #include "sampling/names.h"
@@ -104,6 +105,7 @@ void CollectSurfaces(const bonelist& list, const std::vector<expbone>& Bones, st
     }
     progress.SetText("Creating Surface: %s\n", node->GetName());
     progress.SetPosition(i);
+    MakeRoom(Surfaces, {"Surfaces", source}, {"surfs", source});
     auto surface = std::make_unique<expsurface>();
     SetName(surface->header.name, node->GetName());
     surface->header.ident = ident;
@@ -111,6 +113,6 @@ void CollectSurfaces(const bonelist& list, const std::vector<expbone>& Bones, st
       SetShader(surface->header, *material);
     }
     builder.BuildSurfaceFromSkin(*surface, *static_cast<cskin*>(node));
-    AppendGrowing(Surfaces, std::move(surface), {"Surfaces", source}, {"surfs", source});
+    Surfaces.push_back(std::move(surface));
   }
 }

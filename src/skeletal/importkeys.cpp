@@ -72,10 +72,7 @@ void cskelimport::SetAllKeys(const importsteps& steps) {
     progress_.SetText("Calculating Frame: %d of %d\n", frame, numFrames);
     progress_.SetPosition(frame);
     steps.calcBoneFrame(static_cast<unsigned long>(f));
-    if (f == 0) {
-      GiveRoomForKeys(rig_->frames.size());
-    }
-    SetBoneKeys(frame);
+    SetBoneKeys(frame, f == 0 ? numFrames : 0);
   }
   for (int i = 0; i < animsequence_.Count(); ++i) {
     AddSequenceNote(animsequence_[i], animsequence_[i].startframe, animsequence_[i].numframes);
@@ -87,14 +84,19 @@ void cskelimport::SetAllKeys(const importsteps& steps) {
 // with the number of frames that is where it lies on the time line.
 void cskelimport::SetSequenceKeys(const importsteps& steps) {
   std::vector<framestretch> stretches;
-  std::size_t sum = 0;
+  std::int64_t sum = 0;
   for (int i = 0; i < animsequence_.Count(); ++i) {
     if (animsequence_[i].selected) {
       stretches.push_back(CutToFile(animsequence_[i], rig_->frames.size()));
-      sum += static_cast<std::size_t>(stretches.back().count);
+      sum += stretches.back().count;
     }
   }
-  GiveRoomForKeys(sum);
+  if (sum > std::numeric_limits<int>::max()) {
+    throw std::bad_alloc();
+  }
+  for (const cimpbone& pose : pBone_) {
+    pose.bone->anim.SetNumKeys(static_cast<int>(sum), 0);
+  }
   int key = 0;
   for (const framestretch& stretch : stretches) {
     progress_.SetRange(stretch.count);
@@ -105,25 +107,20 @@ void cskelimport::SetSequenceKeys(const importsteps& steps) {
       progress_.SetPosition(f);
       steps.calcBoneFrame(static_cast<unsigned long>(stretch.first) +
                           static_cast<unsigned long>(f));
-      SetBoneKeys(key++);
+      SetBoneKeys(key++, 0);
     }
     AddSequenceNote(*stretch.sequence, stretch.count > 0 ? key - 1 : key, stretch.count);
   }
   animEnd_ = key;
 }
 
-void cskelimport::SetBoneKeys(int frame) {
+void cskelimport::SetBoneKeys(int frame, int room) {
   for (std::size_t i = 0; i < pBone_.size(); ++i) {
+    canim& track = pBone_[i].bone->anim;
+    if (room > 0) {
+      track.SetNumKeys(room, 0);
+    }
     ckey key = BoneKey(*rig_, pBone_, i, frame);
-    pBone_[i].bone->anim.SetKeyAt(frame, key, 0);
-  }
-}
-
-void cskelimport::GiveRoomForKeys(std::size_t count) {
-  if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    throw std::bad_alloc();
-  }
-  for (const cimpbone& pose : pBone_) {
-    pose.bone->anim.SetNumKeys(static_cast<int>(count), 0);
+    track.SetKeyAt(frame, key, 0);
   }
 }

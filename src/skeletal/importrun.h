@@ -76,8 +76,8 @@ class cskelimport {
   void SetSingleKeys(const importsteps& steps);
   void SetAllKeys(const importsteps& steps);
   void SetSequenceKeys(const importsteps& steps);
-  void SetBoneKeys(int frame);
-  void GiveRoomForKeys(std::size_t count);
+  // A key a bone; `room`, where above 0, is given to each track before its key.
+  void SetBoneKeys(int frame, int room);
 
   // A mesh for each surface in the pose that was computed last and, with bones, a skin from it.
   void CreateSurfaces(const importsteps& steps);
