@@ -32,7 +32,7 @@ bool IsTagName(std::string_view name) {
 }
 
 std::string MakeModelsPath(std::string_view path, bool usemodels) {
-  const std::string lower = LowerCase(path);
+  std::string lower = LowerCase(path);
   std::size_t folder = lower.find(kForwardFolder);
   if (folder == std::string::npos) {
     folder = lower.find(kBackwardFolder);
