@@ -18,8 +18,10 @@ step "Build: g++, warnings are errors"
 cmake --preset ci
 cmake --build --preset ci
 
+# The fuzz targets are built along, of the same objects.
 step "Build: clang, sanitizers"
-cmake --preset asan -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 -DMARROW_WERROR=ON
+cmake --preset asan -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 -DMARROW_WERROR=ON \
+  -DMARROW_FUZZ=ON
 cmake --build --preset asan
 
 step "Tests"
@@ -28,15 +30,13 @@ ctest --preset ci -j "$(nproc)"
 step "Tests under the sanitizers"
 ctest --preset asan -j "$(nproc)"
 
-# By the commands of the clang build, whose precompiled headers the linter can read.
 step "Lint"
+cmake --preset lint
 git ls-files -- 'src/*.cpp' 'host/*.cpp' ':!*win32*' ':!*_windows.cpp' |
-  xargs -P "$(nproc)" -n 4 clang-tidy-14 -p build/asan --quiet
+  xargs -P "$(nproc)" -n 2 clang-tidy-14 -p build/lint --quiet
 
 step "Fuzz targets, a short run each"
-cmake --preset fuzz -DMARROW_WERROR=ON
-cmake --build --preset fuzz
-printf '%s\n' build/fuzz/bin/*_fuzz | xargs -P "$(nproc)" -I TARGET \
+printf '%s\n' build/asan/bin/*_fuzz | xargs -P "$(nproc)" -I TARGET \
   env TARGET -runs=100000 -max_total_time=15 -verbosity=0 -print_final_stats=0
 
 step "The Windows build"
