@@ -132,11 +132,19 @@ def check_compressed(check):
 
 
 def check_squashed(check):
-    """Joints that turn below a scale of unequal axes change their shape: that is said."""
+    """Joints that turn below a scale of unequal axes change their shape: that is said, and all
+    nodes stand where the file has them."""
     path = check.folder / "squashed.glb"
     scenes.build(path, "squashed")
-    told = check.run("export", path, "-o", path.with_suffix(".mdc"))
-    check.expect("scale" in told, "a scale that cannot be kept is told")
+    target = path.with_suffix(".mdc")
+    told = check.run("export", path, "-o", target)
+    check.expect("scale of unequal axes" in told, "a scale that cannot be kept is told")
+    model, scene = models.Mdc(target), gltf.Scene(path)
+    for name, places, _ in model.tags:
+        node = next(n for n in scene.order if scene.name(n).lower() == name)
+        wanted = [gltf.scene_matrix(scene.world(*frame)[node], 1)[:3, 3]
+                  for frame in scene.frames(20)]
+        check.bound(f"places of {name}", abs(places - wanted), models.GRID, 1)
 
 
 def check_all(check, paths):

@@ -145,13 +145,16 @@ class posemaker {
             {&doc_.animations[clip], &moved, clip});
       }
     }
-    std::int64_t moving = 0;
     for (const int index : nodes_.order) {
-      moving += channels_[static_cast<std::size_t>(index)].empty() ? 0 : 1;
+      moving_ += channels_[static_cast<std::size_t>(index)].empty() ? 0 : 1;
     }
-    if (moving * line_.frames > kMostKeys) {
+    CheckNumKeys();
+  }
+
+  void CheckNumKeys() const {
+    if (moving_ * line_.frames > kMostKeys) {
       throw badfile("the clips have " + std::to_string(line_.frames) + " frames for " +
-                    std::to_string(moving) + " nodes, which is more than a scene can hold");
+                    std::to_string(moving_) + " nodes, which is more than a scene can hold");
     }
   }
 
@@ -165,27 +168,36 @@ class posemaker {
     core::affine local = from.hasMatrix ? ToSceneAxes(from.matrix) : ToAffine(rest);
     local.move = rest.move;
     const core::affine whole = Linear(local) * parent.scale;
-    if (channels_[index].empty()) {
-      SetScale(pose, whole);
-    } else {
-      SampleNode(index, inFile);
-      if (!KeepScale(pose, parent, whole)) {
-        made_.scaled.push_back(static_cast<int>(index));
-        for (transform& frame : frames_) {
-          frame.scale = rest.scale;
-        }
+    const bool bends = !parent.bent.empty();
+    const bool moves = bends || !channels_[index].empty();
+    bool keeps = true;
+    if (moves) {
+      if (channels_[index].empty()) {
+        ++moving_;
+        CheckNumKeys();
       }
+      SampleNode(index, inFile);
+      keeps = KeepScale(pose, parent, whole);
+      if (!keeps && HoldOwnScale(rest.scale)) {
+        made_.scaled.push_back(static_cast<int>(index));
+      }
+    } else {
+      SetScale(pose, whole);
     }
     unscaled_ = pose.scale;
     invertible_ = core::InvertInPlace(unscaled_);
     const core::affine own = RigidOf(local, parent.scale);
     pose.rest = own * parent.rest;
-    if (channels_[index].empty()) {
+    if (moves) {
+      MakeKeys(pose, parent);
+    } else {
       pose.keys.push_back(KeyOf(own.move, IsPlain(pose, parent, rest.scale)
                                               ? Normalized(rest.rotation)
                                               : core::ToQuat(own)));
-    } else {
-      MakeKeys(pose, parent);
+    }
+    if (!keeps && (bends || parent.factor == 0.0)) {
+      Bend(pose, parent);
+      made_.bent.push_back(static_cast<int>(index));
     }
     for (const ckey& key : pose.keys) {
       if (!IsFinite(key)) {
@@ -210,16 +222,43 @@ class posemaker {
   // Sets the scale of a node that moves; false when it is not the same at all frames. One that is
   // the same in all clips and another at rest is the clips'.
   bool KeepScale(nodepose& pose, const nodepose& parent, const core::affine& rest) const {
-    const core::affine first = Linear(ToAffine(frames_.front())) * parent.scale;
+    const core::affine first = Linear(ToAffine(frames_.front())) * ScaleAt(parent, 0);
     const scaleform form = FormOf(first);
-    for (const transform& frame : frames_) {
-      if (!SameScale(form, FormOf(Linear(ToAffine(frame)) * parent.scale))) {
+    for (std::size_t f = 1; f < frames_.size(); ++f) {
+      if (!SameScale(form, FormOf(Linear(ToAffine(frames_[f])) * ScaleAt(parent, f)))) {
         SetScale(pose, rest);
         return false;
       }
     }
     SetScale(pose, SameScale(form, FormOf(rest)) ? rest : first);
     return true;
+  }
+
+  // Gives all frames the scale of rest; false when they had it.
+  bool HoldOwnScale(const core::vec3& rest) {
+    const double least =
+        kSteadyScale * std::max({std::abs(rest.x), std::abs(rest.y), std::abs(rest.z)});
+    bool changed = false;
+    for (transform& frame : frames_) {
+      const core::vec3 off = frame.scale - rest;
+      changed = changed || !(core::Dot(off, off) <= least * least);
+      frame.scale = rest;
+    }
+    return changed;
+  }
+
+  static const core::affine& ScaleAt(const nodepose& parent, std::size_t frame) {
+    return parent.bent.empty() ? parent.scale : parent.bent[frame];
+  }
+
+  // What the node does to the places below it at each frame, beside its rigid pose.
+  void Bend(nodepose& pose, const nodepose& parent) const {
+    pose.bent.reserve(frames_.size());
+    for (std::size_t f = 0; f < frames_.size(); ++f) {
+      const ckey& key = pose.keys[pose.keys.size() == 1 ? 0 : f];
+      pose.bent.push_back(Linear(ToAffine(frames_[f])) * ScaleAt(parent, f) *
+                          Transposed(core::FromQuat(key.rot)));
+    }
   }
 
   // The pose relative to the parent's, of a local transform.
@@ -245,12 +284,14 @@ class posemaker {
   void MakeKeys(nodepose& pose, const nodepose& parent) const {
     pose.keys.reserve(frames_.size());
     bool moves = false;
-    for (const transform& frame : frames_) {
+    for (std::size_t f = 0; f < frames_.size(); ++f) {
+      const transform& frame = frames_[f];
+      const core::affine& above = ScaleAt(parent, f);
       ckey key;
-      if (IsPlain(pose, parent, frame.scale)) {
-        key = KeyOf(Turn(frame.move, parent.scale), Normalized(frame.rotation));
+      if (parent.bent.empty() && IsPlain(pose, parent, frame.scale)) {
+        key = KeyOf(Turn(frame.move, above), Normalized(frame.rotation));
       } else {
-        const core::affine rigid = RigidOf(ToAffine(frame), parent.scale);
+        const core::affine rigid = RigidOf(ToAffine(frame), above);
         key = KeyOf(rigid.move, core::ToQuat(rigid));
       }
       if (!pose.keys.empty()) {
@@ -294,6 +335,7 @@ class posemaker {
   std::vector<std::vector<placed>> channels_;  // of each node
   const nodepose root_;
   poselist made_;
+  std::int64_t moving_ = 0;  // nodes with a key at each frame
 
   // Of the node at work.
   std::vector<transform> frames_;

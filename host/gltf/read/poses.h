@@ -14,6 +14,9 @@ namespace gltf {
 // goes into the points that hang from the node.
 struct nodepose {
   core::affine scale;
+  // Of each frame, for a node that turns below a scale of unequal axes: its points keep the scale
+  // above, while the nodes below stand where the file has them.
+  std::vector<core::affine> bent;
   double factor = 1.0;     // where the scale is the same along all axes; 0 where it is not
   core::affine rest;       // the pose in the world when no clip runs
   std::vector<ckey> keys;  // relative to the parent's pose; one for a node that keeps still
@@ -23,6 +26,7 @@ struct poselist {
   std::vector<nodepose> nodes;  // of the document
   // Nodes whose scale changes during a clip: it was left as it is at rest.
   std::vector<int> scaled;
+  std::vector<int> bent;  // nodes that turn below a scale of unequal axes
 };
 
 // Throws badfile.

@@ -97,6 +97,10 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   for (const int index : poses.scaled) {
     scaled.Add(names[At(index)]);
   }
+  finding bent;
+  for (const int index : poses.bent) {
+    bent.Add(names[At(index)]);
+  }
   finding moved;
   for (const material& from : doc.materials) {
     if (from.movesTexture) {
@@ -115,6 +119,8 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
        lines);
   Tell("texture transforms are left out", moved, lines);
   Tell("scale that changes during a clip is left out", scaled, lines);
+  Tell("nodes that turn below a scale of unequal axes keep their shape, which the scale would bend",
+       bent, lines);
   if (doc.hasWeightAnimation) {
     lines.emplace_back("animations of morph targets are left out");
   }
