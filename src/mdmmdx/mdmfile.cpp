@@ -29,7 +29,8 @@ bool cmdmfile::ParseTags() {
     if (tag == nullptr) {
       return Refuse("tag " + std::to_string(t) + " does not lie inside the file");
     }
-    if (tag->ofsEnd < static_cast<std::int32_t>(sizeof(mdmTag))) {
+    // From the last tag nothing is stepped to.
+    if (t + 1 < numTags && tag->ofsEnd < static_cast<std::int32_t>(sizeof(mdmTag))) {
       return Refuse("tag " + std::to_string(t) + ": ofsEnd is smaller than the tag's record");
     }
     tags.push_back(tag);

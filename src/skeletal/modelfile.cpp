@@ -74,6 +74,11 @@ bool cmodelfile::ParseMesh(skelmesh& mesh, std::int32_t numSurfaces, std::int32_
       return false;
     }
     const skelSurface& surface = *mesh.surfaces.back().surface;
+    // From the last surface nothing is stepped to.
+    if (s + 1 < numSurfaces && surface.ofsEnd < static_cast<std::int32_t>(sizeof(skelSurface))) {
+      return Refuse(SurfacePlace(mesh.surfaces.size() - 1) +
+                    ": ofsEnd is smaller than the surface's header");
+    }
     offset += surface.ofsEnd;
     trianglesLeft -= surface.numTriangles;
     if (trianglesLeft < 0) {
@@ -98,9 +103,6 @@ bool cmodelfile::ParseSurface(skelmesh& mesh, std::int64_t offset, std::int32_t 
   if (surface.ident != surfaceIdent) {
     return fault("ident is " + std::to_string(surface.ident) + " in place of " +
                  std::to_string(surfaceIdent));
-  }
-  if (surface.ofsEnd < static_cast<std::int32_t>(sizeof(skelSurface))) {
-    return fault("ofsEnd is smaller than the surface's header");
   }
   const std::int32_t numVerts = surface.numVerts;
   const std::int64_t ofsVerts = offset + surface.ofsVerts;

@@ -65,6 +65,10 @@ TEST(Hostile, Mdm) {
   const bytes good = SmallSkelModel().WriteMdm();
   const std::size_t tag = Offset(good, 92);
   ExpectSafe(good, 4, {{0, 8}, {72, 100}, {232, 340}, {tag + 64, tag + 132}}, kMutations, ReadMdm);
+  bytes last = good;
+  SetNumber(last, 100 + Offset(good, 272) + 172, 0);
+  SetNumber(last, good.size() - 8, 0);
+  EXPECT_TRUE(ReadBlock(last, ReadMdm)) << "nothing follows the last surface and the last tag";
   const bytes pair = SmallSkelPair();
   std::mt19937 random(1);
   for (int i = 0; i < kMutations / 5; ++i) {
