@@ -69,7 +69,6 @@ class cskelimport {
 
  private:
   bool AskOptions();
-  std::string SkinPath() const;
   void CreateBones();
   // The keys of the frames that the user's choice of sequences asks for.
   void CreateKeys(const importsteps& steps);
