@@ -18,7 +18,8 @@ eulerangles EulerOf(const cmatrix4& matrix) {
   return {angles[0], angles[1], angles[2]};
 }
 
-// A rotation whose row 0, the axis along which a bone lies from its parent, is the direction.
+// Three axes of which the first, along which a bone lies from its parent, is the direction. With
+// two rows exchanged they are a mirror, not a rotation, of which row 0 alone can be read.
 cmatrix4 AlongX(const cpoint3& direction) {
   cmatrix4 matrix;
   MatrixLookAt(matrix, direction, MakePt3(0.0F, 1.0F, 0.0F));
