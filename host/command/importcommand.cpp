@@ -3,8 +3,8 @@
 
 #include "command/commands.h"
 #include "command/failure.h"
-#include "command/scenefile.h"
-#include "command/transfer.h"
+#include "command/files/scenefile.h"
+#include "command/run/transfer.h"
 
 namespace command {
 

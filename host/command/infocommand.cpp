@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "command/commands.h"
-#include "command/describe.h"
+#include "command/describe/describe.h"
 #include "command/failure.h"
-#include "command/scenefile.h"
+#include "command/files/scenefile.h"
 
 namespace command {
 

@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "command/askuser.h"
 #include "command/failure.h"
+#include "command/run/askuser.h"
 
 namespace command {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "command/answers.h"
-#include "command/paths.h"
+#include "command/files/paths.h"
+#include "command/run/answers.h"
 
 namespace CLI {
 class App;

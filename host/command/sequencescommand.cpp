@@ -4,8 +4,8 @@
 
 #include "command/commands.h"
 #include "command/failure.h"
-#include "command/modelcheck.h"
-#include "command/sequencefile.h"
+#include "command/files/modelcheck.h"
+#include "command/files/sequencefile.h"
 #include "core/utf8path.h"
 
 namespace command {

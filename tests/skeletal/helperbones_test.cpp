@@ -1,6 +1,6 @@
 // What the command does to a skeleton that a file could not hold as it is.
 
-#include "command/helperbones.h"
+#include "command/skeleton/helperbones.h"
 
 #include <map>
 

@@ -1,6 +1,6 @@
 // What the command says of bones that a skeletal file cannot follow.
 
-#include "command/skeletonlosses.h"
+#include "command/skeleton/skeletonlosses.h"
 
 #include "skeletal/exporttest.h"
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "command/answers.h"
-#include "command/paths.h"
+#include "command/files/paths.h"
+#include "command/run/answers.h"
 #include "core/scene.h"
 
 namespace command {

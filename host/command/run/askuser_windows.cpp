@@ -1,4 +1,4 @@
-#include "command/askuser.h"
+#include "command/run/askuser.h"
 #include "core/picker.h"
 #include "desktop/win32.h"
 

@@ -1,4 +1,4 @@
-#include "command/describe.h"
+#include "command/describe/describe.h"
 #include "core/state.h"
 #include "core/timeline.h"
 

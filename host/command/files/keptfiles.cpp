@@ -1,4 +1,4 @@
-#include "command/keptfiles.h"
+#include "command/files/keptfiles.h"
 
 #include <unistd.h>
 

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "command/console.h"
-#include "command/modelrun.h"
 #include "command/options.h"
+#include "command/run/modelrun.h"
 #include "core/scene.h"
 
 namespace command {

@@ -1,4 +1,4 @@
-#include "command/sequencefile.h"
+#include "command/files/sequencefile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "command/failure.h"
-#include "command/keptfiles.h"
+#include "command/files/keptfiles.h"
 #include "core/timeline.h"
 #include "core/utf8path.h"
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "command/describe.h"
+#include "command/describe/describe.h"
 
 namespace command {
 

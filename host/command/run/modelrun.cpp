@@ -1,10 +1,10 @@
-#include "command/modelrun.h"
+#include "command/run/modelrun.h"
 
 #include <algorithm>
 
 #include "command/failure.h"
-#include "command/paths.h"
-#include "command/programpath.h"
+#include "command/files/paths.h"
+#include "command/files/programpath.h"
 #include "core/assertion.h"
 
 namespace command {

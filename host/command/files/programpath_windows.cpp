@@ -3,7 +3,7 @@
 #include <array>
 #include <filesystem>
 
-#include "command/programpath.h"
+#include "command/files/programpath.h"
 
 namespace command {
 

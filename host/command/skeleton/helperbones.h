@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "command/paths.h"
+#include "command/files/paths.h"
 #include "core/scene.h"
 
 namespace command {

@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
-#include "command/answers.h"
-#include "command/askuser.h"
 #include "command/console.h"
+#include "command/run/answers.h"
+#include "command/run/askuser.h"
 #include "core/scene.h"
 #include "desktop/scripted.h"
 #include "module/module.h"

@@ -1,4 +1,4 @@
-#include "command/helperbones.h"
+#include "command/skeleton/helperbones.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "command/scenefile.h"
+#include "command/files/scenefile.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "command/failure.h"
-#include "command/paths.h"
+#include "command/files/paths.h"
 #include "core/state.h"
 #include "core/timeline.h"
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "command/answers.h"
-#include "command/paths.h"
+#include "command/files/paths.h"
+#include "command/run/answers.h"
 #include "core/scene.h"
 
 namespace command {

@@ -1,6 +1,6 @@
 #include <filesystem>
 
-#include "command/programpath.h"
+#include "command/files/programpath.h"
 
 namespace command {
 

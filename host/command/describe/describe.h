@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "command/paths.h"
+#include "command/files/paths.h"
 #include "core/scene.h"
 
 namespace command {

@@ -1,9 +1,9 @@
-#include "command/answers.h"
+#include "command/run/answers.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "command/paths.h"
+#include "command/files/paths.h"
 
 namespace command {
 

@@ -1,4 +1,4 @@
-#include "command/skeletonlosses.h"
+#include "command/skeleton/skeletonlosses.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,12 +4,12 @@
 #include <optional>
 
 #include "command/failure.h"
-#include "command/helperbones.h"
-#include "command/keptfiles.h"
-#include "command/modelcheck.h"
-#include "command/sequencefile.h"
-#include "command/skeletonlosses.h"
-#include "command/transfer.h"
+#include "command/files/keptfiles.h"
+#include "command/files/modelcheck.h"
+#include "command/files/sequencefile.h"
+#include "command/run/transfer.h"
+#include "command/skeleton/helperbones.h"
+#include "command/skeleton/skeletonlosses.h"
 #include "core/state.h"
 #include "core/utf8path.h"
 

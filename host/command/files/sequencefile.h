@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "command/answers.h"
 #include "command/console.h"
-#include "command/paths.h"
+#include "command/files/paths.h"
+#include "command/run/answers.h"
 #include "core/scene.h"
 
 namespace command {

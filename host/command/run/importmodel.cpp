@@ -1,7 +1,7 @@
 #include "command/failure.h"
-#include "command/modelcheck.h"
-#include "command/sequencefile.h"
-#include "command/transfer.h"
+#include "command/files/modelcheck.h"
+#include "command/files/sequencefile.h"
+#include "command/run/transfer.h"
 
 namespace command {
 

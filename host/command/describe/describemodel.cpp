@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "command/describe.h"
+#include "command/describe/describe.h"
 #include "command/failure.h"
 #include "mdc/mdcfile.h"
 #include "mdmmdx/mdmfile.h"

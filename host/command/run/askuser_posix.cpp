@@ -1,4 +1,4 @@
-#include "command/askuser.h"
+#include "command/run/askuser.h"
 
 namespace command {
 

@@ -1,4 +1,4 @@
-#include "command/modelcheck.h"
+#include "command/files/modelcheck.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "command/paths.h"
+#include "command/files/paths.h"
 
 #include <algorithm>
 #include <cerrno>
