@@ -77,6 +77,11 @@ bool cmdcfile::ParseBlock() {
       return false;
     }
     const mdcSurface& surface = *surfaces.back().surface;
+    // From the last surface nothing is stepped to.
+    if (s + 1 < numSurfaces && surface.ofsEnd < static_cast<std::int32_t>(sizeof(mdcSurface))) {
+      return Refuse(SurfacePlace(static_cast<std::size_t>(s)) +
+                    ": ofsEnd is smaller than the surface's header");
+    }
     offset += surface.ofsEnd;
     bytesLeft -= BlockBytes(surface, numFrames);
     if (bytesLeft < 0) {
@@ -92,9 +97,6 @@ bool cmdcfile::ParseSurface(std::int64_t offset, std::size_t index) {
   const auto* surface = block_.Records<mdcSurface>(offset);
   if (surface == nullptr) {
     return Refuse(place + ": its header does not lie inside the file");
-  }
-  if (surface->ofsEnd < static_cast<std::int32_t>(sizeof(mdcSurface))) {
-    return Refuse(place + ": ofsEnd is smaller than the surface's header");
   }
   const std::int64_t numVerts = surface->numVerts;
   cmdcsurfentry entry;

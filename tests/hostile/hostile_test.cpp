@@ -51,6 +51,9 @@ TEST(Hostile, Mdc) {
   const bytes good = SmallMdcModel().Write();
   const std::size_t surface = Offset(good, 104);
   ExpectSafe(good, 0, {{0, 8}, {72, 112}, {surface + 68, surface + 124}}, kMutations, ReadMdc);
+  bytes last = good;
+  SetNumber(last, surface + Offset(good, surface + 120) + 120, 0);
+  EXPECT_TRUE(ReadBlock(last, ReadMdc)) << "nothing follows the last surface";
 }
 
 TEST(Hostile, Mds) {
