@@ -5,7 +5,9 @@
 namespace module {
 
 void* OpenShared(const std::string& path, std::string& error) {
-  void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  // The loader searches for a name without a slash instead of opening it.
+  const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+  void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     error = dlerror();
   }

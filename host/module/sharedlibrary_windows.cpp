@@ -11,6 +11,9 @@ void* OpenShared(const std::string& path, std::string& error) {
   // The loader searches for a name without a backslash instead of opening it.
   std::string name = path;
   std::ranges::replace(name, '/', '\\');
+  if (name.find_first_of("\\:") == std::string::npos) {
+    name.insert(0, ".\\");
+  }
   HMODULE const library = LoadLibraryA(name.c_str());
   if (library == nullptr) {
     error = std::system_category().message(static_cast<int>(GetLastError()));

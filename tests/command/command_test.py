@@ -83,7 +83,7 @@ class Usage(program.ProgramTest):
             (["d.mds", "directory"], "export", SAMPLE, "-o", "d.mds"),
             (["empty.mdc", "empty"], "import", "empty.mdc", "-o", "x.glb"),
             (["no/x.mdc", "no directory"], "export", SAMPLE, "-o", "no/x.mdc"),
-            (["no.so", "module"], "handlers", "--module", "no.so"),
+            (["libmarrow.so", "module"], "handlers", "--module", "libmarrow.so"),
             (["Core.so", "entry point"], "handlers", "--module",
              os.path.join(os.path.dirname(program.MARROW), "..", "lib", "libCore.so")),
         ):
