@@ -67,7 +67,7 @@ int cimage::Load(const char* path) {
 }
 
 int cimage::GetPathName(char* buffer) const {
-  const std::string& path = state_->path.empty() ? std::string(kNoImagePath) : state_->path;
+  const std::string& path = state_->path;
   const std::size_t length = std::min(path.size(), kLongestPath);
   std::memcpy(buffer, path.data(), length);
   buffer[length] = '\0';

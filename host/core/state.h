@@ -85,7 +85,7 @@ struct pixels {
 };
 
 struct imagestate {
-  std::string path;  // as given, "<empty>" for none
+  std::string path;  // as given, empty too; "<empty>" until one is
   std::shared_ptr<const pixels> content;
 };
 
