@@ -20,11 +20,10 @@ struct infojob {
 description Describe(programstate& state, const infojob& job) {
   const filekind kind = KindOf(job.path);
   if (kind == filekind::Other) {
-    throw failure(job.path,
-                  "has " + KindText(kind) +
-                      "'s suffix: .glb, .gltf, .mdc, .mds, .mdm "
-                      "and .mdx can be looked into",
-                  kExitUsage);
+    throw failure(
+        job.path,
+        "is " + KindText(kind) + ": .glb, .gltf, .mdc, .mds, .mdm and .mdx can be looked into",
+        kExitUsage);
   }
   if (kind == filekind::Scene) {
     core::scene scene;

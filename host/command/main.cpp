@@ -1,8 +1,11 @@
 #include <csignal>
+#include <cstdio>
 #include <exception>
+#include <iostream>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "command/commands.h"
 #include "command/failure.h"
@@ -41,9 +44,23 @@ int Parse(int argc, char** argv, command::programstate& state) {
   } catch (const CLI::Success& wanted) {
     return app.exit(wanted);  // --help, --version
   } catch (const CLI::ParseError& wrong) {
-    state.out.Error("", std::string(wrong.what()) + " (--help tells more)");
+    // The parser misses a command before it looks at what stands in its place.
+    const std::vector<std::string> left = app.remaining();
+    const bool unknown = app.get_subcommands().empty() && !left.empty() && left[0][0] != '-';
+    state.out.Error("", (unknown ? "there is no command " + left[0] : std::string(wrong.what())) +
+                            " (--help tells more)");
     return command::kExitUsage;
   }
+}
+
+// A full disk behind standard output is found when the last of it is written.
+int Finish(command::programstate& state, int exitCode) {
+  std::cout.flush();
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good()) {
+    return exitCode;
+  }
+  state.out.Error("", "standard output cannot be written");
+  return exitCode == command::kExitDone ? command::kExitFailed : exitCode;
 }
 
 }  // namespace
@@ -55,7 +72,7 @@ int main(int argc, char** argv) {
 #endif
   command::programstate state;
   try {
-    return Parse(argc, argv, state);
+    return Finish(state, Parse(argc, argv, state));
   } catch (const command::failure& failed) {
     state.out.Error(failed.Subject(), failed.what());
     return failed.ExitCode();

@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 
 #include "command/failure.h"
 #include "command/run/askuser.h"
@@ -132,6 +134,13 @@ void batchoption::Define(CLI::App& app) {
 
 bool batchoption::Ask(const optiontable& answers) const {
   return CanAsk() && !batch && !answers.AnyGiven();
+}
+
+void RequireRange(CLI::Option* option, double low, double high) {
+  option->check(CLI::Range(low, high))->check([](const std::string& text) {
+    return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + " is not a number"
+                                                          : std::string();
+  });
 }
 
 void CheckMdxPath(const std::string& mdx) {

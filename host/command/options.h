@@ -59,6 +59,9 @@ struct batchoption {
   bool Ask(const optiontable& answers) const;
 };
 
+// The option's number lies between the two, which no NaN does.
+void RequireRange(CLI::Option* option, double low, double high);
+
 // For both directions; the mdx path has the module's limit on file dialogs.
 void CheckMdxPath(const std::string& mdx);
 

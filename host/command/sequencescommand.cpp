@@ -6,6 +6,7 @@
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
 #include "command/files/sequencefile.h"
+#include "command/options.h"
 #include "core/utf8path.h"
 
 namespace command {
@@ -64,10 +65,10 @@ void DefineSequences(CLI::App& app, programstate& state) {
       ->add_option("--mdx", job->mdx,
                    "Of an mdm: its mdx file (default: the one of the same name beside it)")
       ->option_text("FILE");
-  command->add_option("--fps", job->fps, "Frames a second of the sequence")
-      ->option_text("N")
-      ->check(CLI::Range(1.0, 1000.0))
-      ->capture_default_str();
+  CLI::Option* fps = command->add_option("--fps", job->fps, "Frames a second of the sequence")
+                         ->option_text("N")
+                         ->capture_default_str();
+  RequireRange(fps, 1.0, 1000.0);
   command->add_flag("--force", job->force, "Replace a sequence file that is there");
   DefineQuiet(*command, state);
   command->callback([&state, job] { state.exitCode = InitSequences(state, *job); });

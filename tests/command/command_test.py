@@ -41,6 +41,12 @@ class Usage(program.ProgramTest):
                           ("exporter", "mds"), ("importer", "mdm"), ("exporter", "mdm"),
                           ("exporter", "mdx")])
 
+    def test_standard_output_is_full(self):
+        with open("/dev/full", "w") as full:
+            result = subprocess.run([program.MARROW, "handlers"], stdout=full,
+                                    stderr=subprocess.DEVNULL)
+        self.assertEqual(result.returncode, 1)
+
     def test_wrong_usage(self):
         self.export("a.mds")
         self.export("a.mdm", "--mdx", "a.mdx")
@@ -49,6 +55,7 @@ class Usage(program.ProgramTest):
             ("subcommand",),
             ("--end", "export", SAMPLE, "-o", "x.mdc", "--end", "many"),
             ("--scale", "export", SAMPLE, "-o", "x.mdc", "--scale", "0"),
+            ("--fps", "export", SAMPLE, "-o", "x.mdc", "--fps", "nan"),
             ("mdc, mds, mdm, mdx", "export", SAMPLE, "-o", "x.obj"),
             ("mdc, mds, mdm", "import", "x.obj", "-o", "x.glb"),
             (".glb", "import", "a.mds", "-o", "x.mdc"),
@@ -67,7 +74,8 @@ class Usage(program.ProgramTest):
             ("--mdx", "export", SAMPLE, "-o", "x.mdm", "--sequences"),
             (".mdx", "export", SAMPLE, "-o", "x.mdm", "--mdx", "x.mdc"),
             ("255", "export", SAMPLE, "-o", "x.mdm", "--mdx", "d/" * 130 + "x.mdx"),
-            ("suffix", "info", "x.obj"),
+            ("no kind of file", "info", "x.obj"),
+            ("no command exprt", "exprt", SAMPLE),
         ):
             self.fails(2, *arguments, saying=[saying])
         self.assertEqual(self.names(), before)

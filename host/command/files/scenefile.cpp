@@ -7,6 +7,7 @@
 
 #include "command/failure.h"
 #include "command/files/paths.h"
+#include "command/options.h"
 #include "core/state.h"
 #include "core/timeline.h"
 
@@ -60,12 +61,12 @@ void sceneoptions::Define(CLI::App& app) {
                          "Scene units of the games to one unit of the scene file: a character of "
                          "1.8 m needs about 40")
               ->option_text("S")
-              ->check(CLI::Range(1e-6, 1e6))
               ->capture_default_str();
   fps = app.add_option("--fps", how.fps, "Frames a second at which clips are read and written")
             ->option_text("N")
-            ->check(CLI::Range(0.1, 1000.0))
             ->capture_default_str();
+  RequireRange(scale, 1e-6, 1e6);
+  RequireRange(fps, 0.1, 1000.0);
 }
 
 void ReadSceneFile(console& out, const std::string& path, const gltf::options& how,
@@ -92,8 +93,10 @@ void WriteSceneFile(console& out, const core::scene& scene, const std::string& p
     throw failure(path, "could not be written: " + told.fault);
   }
   TellBindResidual(out, scene, path, told.bind);
+  // A file has a clip only with a node that it moves.
+  const std::size_t clips = scene.Nodes().empty() ? 0 : core::NamedClips(scene).size();
   out.Result(path, "written: " + std::to_string(scene.Nodes().size()) + " nodes, " +
-                       std::to_string(core::NamedClips(scene).size()) + " clips");
+                       std::to_string(clips) + " clips");
 }
 
 }  // namespace command
