@@ -28,7 +28,7 @@ std::string SequenceName(std::string name) {
   if (name.starts_with("//")) {
     name[0] = '_';
   }
-  for (const char* keyword : {"SKELETAL", "STARTANIMS", "ENDANIMS"}) {
+  for (const char* keyword : {"VERSION", "SKELETAL", "STARTANIMS", "ENDANIMS"}) {
     if (name.find(keyword) != std::string::npos) {
       name = Folded(name);
     }
