@@ -102,6 +102,10 @@ class Keep(program.ProgramTest):
         self.assertEqual(stat.S_IMODE(old.stat().st_mode), 0o640)
         self.assertEqual(self.info("real.mdc")["numFrames"], 1)
         self.assertEqual(self.names(), ["link.mdc", "real.mdc"])
+        self.marrow("convert", "link.mdc", "s.glb")
+        (self.dir / "s.glb").chmod(0o640)
+        self.marrow("convert", "link.mdc", "s.glb")
+        self.assertEqual(stat.S_IMODE((self.dir / "s.glb").stat().st_mode), 0o640)
 
     @unittest.skipIf(os.geteuid() == 0, "root may write everything")
     def test_what_may_not_be_written(self):
@@ -109,6 +113,9 @@ class Keep(program.ProgramTest):
         old.chmod(0o444)
         self.fails(1, "export", SAMPLE, "-o", "a.mdc", saying=["a.mdc", "Permission denied"])
         self.assert_olds("a.mdc")
+        self.write("a.glb", "old a.glb").chmod(0o444)
+        self.fails(1, "convert", SAMPLE, "a.glb", saying=["a.glb", "Permission denied"])
+        self.assert_olds("a.mdc", "a.glb")
 
 
 if __name__ == "__main__":

@@ -1,5 +1,7 @@
 #include "gltf/write/newfiles.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -18,6 +20,11 @@ constexpr int kMostNames = 1000;
 
 std::string NameOf(const std::string& place) { return core::PathOf(place).filename().string(); }
 
+writefault Unwritable(const std::string& place, int reason) {
+  return writefault("\"" + NameOf(place) +
+                    "\" cannot be written: " + std::generic_category().message(reason));
+}
+
 // The file that the name leads to, so that a link goes on leading there.
 std::string Resolved(const std::string& place) {
   std::error_code error;
@@ -27,6 +34,10 @@ std::string Resolved(const std::string& place) {
   }
   if (!fs::is_regular_file(status)) {
     throw writefault("\"" + NameOf(place) + "\" is there and no file that can be replaced");
+  }
+  // Taking a file's place asks nothing of the file.
+  if (access(place.c_str(), W_OK) != 0) {
+    throw Unwritable(place, errno);
   }
   const fs::path target = fs::canonical(core::PathOf(place), error);
   return error ? place : target.string();
@@ -56,7 +67,8 @@ void newfiles::Write(const std::string& place,
                      std::span<const std::span<const std::uint8_t>> pieces) {
   const std::string target = Resolved(place);
   const std::string name = FreeNameBeside(target);
-  files_.push_back({name, target});
+  std::error_code error;
+  files_.push_back({name, target, fs::status(core::PathOf(target), error).permissions()});
   std::FILE* const stream = std::fopen(name.c_str(), "wb");
   bool good = stream != nullptr;
   int reason = errno;
@@ -69,14 +81,16 @@ void newfiles::Write(const std::string& place,
     reason = errno;
   }
   if (!good) {
-    throw writefault("\"" + NameOf(place) +
-                     "\" cannot be written: " + std::generic_category().message(reason));
+    throw Unwritable(place, reason);
   }
 }
 
 void newfiles::Commit() {
   for (const pending& file : files_) {
     std::error_code error;
+    if (file.permissions != fs::perms::unknown) {
+      fs::permissions(core::PathOf(file.written), file.permissions, error);
+    }
     fs::rename(core::PathOf(file.written), core::PathOf(file.place), error);
     if (error) {
       throw writefault("\"" + NameOf(file.place) + "\" cannot be replaced: " + error.message());

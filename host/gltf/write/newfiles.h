@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <span>
 #include <string>
 #include <vector>
@@ -9,7 +10,8 @@
 namespace gltf {
 
 // Files that are written under other names beside their places, and take their places when all of
-// them are whole. Until then what stood there stays; what is not committed is removed again.
+// them are whole, with the permissions of what stood there. Until then that stays; what is not
+// committed is removed again.
 class newfiles {
  public:
   newfiles() = default;
@@ -26,6 +28,7 @@ class newfiles {
   struct pending {
     std::string written;
     std::string place;
+    std::filesystem::perms permissions;  // of the old file; unknown without one
   };
   std::vector<pending> files_;
 };
