@@ -28,7 +28,8 @@ TEST_F(ReadNodes, BecomeBonesMeshesAndEmpties) {
                                 "bone knee < between", "skin hat", "bone TAG_weapon < root",
                                 "empty tag_view < root", "bone kept < root", "empty plain < root",
                                 "mesh node_9 < root", "empty node_10 < root"}));
-  EXPECT_EQ(told.warnings, (outline{"cameras are left out: tag_view"}));
+  EXPECT_EQ(told.warnings, (outline{"nodes outside the default scene are left out: elsewhere",
+                                    "cameras are left out: tag_view"}));
 }
 
 TEST_F(ReadNodes, AMeshOnAJointFollowsWhatMovesInBetween) {
@@ -134,7 +135,7 @@ TEST_F(ReadNodes, WhatIsLeftOutIsSaidOnceAKind) {
   model.doc["materials"] = json::parse(R"([{"name": "m", "pbrMetallicRoughness":
       {"baseColorTexture": {"index": 0, "texCoord": 1,
        "extensions": {"KHR_texture_transform": {"offset": [1, 0]}}}}}])");
-  model.doc["textures"] = json::array({json::object()});
+  model.doc["textures"] = json::array({json::object(), json::object()});
   for (int i = 0; i < 3; ++i) {
     model.Node({{"mesh", i % 2}});
     model.Node({{"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
@@ -143,16 +144,17 @@ TEST_F(ReadNodes, WhatIsLeftOutIsSaidOnceAKind) {
   model.doc["animations"][0]["channels"].push_back(
       {{"sampler", 0}, {"target", {{"node", 0}, {"path", "weights"}}}});
   ASSERT_TRUE(Read(model)) << told.fault;
-  EXPECT_EQ(
-      told.warnings,
-      (outline{"material m: its texture has an image of an unknown format",
-               "lights are left out: 3, the first is node_1",
-               "primitives without vertices are left out: mesh 1, primitive 0",
-               "morph targets are left out: mesh 0, primitive 0",
-               "vertex colours are left out: mesh 0, primitive 0",
-               "texture coordinates beyond those of the colour image are left out: mesh 0, "
-               "primitive 0",
-               "texture transforms are left out: m", "animations of morph targets are left out"}));
+  EXPECT_EQ(told.warnings,
+            (outline{"material m: its texture has an image of an unknown format",
+                     "lights are left out: 3, the first is node_1",
+                     "primitives without vertices are left out: mesh 1, primitive 0",
+                     "morph targets are left out: mesh 0, primitive 0",
+                     "vertex colours are left out: mesh 0, primitive 0",
+                     "texture coordinates beyond those of the colour image are left out: mesh 0, "
+                     "primitive 0",
+                     "texture transforms are left out: m",
+                     "textures that are no material's colour are left out: 1",
+                     "animations of morph targets are left out"}));
 }
 
 }  // namespace

@@ -173,6 +173,7 @@ void ReadMaterials(const jsonobject& root, document& doc) {
   for (const jsonobject& from : root.Objects("textures", "texture")) {
     sources.push_back(from.Index("source", doc.images.size()));
   }
+  std::vector<bool> colours(sources.size());
   for (const jsonobject& from : root.Objects("materials", "material")) {
     material& made = doc.materials.emplace_back();
     made.name = from.Text("name");
@@ -186,7 +187,9 @@ void ReadMaterials(const jsonobject& root, document& doc) {
     if (pbr.Has("baseColorTexture")) {
       const jsonobject texture = pbr.Object("baseColorTexture");
       made.hasTexture = true;
-      made.image = sources[static_cast<std::size_t>(texture.NeededIndex("index", sources.size()))];
+      const auto index = static_cast<std::size_t>(texture.NeededIndex("index", sources.size()));
+      made.image = sources[index];
+      colours[index] = true;
       const jsonobject extensions = texture.Object("extensions");
       const jsonobject moved = extensions.Object("KHR_texture_transform");
       made.movesTexture = extensions.Has("KHR_texture_transform");
@@ -194,6 +197,7 @@ void ReadMaterials(const jsonobject& root, document& doc) {
           "TEXCOORD_" + std::to_string(moved.Whole("texCoord", texture.Whole("texCoord", 0)));
     }
   }
+  doc.numOtherTextures = static_cast<std::size_t>(std::ranges::count(colours, false));
 }
 
 void ReadMeshes(const jsonobject& root, document& doc) {

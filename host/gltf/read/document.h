@@ -169,6 +169,7 @@ struct document {
   bool hasWeightAnimation = false;
   bool hasOtherAnimation = false;
   bool hasInstances = false;
+  std::size_t numOtherTextures = 0;  // that no material has for its colour
 
   // Size of the file with all its buffers, which room is measured by.
   std::int64_t Bytes() const;

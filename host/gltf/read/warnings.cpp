@@ -93,6 +93,12 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
       }
     }
   }
+  finding elsewhere;
+  for (std::size_t i = 0; i < doc.nodes.size(); ++i) {
+    if (!nodes.nodes[i].included) {
+      elsewhere.Add(names[i]);
+    }
+  }
   finding scaled;
   for (const int index : poses.scaled) {
     scaled.Add(names[At(index)]);
@@ -109,6 +115,7 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   }
 
   std::vector<std::string> lines;
+  Tell("nodes outside the default scene are left out", elsewhere, lines);
   Tell("cameras are left out", found.cameras, lines);
   Tell("lights are left out", found.lights, lines);
   Tell("points and lines are left out", found.lines, lines);
@@ -121,6 +128,10 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   Tell("scale that changes during a clip is left out", scaled, lines);
   Tell("nodes that turn below a scale of unequal axes keep their shape, which the scale would bend",
        bent, lines);
+  if (doc.numOtherTextures > 0) {
+    lines.push_back("textures that are no material's colour are left out: " +
+                    std::to_string(doc.numOtherTextures));
+  }
   if (doc.hasWeightAnimation) {
     lines.emplace_back("animations of morph targets are left out");
   }
