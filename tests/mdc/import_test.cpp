@@ -35,12 +35,7 @@ TEST_F(MdcImport, BringsTheChosenFrameInAndNothingElse) {
   EXPECT_TRUE(log.events.empty());  // no window, no cursor, no wait
 
   // Bones before meshes, both in file order.
-  ASSERT_EQ(scene->Nodes().size(), 4U);
-  const char* const names[] = {"tag_head", "tag_weapon", "body", "cape"};
-  for (std::size_t i = 0; i < 4; ++i) {
-    EXPECT_STREQ(scene->Nodes()[i]->GetName(), names[i]);
-    EXPECT_EQ(scene->Nodes()[i]->GetType(), i < 2 ? kNodeBone : kNodeMesh);
-  }
+  ASSERT_EQ(NodeNames(), (std::vector<std::string>{"tag_head", "tag_weapon", "body", "cape"}));
   const auto& keys = static_cast<cbone*>(scene->Nodes()[0])->anim.State().keys;
   ASSERT_EQ(keys.size(), 1U);
   ExpectPoint(keys[0].pos, {9.0F, 20.0F, 30.5F}, 0.0F);
@@ -86,11 +81,29 @@ TEST_F(MdcImport, AModelWithoutAnythingIsAModelAndACancelledDialogDoesNothing) {
 TEST_F(MdcImport, AFileThatDoesNotHoldIsRefusedBeforeAnythingHappens) {
   const bytes good = model.Write();
   const std::int64_t surface = bytereader(good).I32(104);
-  // A field of the header or, from 1000 on, of the first surface, and what it is set to.
-  const std::pair<std::int64_t, std::int64_t> bad[] = {
-      {76, 0},      {76, 3},      {80, 1000},   {84, -1},      {92, 4000},    {96, -4},
-      {104, 5000},  {1080, 9},    {1084, -1},   {1088, 500},   {1092, -2000}, {1096, 9999},
-      {1100, 9999}, {1104, 9999}, {1112, 9999}, {1116, -9999}, {1120, 0},     {1120, 2147483647}};
+  // A field of the header or, from 1000 on, of the first surface, and what it is set to; the last
+  // ones are a triangle's and two of a second frame.
+  const std::pair<std::int64_t, std::int64_t> bad[] = {{76, 0},
+                                                       {76, 3},
+                                                       {80, 1000},
+                                                       {84, -1},
+                                                       {92, 4000},
+                                                       {96, -4},
+                                                       {104, 5000},
+                                                       {1080, 9},
+                                                       {1084, -1},
+                                                       {1088, 500},
+                                                       {1092, -2000},
+                                                       {1096, 9999},
+                                                       {1100, 9999},
+                                                       {1104, 9999},
+                                                       {1112, 9999},
+                                                       {1116, -9999},
+                                                       {1120, 0},
+                                                       {1120, 2147483647},
+                                                       {1196, 3},
+                                                       {1228, 9000 << 16},
+                                                       {1232, 9000 << 16 | 0xFFFF}};
   for (const auto& [field, value] : bad) {
     SCOPED_TRACE(std::to_string(field) + " = " + std::to_string(value));
     bytewriter file;
@@ -98,15 +111,7 @@ TEST_F(MdcImport, AFileThatDoesNotHoldIsRefusedBeforeAnythingHappens) {
     file.Patch(field >= 1000 ? surface + field - 1000 : field, value);
     EXPECT_EQ(Run(file.Content()), 0);
   }
-  mdcmodel wrong = model;
-  wrong.surfaces[0].triangles[0][1] = 3;
-  EXPECT_EQ(Run(wrong.Write()), 0);
-  wrong = model;
-  wrong.surfaces[0].baseByFrame[1] = 9000;
-  EXPECT_EQ(Run(wrong.Write()), 0);
-  wrong = model;
-  wrong.surfaces[1].compByFrame[0] = 9000;
-  EXPECT_EQ(Run(wrong.Write()) + Run({}) + Import(directory.File("missing.mdc")), 0);
+  EXPECT_EQ(Run({}) + Import(directory.File("missing.mdc")), 0);
   EXPECT_EQ(asked, 0);
   ExpectNothingDone();
 }

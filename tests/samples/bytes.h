@@ -1,33 +1,59 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 using bytes = std::vector<std::uint8_t>;
 
-// Writes a file byte by byte, little-endian, without the records of the product: what a test
-// builds with it tells whether those are right.
+static_assert(std::endian::native == std::endian::little, "numbers stand in files as in memory");
+
+// Writes a file number by number, without the records of the product: what a test builds with it
+// tells whether those are right. Numbers come alone or in lists of any depth.
 class bytewriter {
  public:
-  void I8(int value) { content_.push_back(static_cast<std::uint8_t>(value)); }
-  void I16(int value);
-  void I32(std::int64_t value);
-  void F32(float value);
-  void F32(std::initializer_list<float> values);
+  void I8(const auto& values) { Put<std::int8_t>(values); }
+  void I16(const auto& values) { Put<std::int16_t>(values); }
+  void I32(const auto& values) { Put<std::int32_t>(values); }
+  void I32(std::initializer_list<std::int64_t> values) { Put<std::int32_t>(values); }
+  void F32(const auto& values) { Put<float>(values); }
+  void F32(std::initializer_list<float> values) { Put<float>(values); }
   // The text, zero-filled up to the size of the field.
-  void Name(const std::string& text, std::size_t size);
+  void Name(std::string text, std::size_t size) {
+    text.resize(size);
+    I8(text);
+  }
 
-  std::int64_t Position() const { return static_cast<std::int64_t>(content_.size()); }
+  std::int64_t Position() const { return std::ssize(content_); }
   // Writes a 32-bit number over what stands there.
-  void Patch(std::int64_t position, std::int64_t value);
+  void Patch(std::int64_t position, std::int64_t value) {
+    std::memcpy(&content_[static_cast<std::size_t>(position)], &value, 4);
+  }
 
   const bytes& Content() const { return content_; }
 
  private:
+  template <class Number, class Value>
+  void Put(const Value& value) {
+    if constexpr (std::is_arithmetic_v<Value>) {
+      const auto raw =
+          std::bit_cast<std::array<std::uint8_t, sizeof(Number)>>(static_cast<Number>(value));
+      content_.insert(content_.end(), raw.begin(), raw.end());
+    } else {
+      for (const auto& each : value) {
+        Put<Number>(each);
+      }
+    }
+  }
+
   bytes content_;
 };
 
@@ -37,16 +63,32 @@ class bytereader {
   explicit bytereader(bytes content) : content_(std::move(content)) {}
 
   std::size_t Size() const { return content_.size(); }
-  int U8(std::size_t position) const;
-  int I16(std::size_t position) const;
-  int U16(std::size_t position) const;
-  std::int32_t I32(std::size_t position) const;
-  float F32(std::size_t position) const;
+  int I16(std::size_t position) const { return At<std::int16_t>(position); }
+  int U16(std::size_t position) const { return At<std::uint16_t>(position); }
+  std::int32_t I32(std::size_t position) const { return At<std::int32_t>(position); }
+  float F32(std::size_t position) const { return At<float>(position); }
   // The whole field, with the zeros behind the text.
-  std::string Field(std::size_t position, std::size_t size) const;
+  std::string Field(std::size_t position, std::size_t size) const {
+    std::string field;
+    for (std::size_t i = 0; i < size; ++i) {
+      field.push_back(At<char>(position + i));
+    }
+    return field;
+  }
   // The text of a field, up to its first zero.
-  std::string Name(std::size_t position, std::size_t size = 64) const;
+  std::string Name(std::size_t position, std::size_t size = 64) const {
+    return Field(position, size).c_str();
+  }
 
  private:
+  template <class Number>
+  Number At(std::size_t position) const {
+    Number number{};
+    if (position + sizeof number <= content_.size()) {
+      std::memcpy(&number, &content_[position], sizeof number);
+    }
+    return number;
+  }
+
   bytes content_;
 };

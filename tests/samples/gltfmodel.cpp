@@ -1,7 +1,5 @@
 #include "samples/gltfmodel.h"
 
-#include <cstring>
-
 using nlohmann::json;
 
 namespace {
@@ -19,13 +17,6 @@ std::string Base64(const bytes& content) {
     }
   }
   return text;
-}
-
-template <class T>
-bytes Raw(const std::vector<T>& values) {
-  bytes content(values.size() * sizeof(T));
-  std::memcpy(content.data(), values.data(), content.size());
-  return content;
 }
 
 int Place(json& list, json entry) {
@@ -67,7 +58,9 @@ int gltfmodel::Accessor(const std::string& type, int componentType, const bytes&
 }
 
 int gltfmodel::Floats(const std::string& type, const std::vector<float>& values) {
-  return Accessor(type, 5126, Raw(values));
+  bytewriter content;
+  content.F32(values);
+  return Accessor(type, 5126, content.Content());
 }
 
 int gltfmodel::Bytes(const std::string& type, const std::vector<int>& values) {
@@ -75,7 +68,9 @@ int gltfmodel::Bytes(const std::string& type, const std::vector<int>& values) {
 }
 
 int gltfmodel::Shorts(const std::string& type, const std::vector<int>& values) {
-  return Accessor(type, 5123, Raw(std::vector<std::uint16_t>(values.begin(), values.end())));
+  bytewriter content;
+  content.I16(values);
+  return Accessor(type, 5123, content.Content());
 }
 
 int gltfmodel::Mesh(json primitive) {
@@ -105,17 +100,12 @@ bytes gltfmodel::Binary() const {
   bytes binary = buffer_;
   binary.resize((binary.size() + 3) / 4 * 4);
   bytewriter file;
-  file.I32(0x46546C67);
-  file.I32(2);
-  file.I32(static_cast<std::int64_t>(28 + text.size() + binary.size()));
-  file.I32(static_cast<std::int64_t>(text.size()));
-  file.I32(0x4E4F534A);
-  file.Name(text, text.size());
-  file.I32(static_cast<std::int64_t>(binary.size()));
-  file.I32(0x004E4942);
-  bytes content = file.Content();
-  content.insert(content.end(), binary.begin(), binary.end());
-  return content;
+  file.I32({0x46546C67, 2, std::ssize(text) + std::ssize(binary) + 28});
+  file.I32({std::ssize(text), 0x4E4F534A});
+  file.I8(text);
+  file.I32({std::ssize(binary), 0x004E4942});
+  file.I8(binary);
+  return file.Content();
 }
 
 std::string gltfmodel::Text(const std::string& uri) const {

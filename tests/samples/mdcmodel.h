@@ -12,15 +12,16 @@ struct mdcmodel {
 
   struct tag {
     std::string name;
-    std::vector<steps> positions;  // of each frame, in 1/64 units
-    std::vector<steps> angles;     // in 1/65536 turns
+    // Of each frame: the position in 1/64 units, and three angles in 1/65536 turns.
+    std::vector<std::array<int, 6>> poses;
   };
   struct surface {
     std::string name;
     std::vector<std::string> shaders;
     std::vector<steps> triangles;
     std::vector<std::array<float, 2>> st;
-    std::vector<std::vector<steps>> baseFrames;               // vertices of each base frame
+    // Vertices of each base frame, each with its normal.
+    std::vector<std::vector<std::array<int, 4>>> baseFrames;
     std::vector<std::vector<std::array<int, 4>>> compFrames;  // bytes of each compressed frame
     std::vector<int> baseByFrame;                             // of each frame
     std::vector<int> compByFrame;                             // of each frame; 0xFFFF for none
@@ -30,7 +31,9 @@ struct mdcmodel {
   int version = 2;
   std::string name = "models/test.mdc";
   int numSkins = 0;
-  std::vector<std::array<float, 3>> origins;  // of each frame
+  // Of each frame: the box's corners, the origin and the radius.
+  std::vector<std::array<float, 10>> frames;
+  std::string frameName = "frame";
   std::vector<tag> tags;
   std::vector<surface> surfaces;
 

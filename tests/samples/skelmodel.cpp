@@ -2,18 +2,6 @@
 
 namespace {
 
-void PutAll(bytewriter& file, const skelmodel::triple& values) {
-  file.F32({values[0], values[1], values[2]});
-}
-
-void PutAll(bytewriter& file, std::initializer_list<std::int64_t> numbers) {
-  for (const std::int64_t number : numbers) {
-    file.I32(number);
-  }
-}
-
-std::int64_t SizeOf(const auto& list) { return static_cast<std::int64_t>(list.size()); }
-
 void PutBones(bytewriter& file, const skelmodel& model) {
   for (const skelmodel::bone& bone : model.bones) {
     file.Name(bone.name, 64);
@@ -26,12 +14,8 @@ void PutBones(bytewriter& file, const skelmodel& model) {
 void PutFrames(bytewriter& file, const skelmodel& model) {
   for (const skelmodel::frame& frame : model.frames) {
     file.F32({-1, -2, -3, 1, 2, 3, 7, 8, 9, 6});
-    PutAll(file, frame.parentOffset);
-    for (const auto& bone : frame.bones) {
-      for (const int unit : bone) {
-        file.I16(unit);
-      }
-    }
+    file.F32(frame.parentOffset);
+    file.I16(frame.bones);
   }
 }
 
@@ -45,27 +29,21 @@ void PutSurface(bytewriter& file, const skelmodel::surface& surface, bool mds) {
   file.I32(mds ? 8 : 9);
   file.Name(surface.name, 64);
   file.Name("models/never read.tga", 64);
-  PutAll(file, {0, 0, -start, SizeOf(surface.verts), 0, SizeOf(surface.triangles), 0, 0, 0, 0, 0});
+  file.I32(
+      {0, 0, -start, std::ssize(surface.verts), 0, std::ssize(surface.triangles), 0, 0, 0, 0, 0});
   offset(148);
   for (const skelmodel::vertex& vertex : surface.verts) {
     file.F32({0, 0, 1, vertex.st[0], vertex.st[1]});
-    file.I32(SizeOf(vertex.weights));
-    if (mds) {
-      file.I32(0);
-      file.F32(0);
-    }
+    file.I32(std::ssize(vertex.weights));
+    file.Name("", mds ? 8 : 0);
     for (const skelmodel::weight& weight : vertex.weights) {
       file.I32(weight.bone);
       file.F32(weight.share);
-      PutAll(file, weight.offset);
+      file.F32(weight.offset);
     }
   }
   offset(156);
-  for (const auto& triangle : surface.triangles) {
-    for (const int vertex : triangle) {
-      file.I32(vertex);
-    }
-  }
+  file.I32(surface.triangles);
   offset(172);
 }
 
@@ -77,7 +55,8 @@ bytes skelmodel::WriteMds() const {
   file.I32(4);
   file.Name(name, 64);
   file.F32({lodScale, lodBias});
-  PutAll(file, {SizeOf(frames), SizeOf(bones), 120, 0, 0, SizeOf(surfaces), 0, SizeOf(tags), 0, 0});
+  file.I32({std::ssize(frames), std::ssize(bones), 120, 0, 0, std::ssize(surfaces), 0,
+            std::ssize(tags), 0, 0});
   PutFrames(file, *this);
   file.Patch(92, file.Position());
   PutBones(file, *this);
@@ -101,19 +80,17 @@ bytes skelmodel::WriteMdm() const {
   file.I32(3);
   file.Name(name, 64);
   file.F32({lodBias, lodScale});
-  PutAll(file, {SizeOf(surfaces), 100, SizeOf(tags), 0, 0});
+  file.I32({std::ssize(surfaces), 100, std::ssize(tags), 0, 0});
   for (const surface& each : surfaces) {
     PutSurface(file, each, false);
   }
   file.Patch(92, file.Position());
   for (const tag& each : tags) {
     file.Name(each.name, 64);
-    for (const triple& row : each.axis) {
-      PutAll(file, row);
-    }
+    file.F32(each.axis);
     file.I32(each.bone);
-    PutAll(file, each.offset);
-    PutAll(file, {1, 128, 132, each.bone});
+    file.F32(each.offset);
+    file.I32({1, 128, 132, each.bone});
   }
   file.Patch(96, file.Position());
   return file.Content();
@@ -124,7 +101,7 @@ bytes skelmodel::WriteMdx() const {
   file.Name("MDXW", 4);
   file.I32(2);
   file.Name(name, 64);
-  PutAll(file, {SizeOf(frames), SizeOf(bones), 96, 0, 0, 0});
+  file.I32({std::ssize(frames), std::ssize(bones), 96, 0, 0, 0});
   PutFrames(file, *this);
   file.Patch(84, file.Position());
   PutBones(file, *this);

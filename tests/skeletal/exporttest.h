@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <cmath>
 #include <memory>
 #include <numbers>
+#include <random>
 #include <string>
 
 #include "mdmmdx/mdmfile.h"
@@ -64,11 +66,19 @@ inline cbone* AddStill(const char* name, cnode* parent, const cpoint3& position,
   return AddBone(name, parent, {KeyAt(0, position, angles)});
 }
 
-// A bone in the world, as a game has it: the rows of its rotation, and its place.
-struct placedbone {
-  double rows[3][3];
-  double position[3];
-};
+// Keys of frames from 0, each turned any way as far as `most` degrees about every axis.
+inline std::vector<ckey> Turning(int lastFrame, float most, const cpoint3& at) {
+  static std::mt19937 random(7);
+  std::uniform_real_distribution<float> degrees(-most, most);
+  std::vector<ckey> keys;
+  for (int frame = 0; frame <= lastFrame; ++frame) {
+    keys.push_back(KeyAt(frame, at, {degrees(random), degrees(random), degrees(random)}));
+  }
+  return keys;
+}
+
+// A bone in the world, as a game has it: the rows of its rotation, and its place behind them.
+using placedbone = std::array<std::array<double, 3>, 4>;
 
 // Decodes a frame by the games' own angles: pitch, yaw and roll turn the world into forward, left
 // and up, which are the columns of the bone's rotation.
@@ -82,19 +92,25 @@ inline std::vector<placedbone> Decode(const skelrig& rig, std::size_t frame) {
     const double sp = sine(pose.angles[0]), cp = cosine(pose.angles[0]);
     const double sy = sine(pose.angles[1]), cy = cosine(pose.angles[1]);
     const double sr = sine(pose.angles[2]), cr = cosine(pose.angles[2]);
-    placedbone bone{{{cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy},
-                     {cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy},
-                     {-sp, sr * cp, cr * cp}},
-                    {}};
-    const int pitch = pose.ofsAngles[0], yaw = pose.ofsAngles[1];
-    const double way[] = {cosine(pitch) * cosine(yaw), cosine(pitch) * sine(yaw), -sine(pitch)};
-    const int parent = rig.bones[b].parent;
+    const int pitch = pose.ofsAngles[0], yaw = pose.ofsAngles[1], parent = rig.bones[b].parent;
+    world.push_back({{{cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy},
+                      {cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy},
+                      {-sp, sr * cp, cr * cp},
+                      {cosine(pitch) * cosine(yaw), cosine(pitch) * sine(yaw), -sine(pitch)}}});
     for (std::size_t i = 0; i < 3; ++i) {
-      const double from = parent < 0 ? double{head->parentOffset[i]}
-                                     : world[static_cast<std::size_t>(parent)].position[i];
-      bone.position[i] = from + double{rig.bones[b].parentDist} * way[i];
+      double& place = world.back()[3][i];
+      place = place * double{rig.bones[b].parentDist} +
+              (parent < 0 ? double{head->parentOffset[i]}
+                          : world[static_cast<std::size_t>(parent)][3][i]);
     }
-    world.push_back(bone);
   }
   return world;
+}
+
+// Three stored angles turn a bone by less than sqrt(5) units, of which a full turn has 65536, each
+// time that they are written; two move it by a share of its distance.
+inline void ExpectPlaced(const placedbone& bone, const auto& rows, int turns = 1) {
+  for (std::size_t i = 0; i < 12; ++i) {
+    EXPECT_NEAR(bone[i / 3][i % 3], double{rows[i / 3][i % 3]}, i < 9 ? 2.2e-4 * turns : 2e-3) << i;
+  }
 }

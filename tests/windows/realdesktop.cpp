@@ -34,19 +34,6 @@ std::vector<HWND> OpenDialogs(DWORD thread) {
   return windows;
 }
 
-void AnswerFileDialog(const std::function<bool(const cfiledialog&, std::string&)>& answer,
-                      const cfiledialog& dialog, realwindow& window) {
-  EXPECT_EQ(window.Caption(), dialog.title);
-  std::string path;
-  if (answer && answer(dialog, path)) {
-    std::ranges::replace(path, '/', '\\');
-    window.SetText(kFileName, path.c_str());
-    window.Ok();
-  } else {
-    window.Cancel();
-  }
-}
-
 }  // namespace
 
 HWND WaitForDialog(DWORD thread, const std::vector<HWND>& known) {
@@ -99,13 +86,14 @@ bool realwindow::Click(int id) {
   return true;
 }
 
-void realwindow::ClickRow(HWND list, int row, WPARAM keys) {
+LPARAM realwindow::ClickRow(HWND list, int row, WPARAM keys) {
   SendMessageA(list, LB_SETTOPINDEX, static_cast<WPARAM>(row), 0);
   RECT place{};
   SendMessageA(list, LB_GETITEMRECT, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&place));
   const LPARAM point = MAKELPARAM(place.left + 2, place.top + 2);
   SendMessageA(list, WM_LBUTTONDOWN, MK_LBUTTON | keys, point);
   SendMessageA(list, WM_LBUTTONUP, keys, point);
+  return point;
 }
 
 bool realwindow::PickRows(int id, const std::vector<int>& rows) {
@@ -121,12 +109,8 @@ bool realwindow::PickRows(int id, const std::vector<int>& rows) {
 }
 
 void realwindow::DoubleClickRow(int id, int row) {
-  ClickRow(Control(id), row, 0);
-  RECT place{};
-  SendMessageA(Control(id), LB_GETITEMRECT, static_cast<WPARAM>(row),
-               reinterpret_cast<LPARAM>(&place));
-  SendMessageA(Control(id), WM_LBUTTONDBLCLK, MK_LBUTTON,
-               MAKELPARAM(place.left + 2, place.top + 2));
+  const LPARAM point = ClickRow(Control(id), row, 0);
+  SendMessageA(Control(id), WM_LBUTTONDBLCLK, MK_LBUTTON, point);
 }
 
 void realwindow::SetText(int id, const char* text) {
@@ -163,16 +147,8 @@ realdesktop::realdesktop() { moduleinstance = GetModuleHandleA(nullptr); }
 
 int realdesktop::RunDialog(const cdialogtemplate& dialog, cdialogrules& rules, void* owner) {
   int result = 0;
-  const auto script = scripts.find(dialog.id);
-  WithUser(
-      [&](realwindow& window) {
-        if (script != scripts.end()) {
-          script->second(window);
-        } else {
-          window.Ok();
-        }
-      },
-      [&] { result = win32desktop::RunDialog(dialog, rules, owner); });
+  const auto script = scripts.try_emplace(dialog.id, [](realwindow& window) { window.Ok(); }).first;
+  WithUser(script->second, [&] { result = win32desktop::RunDialog(dialog, rules, owner); });
   return result;
 }
 
@@ -191,18 +167,21 @@ void realdesktop::ShowMessage(const char* text, const char* caption, int style) 
   }
 }
 
-bool realdesktop::AskOpenFile(const cfiledialog& dialog, std::string& path) {
+bool realdesktop::AskFile(const cfiledialog& dialog, const fileanswer& answer,
+                          const std::function<bool()>& ask) {
   bool chosen = false;
-  WithUser([&](realwindow& window) { AnswerFileDialog(onOpenFile, dialog, window); },
-           [&] { chosen = win32desktop::AskOpenFile(dialog, path); });
-  LoseFocus();
-  return chosen;
-}
-
-bool realdesktop::AskSaveFile(const cfiledialog& dialog, std::string& path) {
-  bool chosen = false;
-  WithUser([&](realwindow& window) { AnswerFileDialog(onSaveFile, dialog, window); },
-           [&] { chosen = win32desktop::AskSaveFile(dialog, path); });
+  WithUser(
+      [&](realwindow& window) {
+        EXPECT_EQ(window.Caption(), dialog.title);
+        if (std::string path; answer && answer(dialog, path)) {
+          std::ranges::replace(path, '/', '\\');
+          window.SetText(kFileName, path.c_str());
+          window.Ok();
+        } else {
+          window.Cancel();
+        }
+      },
+      [&] { chosen = ask(); });
   LoseFocus();
   return chosen;
 }

@@ -37,8 +37,8 @@ class realwindow {
 
  private:
   HWND Control(int id) const { return GetDlgItem(window_, id); }
-  // With the left button, and the Control key held or not.
-  void ClickRow(HWND list, int row, WPARAM keys);
+  // With the left button, and the Control key held or not. Gives the place.
+  static LPARAM ClickRow(HWND list, int row, WPARAM keys);
 
   HWND window_;
 };
@@ -58,16 +58,25 @@ class realdesktop final : public desktop::win32desktop {
   // Text and caption as the box showed them.
   std::function<void(const std::string& text, const std::string& caption, int style)> onMessage;
   // What the user types into the system's file dialog; false for Cancel.
-  std::function<bool(const cfiledialog&, std::string& path)> onOpenFile;
-  std::function<bool(const cfiledialog&, std::string& path)> onSaveFile;
+  using fileanswer = std::function<bool(const cfiledialog&, std::string& path)>;
+  fileanswer onOpenFile;
+  fileanswer onSaveFile;
   // Before the wait at the end of a run, with the progress window open.
   std::function<void(int milliseconds)> onSleep;
 
   int RunDialog(const cdialogtemplate& dialog, cdialogrules& rules, void* owner) override;
   void ShowMessage(const char* text, const char* caption, int style) override;
-  bool AskOpenFile(const cfiledialog& dialog, std::string& path) override;
-  bool AskSaveFile(const cfiledialog& dialog, std::string& path) override;
+  bool AskOpenFile(const cfiledialog& dialog, std::string& path) override {
+    return AskFile(dialog, onOpenFile, [&] { return win32desktop::AskOpenFile(dialog, path); });
+  }
+  bool AskSaveFile(const cfiledialog& dialog, std::string& path) override {
+    return AskFile(dialog, onSaveFile, [&] { return win32desktop::AskSaveFile(dialog, path); });
+  }
   void SleepMilliseconds(int milliseconds) override;
+
+ private:
+  static bool AskFile(const cfiledialog& dialog, const fileanswer& answer,
+                      const std::function<bool()>& ask);
 };
 
 // Leaves the thread's windows without the focus, which a closing dialog may or may not give to the

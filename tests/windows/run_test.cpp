@@ -50,7 +50,6 @@ class RealRun : public moduletest {
   RealRun() {
     progress = {};
     hook_ = SetWindowsHookExA(WH_CALLWNDPROCRET, WatchMessages, nullptr, GetCurrentThreadId());
-    real.onMessage = desk.onMessage;
     real.onSleep = [this](int milliseconds) {
       log.events.push_back("sleep " + std::to_string(milliseconds));
       progress.caption = realwindow(progress.window).Caption();
@@ -112,14 +111,6 @@ TEST_F(RealRun, TheBarHasSixteenBits) {
   real.CloseDialog(window);
 }
 
-TEST_F(RealRun, AnEmptySceneIsToldInABox) {
-  NewScene();
-  UseReal();
-  EXPECT_EQ(Export(directory.File("a.mdx")), -1);
-  EXPECT_EQ(log.messages, (std::vector<shownmessage>{{"No objects in scene!", "Export MDX", 48}}));
-  EXPECT_EQ(progress.window, nullptr);
-}
-
 TEST_F(RealRun, TheMdxDialogsGiveAFileAndTheProgressWindowGetsTheFocus) {
   UseReal();
   const std::string mdm = directory.File("a.mdm");
@@ -148,29 +139,8 @@ TEST_F(RealRun, TheMdxDialogsGiveAFileAndTheProgressWindowGetsTheFocus) {
     path = directory.File("walk.mdx");
     return true;
   };
-  std::string caption;
-  real.scripts[101] = [&](realwindow& window) {
-    caption = window.Caption();
-    window.Ok();
-  };
   ASSERT_EQ(Import(mdm), 1);
-  EXPECT_EQ(caption, "MDM/MDX Importer(beta) - Options");
   EXPECT_NE(NodeNamed("tag_head"), nullptr);
-}
-
-TEST_F(RealRun, ACancelledMdsImportWaitsAndShowsNoProgress) {
-  const std::string mds = directory.File("a.mds");
-  ASSERT_EQ(Export(mds), 1);
-  UseReal();
-  std::string caption = "none";
-  real.scripts[101] = [&](realwindow& window) {
-    caption = window.Caption();
-    window.Cancel();
-  };
-  EXPECT_EQ(Import(mds), -1);
-  EXPECT_EQ(caption, "");
-  EXPECT_EQ(progress.window, nullptr);
-  EXPECT_EQ(log.events, std::vector<std::string>{"sleep 500"});
 }
 
 TEST_F(RealRun, ThePickerIsAListOfTheScene) {
