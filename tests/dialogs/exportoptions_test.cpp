@@ -4,12 +4,7 @@ namespace {
 
 // What one of the two export dialogs is: its controls and how it is asked for.
 struct exportdialog {
-  int id;
-  int start;
-  int end;
-  int origin;
-  int select;
-  int choice;
+  int id, start, end, origin, select, choice;
   const char* caption;
   int (*show)(int* start, int* end, int* choice, char* origin, int enable);
 };
@@ -63,8 +58,7 @@ TEST_P(ExportOptions, OpensWithTheRangeAndHandsBackWhatTheFieldsSay) {
     window.Type(dialog.origin, std::string(300, 'n'));
     window.Ok();
   });
-  EXPECT_EQ(start, 0);
-  EXPECT_EQ(end, 2147483647);
+  EXPECT_TRUE(start == 0 && end == 2147483647);
   EXPECT_EQ(std::string(origin), std::string(127, 'n'));
 }
 
@@ -106,17 +100,14 @@ TEST_P(ExportOptions, ThePickerFillsTheFieldAndTheFieldDecides) {
     window.Ok();
   });
   EXPECT_STREQ(origin, "hip");
-  Show([&](userwindow& window) {
-    select(window);
-    window.Type(dialog.origin, "");
-    window.Ok();
-  });
-  EXPECT_STREQ(origin, "");
-  Show([&](userwindow& window) {
-    select(window);
-    window.Cancel();
-  });
-  EXPECT_STREQ(origin, "");
+  for (const bool cancelled : {false, true}) {
+    Show([&](userwindow& window) {
+      select(window);
+      window.Type(dialog.origin, cancelled ? "hip" : "");
+      cancelled ? window.Cancel() : window.Ok();
+    });
+    EXPECT_STREQ(origin, "");
+  }
 }
 
 TEST_P(ExportOptions, TheChoiceLastsAfterOkAlone) {
@@ -142,12 +133,12 @@ INSTANTIATE_TEST_SUITE_P(Both, ExportOptions, testing::Values(kMdcMds, kMdmMdx),
 class MdsExportOptions : public ExportOptions {};
 
 TEST_P(MdsExportOptions, TheModelsBoxIsGreyUncheckedAndKeepsItsState) {
+  const auto user = [](userwindow& window) {
+    EXPECT_FALSE(window.Enabled(1012) || window.Checked(1012) || window.Click(1012));
+    window.Ok();
+  };
   for (const bool kept : {true, false}) {
     SetChoice(kept);
-    const auto user = [](userwindow& window) {
-      EXPECT_FALSE(window.Enabled(1012) || window.Checked(1012) || window.Click(1012));
-      window.Ok();
-    };
     Show(user, 0);
     EXPECT_EQ(choice, kept ? 1 : 0);
   }

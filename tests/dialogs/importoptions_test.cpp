@@ -1,11 +1,9 @@
-#include <cstring>
-
 #include "dialogtest.h"
 #include "sidefiles/animseq.h"
 
 namespace {
 
-class MdcImportOptions : public dialogtest {};
+using MdcImportOptions = dialogtest;
 
 TEST_F(MdcImportOptions, TheFrameIsHeldInsideTheFile) {
   int frame = -7;
@@ -33,17 +31,6 @@ TEST_F(MdcImportOptions, TheFrameIsHeldInsideTheFile) {
 
 class ImportOptions : public dialogtest {
  protected:
-  ImportOptions() {
-    int index = 0;
-    for (const char* name : {"walk", "attack", "idle"}) {
-      std::strcpy(list[index].name, name);
-      list[index].startframe = 10 * index;
-      list[index].numframes = 10;
-      list[index].selected = true;
-      ++index;
-    }
-  }
-
   int Show(const script& user, const char* title = "") {
     desk.scripts[101] = user;
     return ShowImportOptions(title, &meshes, &materials, &bones, &animation, sequences,
@@ -54,18 +41,15 @@ class ImportOptions : public dialogtest {
     EXPECT_EQ((std::vector<bool>{list[0].selected, list[1].selected, list[2].selected}), selected);
   }
 
-  animseq list[3];
+  animseq list[3] = {{false, "walk", 0, 10, 0, 0, true},
+                     {false, "attack", 10, 10, 0, 0, true},
+                     {false, "idle", 20, 10, 0, 0, true}};
   animseq* sequences[3] = {&list[0], &list[1], &list[2]};
   int numSequences = 3;
-  char first[8] = "a.skin";
-  char second[8] = "b.skin";
-  char* skinNames[2] = {first, second};
+  char names[2][8] = {"a.skin", "b.skin"};
+  char* skinNames[2] = {names[0], names[1]};
   int numSkins = 2;
-  int meshes = -7;
-  int materials = -7;
-  int bones = -7;
-  int animation = -7;
-  int skin = -7;
+  int meshes = -7, materials = -7, bones = -7, animation = -7, skin = -7;
 };
 
 TEST_F(ImportOptions, OpensWithEverythingCheckedAndNoSequenceSelected) {

@@ -89,11 +89,7 @@ class HandlerFaults : public moduletest, public testing::WithParamInterface<faul
   }
 
   // The run in a scene of its own. An unused material is there to be taken over.
-  int Run() {
-    return GetParam().Imports()
-               ? module->FindImporter(GetParam().suffix)->importer->Import(file.c_str())
-               : module->FindExporter(GetParam().suffix)->exporter->Export(file.c_str());
-  }
+  int Run() { return GetParam().Imports() ? Import(file) : Export(file); }
   void Prepare() {
     if (GetParam().Imports()) {
       NewScene();

@@ -16,11 +16,16 @@
 // What was read flows into here, so that no compiler leaves the reading out.
 inline volatile float readSum = 0.0F;
 
-inline bool ReadMdc(const unsigned char* data, std::size_t size) {
-  cmdcfile file;
-  if (!file.Parse({data, size})) {
-    return false;
-  }
+// `use` reads all that the file has and gives a number that depends on it.
+template <class File>
+bool ReadAs(const unsigned char* data, std::size_t size, float (*use)(const File& file)) {
+  File file;
+  const bool good = file.Parse({data, size});
+  readSum = good ? use(file) : 0.0F;
+  return good;
+}
+
+inline float SumOf(const cmdcfile& file) {
   float sum = 0.0F;
   for (int f = 0; f < file.header->numFrames; ++f) {
     for (const cmdctagentry& tag : file.tagTable) {
@@ -38,8 +43,11 @@ inline bool ReadMdc(const unsigned char* data, std::size_t size) {
       }
     }
   }
-  readSum = sum;
-  return true;
+  return sum;
+}
+
+inline bool ReadMdc(const unsigned char* data, std::size_t size) {
+  return ReadAs<cmdcfile>(data, size, SumOf);
 }
 
 inline float SumOf(const skelmesh& mesh, std::int32_t numBones) {
@@ -77,25 +85,17 @@ inline float SumOf(const skelrig& rig) {
 }
 
 inline bool ReadMds(const unsigned char* data, std::size_t size) {
-  cmdsfile file;
-  if (!file.Parse({data, size})) {
-    return false;
-  }
-  float sum = SumOf(static_cast<const skelrig&>(file)) + SumOf(file, file.numBones);
-  for (std::int32_t t = 0; t < file.header->numTags; ++t) {
-    sum += file.tags[t].name[63];
-  }
-  readSum = sum;
-  return true;
+  return ReadAs<cmdsfile>(data, size, [](const cmdsfile& file) {
+    float sum = SumOf(static_cast<const skelrig&>(file)) + SumOf(file, file.numBones);
+    for (std::int32_t t = 0; t < file.header->numTags; ++t) {
+      sum += file.tags[t].name[63];
+    }
+    return sum;
+  });
 }
 
 inline bool ReadMdx(const unsigned char* data, std::size_t size) {
-  cmdxfile file;
-  if (!file.Parse({data, size})) {
-    return false;
-  }
-  readSum = SumOf(file);
-  return true;
+  return ReadAs<cmdxfile>(data, size, [](const cmdxfile& file) { return SumOf(file); });
 }
 
 // With the skeleton that the rest of the block is, or the mesh alone where it is none.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -62,30 +63,22 @@ class bytereader {
  public:
   explicit bytereader(bytes content) : content_(std::move(content)) {}
 
-  std::size_t Size() const { return content_.size(); }
-  int I16(std::size_t position) const { return At<std::int16_t>(position); }
-  int U16(std::size_t position) const { return At<std::uint16_t>(position); }
   std::int32_t I32(std::size_t position) const { return At<std::int32_t>(position); }
   float F32(std::size_t position) const { return At<float>(position); }
-  // The whole field, with the zeros behind the text.
-  std::string Field(std::size_t position, std::size_t size) const {
-    std::string field;
-    for (std::size_t i = 0; i < size; ++i) {
-      field.push_back(At<char>(position + i));
-    }
-    return field;
-  }
-  // The text of a field, up to its first zero.
-  std::string Name(std::size_t position, std::size_t size = 64) const {
-    return Field(position, size).c_str();
+  // The text of a field of 64 bytes, up to its first zero.
+  std::string Name(std::size_t position) const {
+    auto field = At<std::array<char, 65>>(position);
+    field.back() = '\0';
+    return field.data();
   }
 
  private:
   template <class Number>
   Number At(std::size_t position) const {
     Number number{};
-    if (position + sizeof number <= content_.size()) {
-      std::memcpy(&number, &content_[position], sizeof number);
+    if (position < content_.size()) {
+      std::memcpy(&number, &content_[position],
+                  std::min(sizeof number, content_.size() - position));
     }
     return number;
   }

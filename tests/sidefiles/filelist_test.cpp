@@ -11,36 +11,40 @@
 
 namespace {
 
-std::vector<std::string> NamesOf(cfilelist& files) {
-  return {files.Names(), files.Names() + files.Count()};
-}
-
-TEST(FileList, SortedByBytesCutAtTheFieldAndWithoutDirectories) {
+TEST(FileList, FindsByWildcardsAnyCaseAndSortsByBytes) {
   const tempdirectory directory;
-  const std::string longest(90, 'x');
-  for (const std::string name : {"b.skin", "a.SKIN", "Z.skin", "notes.txt"}) {
+  for (const std::string name : {"b.skin", "a.SKIN", "Z.skin", "skin_sk.txt", "notes.txt"}) {
     directory.Write(name, std::string());
   }
-  directory.Write(longest + ".skin", std::string());
+  directory.Write(std::string(90, 'x') + ".skin", std::string());
   std::filesystem::create_directory(directory.File("c.skin"));
   std::filesystem::create_directory(directory.File(".hidden.skin"));
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(directory.Path());
 
   cfilelist files;
-  const std::string pattern = directory.File("*.skin");
-  ASSERT_EQ(ListFiles(kListPlainFiles, pattern.c_str(), files), kListed);
-  EXPECT_EQ(NamesOf(files),
-            (std::vector<std::string>{"Z.skin", "a.SKIN", "b.skin", longest.substr(0, 63)}));
+  // The result, and what stands in the list then.
+  const auto list = [&](const std::string& pattern, int mode = kListPlainFiles) {
+    std::string told = std::to_string(ListFiles(mode, pattern.c_str(), files));
+    for (int i = 0; i < files.Count(); ++i) {
+      told += std::string(" ") + files.Names()[i];
+    }
+    return told;
+  };
+  EXPECT_EQ(list(directory.Path() + "/*.skin"), "0 Z.skin a.SKIN b.skin " + std::string(63, 'x'));
+  EXPECT_EQ(list("*sk*sk*"), "0 skin_sk.txt");
+  EXPECT_EQ(list("A?s*N"), "0 a.SKIN");
   files.InsertSorted("\xC3\xA4");
   files.InsertSorted("~");
-  EXPECT_STREQ(files.Names()[5], "\xC3\xA4");
-  EXPECT_EQ(ListFiles(kListDirectories, pattern.c_str(), files), kListed);
-  EXPECT_EQ(NamesOf(files), std::vector<std::string>{"c.skin"});
+  EXPECT_STREQ(files.Names()[2], "\xC3\xA4");
+  EXPECT_EQ(list("*.skin", kListDirectories), "0 c.skin");
   // What finds nothing leaves the list alone; what accepts nothing empties it.
-  EXPECT_EQ(ListFiles(kListPlainFiles, directory.File("*.none").c_str(), files), kNothingFound);
-  EXPECT_EQ(ListFiles(kListPlainFiles, directory.File("a.SKIN").c_str(), files), kNoWildcard);
-  EXPECT_EQ(files.Count(), 1);
-  EXPECT_EQ(ListFiles(2, pattern.c_str(), files), kNoneAccepted);
-  EXPECT_EQ(files.Count(), 0);
+  for (const char* none : {"?.none", "missing/*.skin", "b.skin/*"}) {
+    EXPECT_EQ(list(none), "1 c.skin") << none;
+  }
+  EXPECT_EQ(list("a.SKIN"), "2 c.skin");
+  EXPECT_EQ(list("*.skin", 2), "-1");
+  std::filesystem::current_path(before);
 }
 
 TEST(CfgLines, CommentsShortLinesAndLongLines) {
@@ -70,11 +74,15 @@ TEST(Directories, OfAModelsPath) {
   EXPECT_EQ(ModelDirectory("c:\\et\\models/x/y.mds"), "c:\\et\\");
   EXPECT_EQ(ModelDirectory("/et/models/x/y.mds"), "/et/models/x/");
   EXPECT_EQ(ModelDirectory("y.mds"), "y.mds");
-  EXPECT_EQ(GameDirectory("/et/models/a/models/y.mds"), "/et/");
-  EXPECT_EQ(GameDirectory("/home/mymodels/y.mds"), "/home/my");
-  EXPECT_EQ(GameDirectory("c:\\models\\a/models/y.mds"), "c:\\models\\a/");
-  EXPECT_EQ(GameDirectory("c:\\et\\models\\y.mds"), "c:\\et\\");
-  EXPECT_EQ(GameDirectory("/et/Models/y.mds"), "");
+  const std::pair<const char*, const char*> games[] = {
+      {"/et/models/a/models/y.mds", "/et/"},
+      {"/home/mymodels/y.mds", "/home/my"},
+      {"c:\\models\\a/models/y.mds", "c:\\models\\a/"},
+      {"c:\\et\\models\\y.mds", "c:\\et\\"},
+      {"/et/Models/y.mds", ""}};
+  for (const auto& [model, game] : games) {
+    EXPECT_EQ(GameDirectory(model), game);
+  }
 }
 
 }  // namespace

@@ -73,14 +73,6 @@ int moduletest::Export(const std::string& path) {
   return module->FindExporter(Suffix(path))->exporter->Export(path.c_str());
 }
 
-std::vector<std::string> moduletest::NodeNames() const {
-  std::vector<std::string> names;
-  for (cnode* node : scene->Nodes()) {
-    names.emplace_back(node->GetName());
-  }
-  return names;
-}
-
 cnode* moduletest::NodeNamed(const std::string& name) const {
   for (cnode* node : scene->Nodes()) {
     if (name == node->GetName()) {

@@ -60,7 +60,6 @@ class moduletest : public testing::Test {
   void NewScene();
 
   const std::string& Notes() const { return scene->notes; }
-  std::vector<std::string> NodeNames() const;
   // Null when the scene has no such node.
   cnode* NodeNamed(const std::string& name) const;
 
