@@ -1,7 +1,6 @@
 // The exporters of mdm and mdx through the loaded module, and what runs of all three show.
 
 #include <filesystem>
-#include <ostream>
 #include <tuple>
 
 #include "skeletal/exporttest.h"
@@ -92,8 +91,6 @@ struct exporter {
   std::vector<shownmessage> failure;  // the file cannot be opened
   int fullDisk;                       // result when nothing can be written
 };
-
-void PrintTo(const exporter& kind, std::ostream* out) { *out << kind.suffix; }
 
 class ExportRun : public exporttest, public testing::WithParamInterface<exporter> {};
 
