@@ -170,6 +170,7 @@ TEST_P(BothImports, WhatIsNotWantedIsNotMade) {
   expect({kAnimation}, bones + 2, 2, 100);
   EXPECT_EQ(KeysOf(1).size(), 1U);
   expect({kMeshes}, bones, 2, 5);
+  EXPECT_EQ(log.Texts()[6], "Calculating Frame: 4 of 5\n");
   expect({kMaterials}, bones + 2, 0, 5);
   expect({kMeshes, kAnimation, kBones, kMaterials}, 0, 0, 100);
   expect({kBones}, 2, 2, 100);
