@@ -27,7 +27,7 @@ class RoundTrip : public exporttest {
   }
 
   // A limb of three turning bones with a still tag at its end, in a skin.
-  static void BuildFigure() {
+  void BuildFigure() {
     std::vector<cnode*> bones{nullptr};
     for (const char* name : {"Bip01", "Bip01 Spine", "Bip01 Neck"}) {
       bones.push_back(AddBone(name, bones.back(), Turning(kFrames - 1, 60.0F, {8, 1, 2})));
