@@ -104,10 +104,10 @@ TEST_P(BothImports, SequencesDecideTheKeys) {
        "a 1 2 1 1\nb 2 0 2 2\nc 2 0 3 3\nd 2 0 4 4\ne 2 1 5 5\n"},
       {"past 9 9 0 0\nx 0 0 0 0\n", {0}, {}, 0, "past 0 0 0 0\n"},
   };
-  // A second bone without a parent, whose place tells its frame.
+  // A second bone without a parent, half a turn away, whose place tells its frame.
   model.bones.push_back({"loose", -1, 3.0F});
   for (skelmodel::frame& frame : model.frames) {
-    frame.bones.push_back({});
+    frame.bones.push_back({0, 0, 0, 0, 0, -32768});
   }
   for (const example& each : examples) {
     SCOPED_TRACE(each.lines);
@@ -121,7 +121,7 @@ TEST_P(BothImports, SequencesDecideTheKeys) {
     EXPECT_EQ(scene->animEnd, each.animEnd);
     numbers frames;
     for (const ckey& key : KeysOf(3)) {
-      frames.push_back(static_cast<int>(key.pos.x - 3.0F));
+      frames.push_back(static_cast<int>(key.pos.x + 3.0F));
     }
     EXPECT_EQ(frames, each.frames);
     // Meshes stand in the pose that was computed last.
