@@ -78,8 +78,7 @@ class HandlerFaults : public moduletest, public testing::WithParamInterface<faul
     std::string aninc;
     for (int i = 0; i < kMany; ++i) {
       const std::string name = "surface" + std::to_string(i);
-      const bool quoted = std::string(GetParam().suffix) == "mdm";
-      skin += name + (quoted ? ",\"models/" : ",models/") + name + (quoted ? ".tga\"\n" : ".tga\n");
+      skin += name + ",\"models/" + name + ".tga\"\n";
       aninc += "sequence" + std::to_string(i) + " 0 2 0 20\n";
     }
     directory.Write("game/models/a body with a long name.skin", skin);

@@ -28,6 +28,3 @@ struct pull {
 cskin* AddBoundSkin(const std::string& name, const std::vector<cpoint3>& places,
                     const std::vector<std::vector<pull>>& weights, const std::vector<cnode*>& bones,
                     const std::vector<cmatrix4>& binds);
-
-// Places of a mesh's or skin's exported vertices in the world at the frame.
-std::vector<cpoint3> PlacesAt(cnode& node, int frame);

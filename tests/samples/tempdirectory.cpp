@@ -9,12 +9,10 @@
 namespace fs = std::filesystem;
 
 tempdirectory::tempdirectory() {
-  std::random_device random;
-  fs::path made;
   do {
-    made = fs::temp_directory_path() / ("marrow-test-" + std::to_string(random()));
-  } while (!fs::create_directories(made));
-  path_ = made.generic_string();
+    const std::string name = "marrow-test-" + std::to_string(std::random_device()());
+    path_ = (fs::temp_directory_path() / name).generic_string();
+  } while (!fs::create_directories(path_));
 }
 
 tempdirectory::~tempdirectory() {

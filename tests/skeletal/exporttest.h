@@ -62,6 +62,11 @@ std::string Text(const namefield<Size>& field) {
   return NameText(field).data();
 }
 
+inline std::string Text(const cfiledialog& dialog) {
+  return std::string(dialog.title) + ", " + dialog.filterName + ", " + dialog.filterPattern + ", " +
+         dialog.defaultExtension + ", " + std::to_string(dialog.flags);
+}
+
 using numbers = std::vector<int>;
 
 // 32-bit numbers, `offset` bytes behind the start of a record.

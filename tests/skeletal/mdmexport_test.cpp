@@ -49,11 +49,8 @@ TEST_F(MdmExport, AsksForTheSkeletonsFile) {
   bool focused = false;
   desk.onSaveFile = [&](const cfiledialog& dialog, std::string& path) {
     asked = true;
-    EXPECT_STREQ(dialog.title, "Save Animation File(MDX)");
-    EXPECT_STREQ(dialog.filterName, "RTCW-ET MDX Files (*.mdx)");
-    EXPECT_STREQ(dialog.filterPattern, "*.mdx");
-    EXPECT_STREQ(dialog.defaultExtension, "mdx");
-    EXPECT_EQ(dialog.flags, 0x1806U);
+    EXPECT_EQ(Text(dialog), "Save Animation File(MDX), RTCW-ET MDX Files (*.mdx), *.mdx, mdx, " +
+                                std::to_string(0x1806));
     path = answer;
     return true;
   };

@@ -1,7 +1,5 @@
 // From a scene to files and back, by the handlers of the module's registry.
 
-#include <algorithm>
-
 #include "skeletal/exporttest.h"
 
 namespace {
@@ -39,31 +37,13 @@ class RoundTrip : public exporttest {
     skin->SetVertWeight(1, 0, {0.5F, {4, 5, 6}, {}, bones[2]});
     skin->SetVertWeight(1, 1, {0.5F, {-4, 1, 2}, {}, bones[3]});
   }
-
-  // The body's vertices in the world.
-  std::vector<cpoint3> Vertices(int frame) const {
-    cnode* body = NodeNamed("body");
-    cexpmesh mesh;
-    if (body->GetType() == kNodeSkin) {
-      mesh.BuildFromSkin(static_cast<cskin*>(body), 2);
-      mesh.CalcSkinVertsAtFrame(frame, 1, 1);
-    } else {
-      mesh.BuildFromMesh(static_cast<cmesh*>(body), 2);
-    }
-    std::vector<cpoint3> vertices(static_cast<std::size_t>(mesh.numVerts));
-    std::transform(mesh.verts, mesh.verts + mesh.numVerts, vertices.begin(),
-                   [world = body->GetTMAtFrame(frame, kWholeTransform)](const cexpvert& vertex) {
-                     return vertex.pos * world;
-                   });
-    return vertices;
-  }
 };
 
 // As a host's author would try a module: everything that the registry has.
 TEST_F(RoundTrip, EveryHandlerOfTheRegistry) {
   std::vector<cpoint3> want[kFrames];
   for (int frame = 0; frame < kFrames; ++frame) {
-    want[frame] = Vertices(frame);
+    want[frame] = PlacesAt(*NodeNamed("body"), frame);
   }
   const auto path = [&](const module::handler& handler) {
     return directory.File("Out." + handler.extensions[0]);
@@ -87,7 +67,7 @@ TEST_F(RoundTrip, EveryHandlerOfTheRegistry) {
     results.push_back(handler.importer->Import(path(handler).c_str()));
     const bool whole = handler.name != "RTCW mdc";
     for (int frame = whole ? 0 : 4; frame < (whole ? kFrames : 5); ++frame) {
-      const std::vector<cpoint3> vertices = Vertices(frame);
+      const std::vector<cpoint3> vertices = PlacesAt(*NodeNamed("body"), frame);
       ASSERT_EQ(vertices.size(), 4U);
       for (std::size_t v = 0; v < 4; ++v) {
         ExpectPoint(vertices[v], want[frame][v], 1.0F / 64.0F);
