@@ -57,7 +57,8 @@ TEST_F(MdcExport, WritesItsTablesOneBehindTheOther) {
   wanted.name = "models/crate.mdc";
   wanted.frames.assign(3, {0, -0.99F, 0, 1202, 2 - 0.99F, 1, 0, 0, 0, 1202});
   wanted.frameName = "(from QMTK)";
-  // In steps of a 64th, toward zero; 16 bits of them: they wrap. A mesh with a tag's name is both.
+  // The same in all three frames, in steps of a 64th, toward zero; 16 bits of them: they wrap. A
+  // mesh with a tag's name is both.
   wanted.tags = {{"tag_" + std::string(59, 'x'), {3, {96, -63, 64000 - 65536, 16384, 0, 0}}},
                  {"tag_" + std::string(59, 's'), {3, {0, 0, 0, 0, 0, 0}}}};
   wanted.surfaces = {
