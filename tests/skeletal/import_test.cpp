@@ -41,12 +41,11 @@ class importtest : public exporttest {
     directory.Write(mds ? "models/x/wolfanim.cfg" : "skeletons/run.aninc", "STARTANIMS\n" + lines);
   }
 
-  // It stands one unit before the first bone, which turns by 1000 steps a frame.
-  static void ExpectFirstVertex(const core::meshstate& mesh, int frame) {
+  // It stands `reach` units before the first bone, which turns by 1000 steps a frame.
+  static void ExpectFirstVertex(const core::meshstate& mesh, int frame, float reach) {
     const float angle = static_cast<float>(1000 * frame * std::numbers::pi / 32768.0);
-    ExpectPoint(mesh.verts.at(0),
-                {static_cast<float>(frame) + std::cos(angle), 2.0F - std::sin(angle), 30.0F},
-                1e-5F);
+    const float x = static_cast<float>(frame) + reach * std::cos(angle);
+    ExpectPoint(mesh.verts.at(0), {x, 2.0F - reach * std::sin(angle), 30.0F}, 1e-5F);
   }
   void ExpectSceneUntouched() const {
     EXPECT_TRUE(scene->Nodes().empty() && scene->Materials().empty() && scene->animEnd == 0);
@@ -107,8 +106,9 @@ TEST_P(BothImports, SequencesDecideTheKeys) {
   // A second bone without a parent, half a turn away, whose place tells its frame.
   model.bones.push_back({"loose", -1, 3.0F});
   for (skelmodel::frame& frame : model.frames) {
-    frame.bones.push_back({0, 0, 0, 0, 0, -32768});
+    frame.bones.push_back({0, 0, -32768, 0, 0, -32768});
   }
+  model.surfaces[0].verts[0].weights = {{0, 0.5F, {1, 0, 0}}, {3, 0.5F, {3, 0, 0}}};
   for (const example& each : examples) {
     SCOPED_TRACE(each.lines);
     WriteSequences(each.lines);
@@ -126,7 +126,7 @@ TEST_P(BothImports, SequencesDecideTheKeys) {
     EXPECT_EQ(frames, each.frames);
     // Meshes stand in the pose that was computed last.
     if (!frames.empty()) {
-      ExpectFirstVertex(Skin(0).Skin().mesh, frames.back());
+      ExpectFirstVertex(Skin(0).Skin().mesh, frames.back(), 0.5F);
     }
   }
   EXPECT_EQ(scene->Nodes()[3]->GetParent(), nullptr);
@@ -176,7 +176,7 @@ TEST_P(BothImports, WhatIsNotWantedIsNotMade) {
   expect({kBones}, 2, 2, 100);
   ASSERT_EQ(scene->Nodes()[0]->GetType(), kNodeMesh);
   EXPECT_EQ(scene->Nodes()[1]->GetMaterial(), scene->Materials()[1]);
-  ExpectFirstVertex(static_cast<cmesh*>(scene->Nodes()[0])->Mesh(), 0);
+  ExpectFirstVertex(static_cast<cmesh*>(scene->Nodes()[0])->Mesh(), 0, 1.0F);
   EXPECT_EQ(Notes().find("sequences"), std::string::npos);
 }
 
