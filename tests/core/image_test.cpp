@@ -72,6 +72,9 @@ TEST(Image, RefusesWhatIsNoImageAndKeepsWhatItHad) {
   char path[512];
   image.GetPathName(path);
   EXPECT_STREQ(path, "kept.tga");
+  image.SetPathName("");  // an image without a name is not one that is not there
+  image.GetPathName(path);
+  EXPECT_STREQ(path, "");
 }
 
 }  // namespace

@@ -7,6 +7,8 @@ struct exportdialog {
   int id, start, end, origin, select, choice;
   const char* caption;
   int (*show)(int* start, int* end, int* choice, char* origin, int enable);
+
+  friend void PrintTo(const exportdialog& one, std::ostream* out) { *out << one.id; }
 };
 
 constexpr exportdialog kMdcMds{

@@ -26,6 +26,7 @@ struct faultcase {
   std::set<std::string> assertions;  // all that must come up
 
   bool Imports() const { return source[0] == 'I'; }
+  friend void PrintTo(const faultcase& one, std::ostream* out) { *out << one.source; }
 };
 
 class HandlerFaults : public moduletest, public testing::WithParamInterface<faultcase> {

@@ -87,6 +87,8 @@ struct exporter {
   int dialog;
   std::vector<shownmessage> failure;  // the file cannot be opened
   int fullDisk;                       // result when nothing can be written
+
+  friend void PrintTo(const exporter& one, std::ostream* out) { *out << one.suffix; }
 };
 
 class ExportRun : public exporttest, public testing::WithParamInterface<exporter> {};
