@@ -145,10 +145,7 @@ class Convert(program.ProgramTest):
         self.assertEqual(self.read("b.aninc").decode(), HEAD + numbers)
         (self.dir / "c").mkdir()
         self.marrow("convert", "b.mdm", "c/a.mds", "--sequences")
-        before, after = self.info("a.mds"), self.info("c/a.mds")
-        self.assertEqual(sorted(bone["name"] for bone in before["bones"]),
-                         sorted(bone["name"] for bone in after["bones"]))
-        self.assertEqual(after["numFrames"], 95)
+        self.assertEqual(self.info("c/a.mds")["numFrames"], 95)
         self.assertIn(numbers, self.read("c/wolfanim.cfg").decode())
         # Through a scene file, whose clips have names and lengths but neither loop nor rate.
         self.marrow("convert", "a.mds", "d.glb")
@@ -158,16 +155,12 @@ class Convert(program.ProgramTest):
         self.assertEqual(self.info("d/a.mds")["numFrames"], 95)
 
     def test_which_files_are_written(self):
-        for target, written in (("a.mdc", ["a.mdc"]), ("a.mdx", ["a.mdx"]),
-                                ("a.gltf", None), ("A.GLB", ["A.GLB"]),
-                                ("a.mdm", ["a.mdm", "a.mdx"])):
+        for target, *beside in (("a.mdc",), ("a.mdx",), ("a.gltf", "a.bin", "a_0.png"), ("A.GLB",),
+                                ("a.mdm", "a.mdx")):
             for name in self.names():
                 (self.dir / name).unlink()
             self.marrow("convert", SAMPLE, target)
-            if written:
-                self.assertEqual(self.names(), written)
-            else:
-                self.assertIn(target, self.names())
+            self.assertEqual(self.names(), sorted([target, *beside]))
         self.marrow("convert", SAMPLE, "a.mdm", "--mdx", "other.mdx")
         self.assertEqual(self.names(), ["a.mdm", "a.mdx", "other.mdx"])
         self.marrow("convert", "a.mdm", "b.mdc", "--mdx", "other.mdx")
@@ -178,10 +171,9 @@ class Convert(program.ProgramTest):
         self.marrow("convert", "a.mdc", "b.mdc", "--frame", "7")
         info = self.info("b.mdc")
         self.assertEqual((info["numFrames"], info["numSurfaces"], info["numTags"]), (1, 2, 2))
-        whole = self.info("a.mdc")["frames"][7]["bounds"]
-        for corner, expected in zip(info["frames"][0]["bounds"], whole):
-            for value, wanted in zip(corner, expected):
-                self.assertAlmostEqual(value, wanted, delta=2 / 64)
+        low, high = info["frames"][0]["bounds"]
+        for value, wanted in zip(low + high, sum(self.info("a.mdc")["frames"][7]["bounds"], [])):
+            self.assertAlmostEqual(value, wanted, delta=2 / 64)
 
 
 if __name__ == "__main__":

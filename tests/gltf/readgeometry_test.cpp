@@ -23,9 +23,7 @@ class ReadGeometry : public readtest {
   }
 
   static void ExpectPlace(const cpoint3& p, float x, float y, float z) {
-    EXPECT_FLOAT_EQ(p.x, x);
-    EXPECT_FLOAT_EQ(p.y, y);
-    EXPECT_FLOAT_EQ(p.z, z);
+    EXPECT_LT((p - MakePt3(x, y, z)).Length(), 1e-6F);
   }
 };
 

@@ -24,15 +24,13 @@ class readtest : public testing::Test {
     std::vector<std::string> lines;
     for (cnode* node : scene.Nodes()) {
       const int type = node->GetType();
-      std::string line = type == kNodeBone   ? "bone "
-                         : type == kNodeSkin ? "skin "
-                         : type == kNodeMesh ? "mesh "
-                                             : "empty ";
-      line += node->GetName();
-      if (node->GetParent() != nullptr) {
-        line += std::string(" < ") + node->GetParent()->GetName();
-      }
-      lines.push_back(line);
+      const std::string kind = type == kNodeBone   ? "bone "
+                               : type == kNodeSkin ? "skin "
+                               : type == kNodeMesh ? "mesh "
+                                                   : "empty ";
+      cnode* const parent = node->GetParent();
+      lines.push_back(kind + node->GetName() +
+                      (parent == nullptr ? "" : std::string(" < ") + parent->GetName()));
     }
     return lines;
   }
@@ -43,6 +41,12 @@ class readtest : public testing::Test {
                                     [&](cnode* node) { return name == node->GetName(); });
     EXPECT_NE(found, nodes.end()) << name;
     return found == nodes.end() ? nullptr : *found;
+  }
+
+  static void ExpectBox(cnode* node, int frame, const cpoint3& low, const cpoint3& high) {
+    cpoint3 box[2];
+    node->GetBBoxAtFrame(frame, box[0], box[1]);
+    EXPECT_LT((box[0] - low).Length() + (box[1] - high).Length(), 2e-5F);
   }
 
   static const core::meshstate& MeshOf(cnode* node) {

@@ -217,10 +217,6 @@ def scene_points(points, scale=1.0):
     return points @ AXES.T * scale
 
 
-def file_points(points, scale=1.0):
-    return points @ AXES / scale
-
-
 def scene_matrix(matrix, scale=1.0):
     """A matrix of the file's space as one of the scene's: column vectors still."""
     turned = np.eye(4)

@@ -57,13 +57,10 @@ def main(describe, check):
     parser = argparse.ArgumentParser(description=describe)
     parser.add_argument("marrow", type=pathlib.Path, help="the built command")
     parser.add_argument("scenes", type=pathlib.Path, nargs="+", help="rigged .glb files")
-    parser.add_argument("--keep", type=pathlib.Path, help="leave the files here")
     asked = parser.parse_args()
     more = os.environ.get("MARROW_SAMPLES")  # a folder of further scenes to take in
     samples = pathlib.Path(more).glob("*.glb") if more else []
     with tempfile.TemporaryDirectory() as folder:
-        folder = (asked.keep or pathlib.Path(folder)).resolve()
-        folder.mkdir(parents=True, exist_ok=True)
-        made = Check(asked.marrow.resolve(), folder)
+        made = Check(asked.marrow.resolve(), pathlib.Path(folder).resolve())
         check(made, asked.scenes + sorted(samples))
     sys.exit(f"{made.faults} faults" if made.faults else 0)

@@ -1,11 +1,12 @@
 // What the browser runs: draws the file from before and to its left.
 
 import * as THREE from 'three';
+import { GLTFLoader } from 'three/addons/loaders/GLTFLoader.js';
 import { RoomEnvironment } from 'three/addons/environments/RoomEnvironment.js';
 import { Posed } from './posed.mjs';
 
 window.draw = async (url, clip, time) => {
-  const posed = await Posed.load(await (await fetch(url)).arrayBuffer());
+  const posed = new Posed(await new GLTFLoader().loadAsync(url));
   posed.pose(clip, time);
 
   const scene = new THREE.Scene();

@@ -1,15 +1,20 @@
-// Shows a glTF file as a viewer does:
-//   node view.mjs FILE [--clip NAME] [--time SECONDS] [--png OUT.png] [--vertices OUT.json]
-// Without an output it says what the file has. A picture needs Chromium (CHROMIUM names another).
+// Draws a glTF file as a viewer does, with Chromium (CHROMIUM names another):
+//   node view.mjs FILE --png OUT.png [--clip NAME] [--time SECONDS]
 
-import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
-import { tmpdir } from 'node:os';
-import { dirname, join } from 'node:path';
+import { readFile } from 'node:fs/promises';
+import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
-import { loadGlb } from './glb.mjs';
-import { Posed } from './posed.mjs';
+import { chromium } from 'playwright-core';
 
+const { values, positionals: [file] } = parseArgs({
+  allowPositionals: true,
+  options: { clip: { type: 'string' }, time: { type: 'string' }, png: { type: 'string' } },
+});
+if (file === undefined || values.png === undefined) {
+  console.error('usage: node view.mjs FILE --png OUT.png [--clip NAME] [--time SECONDS]');
+  process.exit(2);
+}
 const here = dirname(fileURLToPath(import.meta.url));
 const origin = 'http://marrow.invalid/';
 const page = `<!doctype html><style>body{margin:0}canvas{display:block}</style>
@@ -17,76 +22,35 @@ const page = `<!doctype html><style>body{margin:0}canvas{display:block}</style>
 "three/addons/":"/node_modules/three/examples/jsm/"}}</script>
 <script type="module" src="/page.mjs"></script>`;
 
-async function draw(glb, clip, time, out) {
-  const { chromium } = await import('playwright-core');
-  const profile = await mkdtemp(join(tmpdir(), 'view-'));
-  const browser = await chromium.launchPersistentContext(profile, {
-    executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-    viewport: { width: 900, height: 900 },
-    args: ['--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--no-first-run',
-      '--disable-background-networking', '--disable-component-update', '--disable-sync'],
-  });
-  try {
-    const tab = await browser.newPage();
-    const faults = [];
-    tab.on('pageerror', (error) => faults.push(error.message));
-    tab.on('console', (line) => line.type() === 'error' && faults.push(line.text()));
-    await tab.route('**/*', async (route) => {
-      const path = decodeURIComponent(new URL(route.request().url()).pathname);
-      if (path === '/') {
-        await route.fulfill({ contentType: 'text/html', body: page });
-      } else if (path === '/file.glb') {
-        await route.fulfill({ body: Buffer.from(glb) });
-      } else if (path === '/favicon.ico') {
-        await route.fulfill({ status: 204 });
-      } else {
-        await route.fulfill({ contentType: 'text/javascript', body: await readFile(join(here, path)) });
-      }
-    });
-    await tab.goto(origin);
-    await tab.waitForFunction(() => window.draw !== undefined);
-    await tab.evaluate(([c, t]) => window.draw('/file.glb', c, t), [clip, time]);
-    await tab.screenshot({ path: out });
-    if (faults.length !== 0) {
-      throw new Error(faults.join('\n'));
+const browser = await chromium.launch({
+  executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
+  args: ['--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'],
+});
+try {
+  const tab = await browser.newPage({ viewport: { width: 900, height: 900 } });
+  const faults = [];
+  tab.on('pageerror', (error) => faults.push(error.message));
+  tab.on('console', (line) => line.type() === 'error' && faults.push(line.text()));
+  await tab.route('**/*', async (route) => {
+    const path = decodeURIComponent(new URL(route.request().url()).pathname);
+    if (path === '/') {
+      await route.fulfill({ contentType: 'text/html', body: page });
+    } else if (path === '/favicon.ico') {
+      await route.fulfill({ status: 204 });
+    } else if (path.startsWith('/scene/')) {
+      await route.fulfill({ body: await readFile(join(dirname(file), path.slice(7))) });
+    } else {
+      await route.fulfill({ contentType: 'text/javascript', body: await readFile(join(here, path)) });
     }
-  } finally {
-    await browser.close();
-    await rm(profile, { recursive: true, force: true });
+  });
+  await tab.goto(origin);
+  await tab.waitForFunction(() => window.draw !== undefined);
+  await tab.evaluate((asked) => window.draw(...asked),
+    [`/scene/${encodeURIComponent(basename(file))}`, values.clip, Number(values.time ?? 0)]);
+  await tab.screenshot({ path: values.png });
+  if (faults.length !== 0) {
+    throw new Error(faults.join('\n'));
   }
-}
-
-process.on('uncaughtException', (error) => {
-  console.error(error.message);
-  process.exit(1);
-});
-const { values, positionals } = parseArgs({
-  allowPositionals: true,
-  options: {
-    clip: { type: 'string' },
-    time: { type: 'string', default: '0' },
-    png: { type: 'string' },
-    vertices: { type: 'string' },
-  },
-});
-const time = Number(values.time);
-if (positionals.length !== 1 || !Number.isFinite(time)) {
-  console.error('usage: node view.mjs FILE [--clip NAME] [--time SECONDS] [--png OUT] [--vertices OUT]');
-  process.exit(2);
-}
-const [file] = positionals;
-const clip = values.clip ?? null;
-const posed = await Posed.load(await loadGlb(file, { pictures: false }));
-posed.pose(clip, time);
-if (values.vertices !== undefined) {
-  await writeFile(values.vertices, JSON.stringify({ clip, time, meshes: posed.meshes() }));
-}
-if (values.png !== undefined) {
-  await draw(await loadGlb(file, { pictures: true }), clip, time, values.png);
-}
-if (values.vertices === undefined && values.png === undefined) {
-  posed.meshes().forEach(({ node, name, positions }) =>
-    console.log(`node ${node} "${name}": ${positions.length / 3} vertices`));
-  posed.clips.forEach(({ name, duration, tracks }) =>
-    console.log(`clip "${name}": ${duration} s, ${tracks.length} tracks`));
+} finally {
+  await browser.close();
 }
