@@ -39,7 +39,6 @@ affine Inverted(affine m) {
 struct rig {
   std::vector<affine> binds;
   std::vector<affine> pose;
-  std::vector<vec3> places;
   gltf::bindvertices vertices;
   std::mt19937 random{20};
 
@@ -57,11 +56,9 @@ struct rig {
       pose.push_back(AnyMotion(60.0));
     }
   }
-  void AddVertex(const vec3& place, std::vector<std::pair<std::uint32_t, double>> weights,
-                 double noise = 0.0) {
-    places.push_back(place);
+  void AddVertex(const vec3& place, const std::vector<std::pair<std::uint32_t, double>>& weights) {
     for (const auto& [joint, weight] : weights) {
-      const vec3 offset = Apply(place, Inverted(binds[joint])) + Point(noise);
+      const vec3 offset = Apply(place, Inverted(binds[joint]));
       vertices.weights.push_back({joint, weight, core::ToVec(core::ToPoint(offset))});
     }
     vertices.starts.push_back(vertices.weights.size());

@@ -74,18 +74,6 @@ class gltfwrite : public testing::Test {
   gltf::report told;
 };
 
-// Places of a skin's exported vertices in the world at the frame.
-std::vector<cpoint3> PlacesAt(cnode& node, int frame) {
-  cexpmesh mesh;
-  mesh.BuildFromSkin(&static_cast<cskin&>(node), 2);
-  mesh.CalcSkinVertsAtFrame(frame, 1, 1);
-  std::vector<cpoint3> places;
-  for (int v = 0; v < mesh.numVerts; ++v) {
-    places.push_back(mesh.verts[v].pos * node.GetTMAtFrame(frame, kWholeTransform));
-  }
-  return places;
-}
-
 // Skins and bones go through models and scenes in the checks of the command.
 TEST_F(gltfwrite, WhatNoModelCarriesReadsBack) {
   const std::vector<ckey> keys{KeyAt(0, {1, 2, 3}, {10, 20, 30}), KeyAt(20, {4, 5, 6}, {40, 5, 6})};
