@@ -2,8 +2,8 @@
 #include <cstdio>
 
 #include "command/commands.h"
-#include "command/files/paths.h"
 #include "command/run/modelrun.h"
+#include "command/wording.h"
 
 namespace command {
 

@@ -7,6 +7,7 @@
 
 #include "command/failure.h"
 #include "command/run/askuser.h"
+#include "command/wording.h"
 
 namespace command {
 

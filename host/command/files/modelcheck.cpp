@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "command/failure.h"
+#include "command/wording.h"
 #include "core/state.h"
 #include "mdc/mdcfile.h"
 #include "mdmmdx/mdmfile.h"
@@ -78,22 +79,18 @@ std::string Difference(const char* what, const std::optional<std::int64_t>& expe
          std::to_string(*expected);
 }
 
-std::string Count(std::int64_t number, const std::string& one) {
-  return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
-}
-
 std::string Summary(const foundmodel& found, std::uint32_t size) {
   std::string text;
   const auto add = [&](const std::optional<std::int64_t>& number, const char* one) {
     if (number) {
-      text += Count(*number, one) + ", ";
+      text += Counted(*number, one) + ", ";
     }
   };
   add(found.frames, "frame");
   add(found.bones, "bone");
   add(found.tags, "tag");
   add(found.surfaces, "surface");
-  return text + Count(size, "byte");
+  return text + Counted(size, "byte");
 }
 
 template <class File>

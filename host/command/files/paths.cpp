@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "command/failure.h"
+#include "command/wording.h"
 #include "core/utf8path.h"
 
 namespace command {
@@ -44,24 +45,6 @@ std::string Folded(std::string text) {
 }
 
 bool IsTagName(const std::string& name) { return Folded(name).starts_with("tag_"); }
-
-std::string Joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) {
-    text += (text.empty() ? "" : ", ") + name;
-  }
-  return text;
-}
-
-std::string JoinedFew(std::vector<std::string> names) {
-  constexpr std::size_t kMost = 4;
-  if (names.size() > kMost) {
-    const std::size_t more = names.size() - kMost;
-    names.resize(kMost);
-    names.push_back("and " + std::to_string(more) + " more");
-  }
-  return Joined(names);
-}
 
 std::string SuffixOf(const std::string& path) {
   const std::string extension = Folded(core::PathOf(path).extension().string());

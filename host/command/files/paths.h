@@ -22,10 +22,6 @@ std::string SuffixOf(const std::string& path);
 std::string Folded(std::string text);
 // Whether a node of this name is a tag.
 bool IsTagName(const std::string& name);
-// "a, b, c"
-std::string Joined(const std::vector<std::string>& names);
-// "a, b, c, d, and 12 more"
-std::string JoinedFew(std::vector<std::string> names);
 
 // Fails unless the file can be read.
 void RequireReadable(const std::string& path);

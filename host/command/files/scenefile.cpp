@@ -8,6 +8,7 @@
 #include "command/failure.h"
 #include "command/files/paths.h"
 #include "command/options.h"
+#include "command/wording.h"
 #include "core/state.h"
 #include "core/timeline.h"
 
@@ -94,9 +95,9 @@ void WriteSceneFile(console& out, const core::scene& scene, const std::string& p
   }
   TellBindResidual(out, scene, path, told.bind);
   // A file has a clip only with a node that it moves.
-  const std::size_t clips = scene.Nodes().empty() ? 0 : core::NamedClips(scene).size();
-  out.Result(path, "written: " + std::to_string(scene.Nodes().size()) + " nodes, " +
-                       std::to_string(clips) + " clips");
+  const std::ptrdiff_t clips = scene.Nodes().empty() ? 0 : std::ssize(core::NamedClips(scene));
+  out.Result(path, "written: " + Counted(std::ssize(scene.Nodes()), "node") + ", " +
+                       Counted(clips, "clip"));
 }
 
 }  // namespace command

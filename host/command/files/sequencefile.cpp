@@ -8,6 +8,7 @@
 
 #include "command/failure.h"
 #include "command/files/keptfiles.h"
+#include "command/wording.h"
 #include "core/timeline.h"
 #include "core/utf8path.h"
 
@@ -97,8 +98,7 @@ void WriteSequenceFile(console& out, const std::string& path, filekind kind,
     throw failure(path, std::string("could not be written: ") + std::strerror(errno));
   }
   kept.Keep();
-  out.Result(path, "written: " + std::to_string(lines.size()) +
-                       (lines.size() == 1 ? " sequence" : " sequences"));
+  out.Result(path, "written: " + Counted(std::ssize(lines), "sequence"));
 }
 
 }  // namespace command

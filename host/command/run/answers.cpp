@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "command/files/paths.h"
+#include "command/wording.h"
 
 namespace command {
 

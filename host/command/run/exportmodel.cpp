@@ -10,6 +10,7 @@
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/skeletonlosses.h"
+#include "command/wording.h"
 #include "core/state.h"
 #include "core/utf8path.h"
 
@@ -25,17 +26,6 @@ bool HasNode(const core::scene& scene, int type) {
                              [type](cnode* node) { return node->GetType() == type; });
 }
 
-// The names of a list that may be long.
-std::string FirstFew(std::vector<std::string> names) {
-  constexpr std::size_t kFew = 20;
-  if (names.size() <= kFew) {
-    return Joined(names);
-  }
-  const std::size_t more = names.size() - kFew;
-  names.resize(kFew);
-  return Joined(names) + " and " + std::to_string(more) + " more";
-}
-
 // What a scene has and the format does not take, and would leave out without a word.
 void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
                        const exportchoices& choices, const core::scene& scene) {
@@ -49,7 +39,7 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
     out.Warning(path,
                 "meshes that no skeleton moves are left out, since the format has surfaces "
                 "of skins only: " +
-                    FirstFew(meshes));
+                    JoinedFew(meshes));
   }
   if (IsSkeletal(kind) && !HasNode(scene, kNodeBone)) {
     out.Warning(path, "the scene has no bones, so the model has no skeleton");
@@ -62,19 +52,15 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
   }
 }
 
-std::string Counted(std::size_t number, const std::string& what) {
-  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
-}
-
 void TellWhatWasHelped(console& out, const std::string& path, const helperbones& made) {
   std::vector<std::string> parts;
   if (!made.stretching.empty()) {
-    parts.push_back(Counted(made.stretching.size(), "helper bone") +
+    parts.push_back(Counted(std::ssize(made.stretching), "helper bone") +
                     " added, since a bone keeps one length and these change theirs: " +
                     JoinedFew(made.stretching));
   }
   if (!made.hung.empty()) {
-    parts.push_back(Counted(made.hung.size(), "further top bone") +
+    parts.push_back(Counted(std::ssize(made.hung), "further top bone") +
                     " hung on a bone, since a skeleton has one place for all top bones: " +
                     JoinedFew(made.hung));
   }

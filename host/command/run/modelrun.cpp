@@ -5,6 +5,7 @@
 #include "command/failure.h"
 #include "command/files/paths.h"
 #include "command/files/programpath.h"
+#include "command/wording.h"
 #include "core/assertion.h"
 
 namespace command {

@@ -1,4 +1,5 @@
 #include "command/skeleton/skeletonlosses.h"
+#include "command/wording.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,18 @@
+#pragma once
+
+// Words that the command's lines are made of.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace command {
+
+// "1 node", "2 nodes"
+std::string Counted(std::int64_t number, const std::string& one);
+// "a, b, c"
+std::string Joined(const std::vector<std::string>& names);
+// "a, b, c, d, and 12 more"
+std::string JoinedFew(std::vector<std::string> names);
+
+}  // namespace command
