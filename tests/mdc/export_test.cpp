@@ -44,10 +44,10 @@ TEST_F(MdcExport, WritesItsTablesOneBehindTheOther) {
   scene->animStart = 10;
   scene->animEnd = 12;
   cbone* bone = AddBone("spine", nullptr, {KeyAt(0, {0, 0, 0})});
-  AddBone("TAG_" + std::string(80, 'X'), bone, {KeyAt(0, {1.5F, -0.99F, 1000}, {90, 0, 0})});
+  AddBone("TAG_" + std::string(80, 'X'), bone, {KeyAt(0, {1.5F, -0.99F, 1000}, {0, 45.004F, 0})});
   AddBone("my_tag_x", bone, {});
   cmesh* crate = AddTriangle("tag_" + std::string(80, 'S'), {600, -0.99F, 0});
-  SetKeys(*crate, {KeyAt(0, {0, 0, 0}, {}, {2, 1, 1})});
+  SetKeys(*crate, {KeyAt(10, {0, 0, 0}, {}, {2, 1, 1}), KeyAt(12, {20, 0, 0}, {}, {2, 1, 1})});
   crate->SetMaterial(AddMaterial("wood", "D:\\Game\\Main\\Models\\Mapobjects\\Crate.tga"));
   // A face without a triangle is left out and the list closes up.
   AddMesh("cloak", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}},
@@ -55,29 +55,31 @@ TEST_F(MdcExport, WritesItsTablesOneBehindTheOther) {
 
   mdcmodel wanted;
   wanted.name = "models/crate.mdc";
-  wanted.frames.assign(3, {0, -0.99F, 0, 1202, 2 - 0.99F, 1, 0, 0, 0, 1202});
+  wanted.frames = {{0, -0.99F, 0, 1202, 2 - 0.99F, 1, 0, 0, 0, 1202},
+                   {0, -0.99F, 0, 1212, 2 - 0.99F, 1, 0, 0, 0, 1212},
+                   {0, -0.99F, 0, 1222, 2 - 0.99F, 1, 0, 0, 0, 1222}};
   wanted.frameName = "(from QMTK)";
-  // The same in all three frames, in steps of a 64th, toward zero; 16 bits of them: they wrap. A
-  // mesh with a tag's name is both.
-  wanted.tags = {{"tag_" + std::string(59, 'x'), {3, {96, -63, 64000 - 65536, 16384, 0, 0}}},
-                 {"tag_" + std::string(59, 's'), {3, {0, 0, 0, 0, 0, 0}}}};
-  wanted.surfaces = {
-      {"tag_" + std::string(59, 'S'),
-       {"models\\mapobjects\\crate.tga"},
-       {{0, 1, 2}},
-       {{0, 1}, {0.125F, 0.875F}, {0.25F, 0.75F}},
-       {3, {{76800 - 65536, -63, 0}, {76928 - 65536, -63, 0}, {76800 - 65536, 64, 0}}},
-       {},
-       {0, 1, 2},
-       {0xFFFF, 0xFFFF, 0xFFFF}},
-      {"cloak",
-       {},
-       {{0, 1, 2}, {3, 2, 1}},
-       {{0, 1}, {0.125F, 0.875F}, {0.25F, 0.75F}, {0.375F, 0.625F}},
-       {3, {{0, 0, 0}, {64, 0, 0}, {0, 64, 0}, {0, 0, 64}}},
-       {},
-       {0, 1, 2},
-       {0xFFFF, 0xFFFF, 0xFFFF}}};
+  // In steps of a 64th, toward zero; 16 bits of them: they wrap. A mesh with a tag's name is both.
+  wanted.tags = {{"tag_" + std::string(59, 'x'), {3, {96, -63, 64000 - 65536, 0, 8192, 0}}},
+                 {"tag_" + std::string(59, 's'), {{}, {640}, {1280}}}};
+  wanted.surfaces = {{"tag_" + std::string(59, 'S'),
+                      {"models\\mapobjects\\crate.tga"},
+                      {{0, 1, 2}},
+                      {{0, 1}, {0.125F, 0.875F}, {0.25F, 0.75F}},
+                      {{{11264, -63, 0}, {11392, -63, 0}, {11264, 64, 0}},
+                       {{11904, -63, 0}, {12032, -63, 0}, {11904, 64, 0}},
+                       {{12544, -63, 0}, {12672, -63, 0}, {12544, 64, 0}}},
+                      {},
+                      {0, 1, 2},
+                      {0xFFFF, 0xFFFF, 0xFFFF}},
+                     {"cloak",
+                      {},
+                      {{0, 1, 2}, {3, 2, 1}},
+                      {{0, 1}, {0.125F, 0.875F}, {0.25F, 0.75F}, {0.375F, 0.625F}},
+                      {3, {{0, 0, 0}, {64, 0, 0}, {0, 64, 0}, {0, 0, 64}}},
+                      {},
+                      {0, 1, 2},
+                      {0xFFFF, 0xFFFF, 0xFFFF}}};
   ExpectFile(wanted);
 }
 
@@ -108,6 +110,7 @@ TEST_F(MdcExport, ShadersAndTheModelNameAreTheGamesOwnPaths) {
                {"D:\\Textures\\Wall.jpg", "models/wall.jpg", "d:\\textures\\wall.jpg"},
                {"/Art\\x/Wall\\b.jpg", "models/wall\\b.jpg", "/art\\x/wall\\b.jpg"},
                {"Plain", "models/plain", "plain"},
+               {"", "models/", ""},
                {"<EMPTY>", "none", "none"},
                {nullptr, "none", "none"}};
   for (const auto& path : paths) {

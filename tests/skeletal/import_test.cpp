@@ -33,6 +33,7 @@ class importtest : public exporttest {
 
   int Run() {
     NewScene();
+    scene->animStart = scene->animTime = 9;
     directory.Write("skeletons/run.mdx", model.WriteMdx());
     return Import(mds ? directory.Write("models/x/test.mds", model.WriteMds())
                       : directory.Write("models/x/test.mdm", model.WriteMdm()));
@@ -117,7 +118,7 @@ TEST_P(BothImports, SequencesDecideTheKeys) {
     EXPECT_EQ(
         Notes().substr(Notes().find("\n\n") + 2),
         game + " anim sequences: " + std::to_string(each.selected.size()) + "\n" + each.notes);
-    EXPECT_TRUE(scene->animStart == 0 && scene->ticksPerFrame == 50);
+    EXPECT_TRUE(scene->animStart == 0 && scene->animTime == 0 && scene->ticksPerFrame == 50);
     EXPECT_EQ(scene->animEnd, each.animEnd);
     numbers frames;
     for (const ckey& key : KeysOf(3)) {
@@ -138,9 +139,22 @@ TEST_P(BothImports, SkinsKeepTheWeightsOfBonesThatThereAre) {
   verts.push_back({{0.25F, -3.0F}, {}});
   verts.push_back({{0, 0}, {{-1, 0.5F, {9, 9, 9}}, {2, 0.75F, {1, 2, 3}}, {-1, 1, {}}}});
   model.surfaces[0].triangles.push_back({3, 5, 0});
+  // Faces at 40 degrees to the hat's, along one of its edges, and at 50 along another.
+  auto& hat = model.surfaces[1];
+  for (const skelmodel::triple& at : std::vector<skelmodel::triple>{{1, 0, 1},
+                                                                    {0, 0, 1},
+                                                                    {0.5F, -0.766F, 1.643F},
+                                                                    {0, 0, 1},
+                                                                    {0, 1, 1},
+                                                                    {-0.643F, 0.5F, 1.766F}}) {
+    hat.verts.push_back({{0, 0}, {{2, 1, at}}});
+  }
+  hat.triangles = {{0, 1, 2}, {3, 4, 5}, {6, 7, 8}};
   WriteSequences("a 1 3 0 0\nb 0 1 0 0\n");
   selected = {0};
   ASSERT_EQ(Run(), 1);
+  const cpoint3 smooth = Skin(1).GetNormal(1), crease = Skin(1).GetNormal(2);
+  EXPECT_NEAR(smooth.x * crease.x + smooth.y * crease.y + smooth.z * crease.z, 0.94F, 1e-3F);
   cskin& body = Skin(0);
   EXPECT_EQ(body.GetVertNumWeights(3), 3);
   EXPECT_EQ(body.GetVertNumWeights(4), 0);
@@ -170,7 +184,7 @@ TEST_P(BothImports, WhatIsNotWantedIsNotMade) {
   expect({kAnimation}, bones + 2, 2, 100);
   EXPECT_EQ(KeysOf(1).size(), 1U);
   expect({kMeshes}, bones, 2, 5);
-  EXPECT_EQ(log.Texts()[6], "Calculating Frame: 4 of 5\n");
+  EXPECT_EQ(log.steps[7], (progressstep{"Calculating Frame: 4 of 5\n", 5, 4}));
   expect({kMaterials}, bones + 2, 0, 5);
   expect({kMeshes, kAnimation, kBones, kMaterials}, 0, 0, 100);
   expect({kBones}, 2, 2, 100);
@@ -203,6 +217,12 @@ TEST_P(BothImports, NotesWindowsAndTheChosenSkin) {
                    "Creating Materials: 1 of 4\n", "Creating Materials: 2 of 4\n",
                    "Creating Materials: 3 of 4\n", "Creating Surfaces: 0 of 2\n",
                    "Creating Surfaces: 1 of 2\n"}));
+  numbers bars;  // a pass's range stands before its first text
+  for (const progressstep& step : log.steps) {
+    bars.insert(bars.end(), {step.high, step.position});
+  }
+  EXPECT_EQ(bars, (numbers{3, 0, 3, 0, 2, 0, 2, 0, 2, 1, 4, 0, 4,
+                           0, 4, 1, 4, 2, 4, 3, 2, 0, 2, 0, 2, 1}));
   texts order{"wait cursor", "window", "sleep 500", "window closed", "old cursor"};
   if (!mds) {
     order.insert(order.begin(), "open dialog");

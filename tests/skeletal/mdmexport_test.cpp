@@ -11,30 +11,31 @@ using MdmExport = exporttest;
 
 TEST_F(MdmExport, TagsAndTheirChains) {
   cbone* top = AddStill("top", nullptr, {1, 0, 0});
-  cbone* hand = AddStill("mytag_hand", top, {0, 5, 0}, {0, 90, 0});
+  cbone* flagged = AddStill("flagged", top, {});
+  flagged->State().flags = kNodeFlagNoBone;
+  cbone* hand = AddBone("mytag_hand", top, {KeyAt(0, {0, 5, 0}, {0, 90, 0}, {2, 2, 2})});
   cbone* held = AddStill("tag_weapon", hand, {2, 0, 0}, {0, 0, 30});
-  AddStill("TAG_Under", held, {0, 3, 0}, {20, 0, 0});
+  AddBone("TAG_Under", held, {KeyAt(0, {0, 3, 0}, {20, 0, 0}, {3, 3, 3})});
   AddStill("tag_alone", nullptr, {7, 8, 9}, {0, 40, 0});
-  AddStill("below", held, {});
+  AddStill("below", flagged, {});
   AddSkin("body", {{0, 0, 0}, {1, 0, 0}}, {held, hand}, {});
   const auto skeleton = Mdx();
   const auto model = Mdm();
-  ASSERT_EQ(skeleton->numBones, 3);
-  EXPECT_EQ(Text(skeleton->bones[1].name), "mytag_hand");
-  EXPECT_EQ(Text(skeleton->bones[2].name), "below");
-  EXPECT_EQ(skeleton->bones[2].parent, -1) << "a tag is no parent";
+  ASSERT_EQ(skeleton->numBones, 4);
+  EXPECT_EQ(Text(skeleton->bones[2].name), "mytag_hand");
+  EXPECT_EQ(skeleton->bones[3].parent, -1) << "a flagged bone counts, and is no parent";
   cvertexwalk vertex = model->Vertices(model->surfaces[0]);
   EXPECT_EQ(vertex.Weights()[0].boneIndex, -1);
   vertex.Next();
-  EXPECT_EQ(vertex.Weights()[0].boneIndex, 1);
-  EXPECT_EQ(BoneReferences(*model->surfaces[0].surface), (numbers{0, 1}));
+  EXPECT_EQ(vertex.Weights()[0].boneIndex, 2);
+  EXPECT_EQ(BoneReferences(*model->surfaces[0].surface), (numbers{0, 2}));
   using row = std::tuple<std::string, int, numbers>;  // bone and chain
   std::vector<row> rows;
   for (const mdmTag* tag : model->tags) {
     rows.emplace_back(Text(tag->name), tag->boneIndex, NumbersAt(tag, 128, tag->numBoneReferences));
   }
   EXPECT_EQ(rows, (std::vector<row>{
-                      {"tag_weapon", 1, {0, 1}}, {"TAG_Under", -1, {}}, {"tag_alone", -1, {}}}));
+                      {"tag_weapon", 2, {0, 2}}, {"TAG_Under", -1, {}}, {"tag_alone", -1, {}}}));
   // Seen from the parent in the scene.
   const mdmTag& under = *model->tags[1];
   ExpectPoint({under.offset[0], under.offset[1], under.offset[2]}, {0, 3, 0}, 1e-5F);
@@ -58,6 +59,9 @@ TEST_F(MdmExport, AsksForTheSkeletonsFile) {
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(directory.Path());
   EXPECT_EQ(Export("out.mdm"), 1);
+  answer = "./walk";  // has a full stop already
+  EXPECT_EQ(Export("out.mdm"), 1);
+  EXPECT_TRUE(std::filesystem::exists("walk"));
   std::filesystem::current_path(before);
   EXPECT_TRUE(focused) << "given back to the window for the frames";
   cmdxfile skeleton;
@@ -71,6 +75,7 @@ TEST_F(MdmExport, AsksForTheSkeletonsFile) {
   const shownmessage failed{"Failed To Export MDX file!", "Export MDM", 48};
   EXPECT_EQ(log.messages, std::vector{failed});
   asked = false;
+  EXPECT_EQ(Export(answer + ".mdm"), 0);
   desk.scripts[105] = [](desktop::scriptedwindow& window) {
     window.Click(1023);
     window.Ok();
@@ -84,9 +89,10 @@ struct exporter {
   const char* suffix;
   const char* caption;
   const char* emptyCaption;
-  int dialog;
-  std::vector<shownmessage> failure;  // the file cannot be opened
-  int fullDisk;                       // result when nothing can be written
+  int dialog, choice;  // and its box
+  bool open;           // the box is the user's to change
+  bool told;           // when its file cannot be opened
+  int fullDisk;        // result when nothing can be written
 
   friend void PrintTo(const exporter& one, std::ostream* out) { *out << one.suffix; }
 };
@@ -106,32 +112,37 @@ TEST_P(ExportRun, ResultsMessagesAndOrder) {
                                        "old cursor"};
   EXPECT_EQ(log.events, order);
   const bytes good = ReadBytes(path);
-  desk.scripts[kind.dialog] = [](desktop::scriptedwindow& window) { window.Cancel(); };
+  desk.scripts[kind.dialog] = [&](desktop::scriptedwindow& window) {
+    EXPECT_EQ(window.Enabled(kind.choice), kind.open);
+    window.Cancel();
+  };
   EXPECT_EQ(Export(path), -1);
   EXPECT_TRUE(log.events.empty());
   EXPECT_EQ(ReadBytes(path), good) << "a cancelled run leaves the old file";
   desk.scripts.clear();
   EXPECT_EQ(Export(directory.Path() + "/none/out." + kind.suffix), 0);
-  EXPECT_EQ(log.messages, kind.failure);
+  const std::vector<shownmessage> failed(kind.told ? 1 : 0,
+                                         {"Failed To Export MDM file!", "Export MDM", 48});
+  EXPECT_EQ(log.messages, failed);
+  EXPECT_EQ(std::erase(log.events, "wait cursor"), kind.dialog == 105 ? 1U : 0U)
+      << "mdc and mds open the file before the window";
 #if defined(__linux__)
   const std::string full = directory.File(std::string("full.") + kind.suffix);
   std::filesystem::create_symlink("/dev/full", full);
   EXPECT_EQ(Export(full), kind.fullDisk);
-  EXPECT_EQ(log.messages.size(), kind.fullDisk == 1 ? 0U : kind.failure.size());
+  EXPECT_EQ(log.messages.size(), kind.fullDisk == 1 ? 0U : failed.size());
 #endif
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, ExportRun,
-    testing::Values(exporter{"mdc", "Exporting MDC - Please wait...", "Export MDC", 103, {}, 1},
-                    exporter{"mds", "Exporting MDS - Please wait...", "Export MDS", 103, {}, 1},
-                    exporter{"mdm",
-                             "Exporting MDM - Please wait...",
-                             "Export MDM/MDX",
-                             105,
-                             {{"Failed To Export MDM file!", "Export MDM", 48}},
-                             0},
-                    exporter{"mdx", "Exporting MDX - Please wait...", "Export MDX", 105, {}, 0}),
-    [](const auto& one) { return std::string(one.param.suffix); });
+INSTANTIATE_TEST_SUITE_P(All, ExportRun,
+                         testing::Values(exporter{"mdc", "Exporting MDC - Please wait...",
+                                                  "Export MDC", 103, 1012, true, false, 1},
+                                         exporter{"mds", "Exporting MDS - Please wait...",
+                                                  "Export MDS", 103, 1012, false, false, 1},
+                                         exporter{"mdm", "Exporting MDM - Please wait...",
+                                                  "Export MDM/MDX", 105, 1023, true, true, 0},
+                                         exporter{"mdx", "Exporting MDX - Please wait...",
+                                                  "Export MDX", 105, 1023, false, false, 0}),
+                         [](const auto& one) { return std::string(one.param.suffix); });
 
 }  // namespace

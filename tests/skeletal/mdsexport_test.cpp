@@ -1,6 +1,7 @@
 // The mds exporter through the loaded module: skeleton, frames and surfaces as a game reads them.
 
 #include <bit>
+#include <map>
 #include <tuple>
 
 #include "skeletal/exporttest.h"
@@ -14,14 +15,14 @@ using framehead = std::array<float, 13>;
 TEST_F(MdsExport, BonesTagsAndFramesSeenFromTheOrigin) {
   AddDummy("mover", nullptr, {KeyAt(0, {1, 2, 3}), KeyAt(4, {9, 9, 9})});
   cbone* top = AddBone("Bip01", nullptr, {KeyAt(0, {}), KeyAt(4, {8, 0, 0})});
-  AddStill("TAG_Back", top, {0, 3, 4});
+  AddStill("TAG_Back", top, {0, 3, 4}, {0.004F, 0.004F, 0.004F});
   cbone* spine = AddStill("Bip01 Spine1", top, {2, 0, 0});
   AddStill("bip01 Head", AddDummy("between", spine, {}), {1, 0, 0});
   cbone* flagged = AddStill("tag_torso", spine, {1, 0, 0});
   flagged->State().flags = kNodeFlagNoBone;
   AddStill(std::string(70, 'n').c_str(), flagged, {1, 0, 0});
   AddBone("l hand", spine, {KeyAt(0, {1, 0, 0}), KeyAt(4, {9, 0, 0})});
-  AddTriangle("box");
+  AddSkin("box", {{0, 0, 0}, {1, 0, 0}, {0, 2, 0}}, {top, top, top}, {{0, 1, 2}});
   SetRange(2, 4, "mover");
   const auto model = Mds();
   using row = std::tuple<std::string, int, float, float, int>;  // as a record has them
@@ -43,9 +44,12 @@ TEST_F(MdsExport, BonesTagsAndFramesSeenFromTheOrigin) {
   EXPECT_EQ(model->tags[1].boneIndex, 4);
   ASSERT_EQ(model->frames.size(), 3U);
   EXPECT_EQ(std::bit_cast<framehead>(*model->frames[0]),
-            (framehead{-1, -2, -3, 0, 0, -3, 1, 2, 3, 2, 3, -2, -3}));
+            (framehead{3, -2, -3, 4, 0, -3, 1, 2, 3, 2, 3, -2, -3}));
+  EXPECT_EQ(NumbersAt(model->frames[0], sizeof(mdsFrame) + sizeof(mdsBoneFrame), 2), numbers(2))
+      << "less than a step";
   EXPECT_EQ(model->frames[2]->parentOffset[0], 7.0F);
   EXPECT_EQ(log.Texts()[3], "Calculating Frame: 2 of 3\n");
+  EXPECT_EQ(Text(model->header->name), "out.mds");
 }
 
 // The number counts tag bones in mds and leaves them out in mdx.
@@ -64,6 +68,45 @@ TEST_F(MdsExport, TorsoParentByName) {
     }
     EXPECT_EQ(Mds()->header->torsoParent, row.mds) << row.names.back();
     EXPECT_EQ(Mdx()->header->torsoParent, row.mdx) << row.names.back();
+  }
+}
+
+TEST_F(MdsExport, BonesAndTagsOfTheStandardSkeletonFollowTheTorso) {
+  std::map<std::string, float> shares{{"Pelvis", 0.0F},  {"Spine", 0.0F},   {"Spine1", 0.3F},
+                                      {"Spine2", 0.55F}, {"Spine3", 0.85F}, {"Neck", 1.0F},
+                                      {"Head", 1.0F}};
+  for (const std::string side : {"L ", "R "}) {
+    for (const char* part : {"Thigh", "Calf", "Foot", "Toe0"}) {
+      shares[side + part] = 0.0F;
+    }
+    for (std::string part : {"Clavicle", "UpperArm", "Forearm", "Hand", "Finger0", "Finger1",
+                             "Finger2", "Finger3", "Finger4"}) {
+      for (const char* joint : {"", "1", "2"}) {
+        shares[side + part + joint] = part.starts_with("Finger") || *joint == '\0' ? 1.0F : 0.0F;
+      }
+    }
+  }
+  for (const auto& [name, share] : shares) {
+    AddStill(("Bip01 " + name).c_str(), nullptr, {});
+  }
+  // As a tag; as a bone all down to tag_lbelt count whole, the others not at all.
+  const std::vector<std::pair<std::string, float>> tags{
+      {"mouth", 1.0F},    {"weapon2", 1.0F}, {"armleft", 1.0F},   {"weapon", 1.0F},
+      {"armright", 1.0F}, {"head", 1.0F},    {"back", 0.85F},     {"chest", 0.55F},
+      {"bleft", 0.3F},    {"bright", 0.3F},  {"lbelt", 0.0F},     {"ubelt", 0.3F},
+      {"footleft", 0.0F}, {"legleft", 0.0F}, {"footright", 0.0F}, {"legright", 0.0F},
+      {"torso", 0.0F}};
+  for (const auto& [name, share] : tags) {
+    AddStill(("tag_" + name).c_str(), nullptr, {});
+  }
+  const auto model = Mds();
+  const mdsBoneInfo* bone = &model->bones[0];
+  for (const auto& [name, share] : shares) {
+    EXPECT_EQ((bone++)->torsoWeight, share) << name;
+  }
+  for (std::size_t t = 0; t < tags.size(); ++t) {
+    EXPECT_EQ((bone++)->torsoWeight, t < 11 ? 1.0F : 0.0F) << tags[t].first;
+    EXPECT_EQ(model->tags[t].torsoWeight, tags[t].second) << tags[t].first;
   }
 }
 
@@ -116,13 +159,14 @@ TEST_F(MdsExport, SurfacesKeepWhatTheSkinHas) {
   AddStill("not of the skin", bones[1], {1, 0, 0});
   cskin* skin = AddSkin("body", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {bones[3], bones[3], bones[3]},
                         {{0, 1, 2}, {0, 1, 9}, {2, 1, 0}});
-  SetKeys(*skin, {KeyAt(0, {}, {90, 0, 0})});
+  SetKeys(*skin, {KeyAt(0, {5, 6, 7}, {90, 0, 0})});
   skin->SetVertWeight(0, 1, {0.25F, {1, 2, 3}, {}, bones[2]});
   skin->SetVertWeight(0, 2, {0.25F, {1, 2, 3}, {}, AddDummy("no bone", nullptr, {})});
   skin->SetVertNumWeights(1, 0);
   const auto model = Mds();
   const skelsurfentry& body = model->surfaces.at(0);
   EXPECT_EQ(Text(body.surface->shader), "");
+  EXPECT_EQ(NumbersAt(body.surface, 132, 2), numbers(2)) << "shaderIndex and minLod";
   EXPECT_EQ(BoneReferences(*body.surface), (numbers{0, 1, 2}));
   EXPECT_EQ(NumbersAt(body.triangles, 0, 3 * body.surface->numTriangles),
             (numbers{0, 1, 2, 2, 1, 0}))
@@ -144,6 +188,7 @@ TEST_F(MdsExport, SeventeenSurfacesWithTheirShaders) {
       {"c:\\work\\a.tga", "models/a.tga"},
       {"c:\\supermodels\\a.tga", "models\\a.tga"},
       {"c:/x\\y.tga", "models/x\\y.tga"},
+      {"", "models/"},
       {"<EMPTY>", "(null)"}};
   cbone* bones[] = {AddStill("even", nullptr, {}), AddStill("odd", nullptr, {})};
   for (int i = 0; i < 17; ++i) {

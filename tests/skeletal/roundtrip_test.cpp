@@ -34,6 +34,7 @@ class RoundTrip : public exporttest {
     AddStill("tag_head", bones[3], {3, 4, 0}, {10, 20, 30});
     cskin* skin = AddSkin("body", {{1, 2, 3}, {4, 5, 6}, {-3, 2, 1}, {0, 0, 4}},
                           {bones[1], bones[2], bones[3], bones[3]}, {{0, 1, 2}, {2, 1, 3}});
+    SetKeys(*skin, {KeyAt(0, {1, 2, 3}, {10, 20, 30}), KeyAt(5, {4, 5, 6}, {50, 0, 70})});
     skin->SetVertWeight(1, 0, {0.5F, {4, 5, 6}, {}, bones[2]});
     skin->SetVertWeight(1, 1, {0.5F, {-4, 1, 2}, {}, bones[3]});
   }
