@@ -17,7 +17,7 @@ run() {
   "$@"
 }
 run "$marrow" handlers
-run "$marrow" export examples/sample.glb -o "$out/models/sample.mdc" --scale 40
+run "$marrow" export examples/sample.glb -o "$out/models/sample.mdc"
 run "$marrow" info "$out/models/sample.mdc"
-run "$marrow" import "$out/models/sample.mdc" -o "$out/sample-frame-10.glb" --frame 10 --scale 40
+run "$marrow" import "$out/models/sample.mdc" -o "$out/sample-frame-10.glb" --frame 10
 run "$marrow" info "$out/sample-frame-10.glb"

@@ -35,10 +35,11 @@ void CheckConversion(const convertjob& job, filekind from, filekind to) {
   if (!job.mdx.empty() && from != filekind::Mdm && to != filekind::Mdm) {
     throw failure(job.mdx, "--mdx makes no sense here: neither file is an mdm model", kExitUsage);
   }
-  const bool scales = job.scene.scale->count() > 0;
-  if ((scales || job.scene.fps->count() > 0) && from != filekind::Scene && to != filekind::Scene) {
-    throw failure(scales ? "--scale" : "--fps",
-                  "makes no sense between two models: it is for scene files", kExitUsage);
+  for (const CLI::Option* option : {job.scene.scale, job.scene.facing, job.scene.fps}) {
+    if (option->count() > 0 && from != filekind::Scene && to != filekind::Scene) {
+      throw failure(option->get_name(), "makes no sense between two models: it is for scene files",
+                    kExitUsage);
+    }
   }
   job.in.table.RequireFor(from, job.source);
   job.out.table.RequireFor(to, job.target);

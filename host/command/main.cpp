@@ -16,8 +16,8 @@ namespace {
 constexpr char kAbout[] = "Moves game models (mdc, mds, mdm with mdx) in and out of glTF scenes.";
 constexpr char kMore[] =
     "Examples:\n"
-    "  marrow export walk.glb -o models/walk.mdc --scale 40\n"
-    "  marrow import models/players/body.mds -o body.glb --scale 40\n"
+    "  marrow export walk.glb -o models/walk.mdc\n"
+    "  marrow import models/players/body.mds -o body.glb\n"
     "  marrow info models/walk.mdc\n"
     "  marrow COMMAND --help tells all of a command.\n"
     "\n"

@@ -50,7 +50,8 @@ std::vector<std::uint32_t> PlacesOf(const std::vector<cpoint3>& verts, std::size
   return placeOf;
 }
 
-// A face's normal at the length of twice its area; zero where it has none.
+// The normal of a face, which runs clockwise seen from its front, at the length of twice its area;
+// zero where it has none.
 vec3 AreaNormal(const meshstate& mesh, const cface& face) {
   for (const std::int32_t v : face.v) {
     if (v < 0 || static_cast<std::size_t>(v) >= mesh.verts.size()) {
@@ -60,7 +61,7 @@ vec3 AreaNormal(const meshstate& mesh, const cface& face) {
   const vec3 a = ToVec(mesh.verts[static_cast<std::size_t>(face.v[0])]);
   const vec3 b = ToVec(mesh.verts[static_cast<std::size_t>(face.v[1])]);
   const vec3 c = ToVec(mesh.verts[static_cast<std::size_t>(face.v[2])]);
-  const vec3 normal = Cross(b - a, c - a);
+  const vec3 normal = Cross(c - a, b - a);
   return std::isfinite(Dot(normal, normal)) ? normal : vec3{};
 }
 

@@ -1,32 +1,68 @@
 #pragma once
 
-// What reading and writing agree on: axes and times.
+// What reading and writing agree on: axes, corners of faces and times.
 //
-// The map of axes is a rotation (a quarter turn about x), so quaternions keep their w and turn
-// their vector part like a point; scales only change places. Both sides have the quaternion
-// (x, y, z, w) for the same rotation, points being rows here and columns there.
+// The map of axes is a rotation, so quaternions keep their w and their vector part is mapped like a
+// point; scales only change places. Both sides have the quaternion (x, y, z, w) for the same
+// rotation, points being rows here and columns there.
 
 #include <cmath>
 
+#include <cstddef>
+
 #include "core/affine.h"
+#include "gltf/gltf.h"
 
 namespace gltf {
 
-inline core::vec3 ToFileAxes(const core::vec3& p) { return {p.x, p.z, -p.y}; }
-inline core::vec3 ToSceneAxes(const core::vec3& p) { return {p.x, -p.z, p.y}; }
+// The file's axes against the scene's: its front is the scene's x, its up the scene's z. Quarter
+// turns, so nothing is rounded.
+class axismap {
+ public:
+  explicit axismap(facing front)
+      : z_(front == facing::kPlusZ    ? 1.0
+           : front == facing::kMinusZ ? -1.0
+                                      : 0.0),
+        x_(front == facing::kPlusX    ? 1.0
+           : front == facing::kMinusX ? -1.0
+                                      : 0.0) {}
 
-// Factors along the axes, which have no sense of direction. The map is its own inverse.
-inline core::vec3 SwapScaleAxes(const core::vec3& s) { return {s.x, s.z, s.y}; }
+  core::vec3 ToScene(const core::vec3& p) const {
+    return {z_ * p.z + x_ * p.x, z_ * p.x - x_ * p.z, p.y};
+  }
+  core::vec3 ToFile(const core::vec3& p) const {
+    return {x_ * p.x + z_ * p.y, p.z, z_ * p.x - x_ * p.y};
+  }
 
-// Transforms between spaces that are both turned: rows stand for the axes of the space below.
-inline core::affine ToFileAxes(const core::affine& m) {
-  return {{ToFileAxes(m.row[0]), ToFileAxes(m.row[2]), ToFileAxes(m.row[1]) * -1.0},
-          ToFileAxes(m.move)};
-}
-inline core::affine ToSceneAxes(const core::affine& m) {
-  return {{ToSceneAxes(m.row[0]), ToSceneAxes(m.row[2]) * -1.0, ToSceneAxes(m.row[1])},
-          ToSceneAxes(m.move)};
-}
+  // Factors along the axes, which have no sense of direction.
+  core::vec3 ScaleToScene(const core::vec3& s) const {
+    return z_ != 0.0 ? core::vec3{s.z, s.x, s.y} : core::vec3{s.x, s.z, s.y};
+  }
+  core::vec3 ScaleToFile(const core::vec3& s) const {
+    return z_ != 0.0 ? core::vec3{s.y, s.z, s.x} : core::vec3{s.x, s.z, s.y};
+  }
+
+  // Transforms between two spaces of the file and between the same two of the scene.
+  core::affine ToScene(const core::affine& m) const {
+    return {{ToScene(m.row[2] * z_ + m.row[0] * x_), ToScene(m.row[0] * z_ - m.row[2] * x_),
+             ToScene(m.row[1])},
+            ToScene(m.move)};
+  }
+  core::affine ToFile(const core::affine& m) const {
+    return {{ToFile(m.row[0] * x_ + m.row[1] * z_), ToFile(m.row[2]),
+             ToFile(m.row[0] * z_ - m.row[1] * x_)},
+            ToFile(m.move)};
+  }
+
+ private:
+  // The file's front along its z and its x: one is 1 or -1, the other 0.
+  double z_;
+  double x_;
+};
+
+// A face's corner on the other side: a scene's faces run clockwise seen from their front, the
+// file's counter-clockwise.
+constexpr std::size_t OtherCorner(std::size_t corner) { return corner == 0 ? 0 : 3 - corner; }
 
 // Frames beyond a whole number of them that are rounding of the clip's end.
 inline constexpr double kWholeFrame = 1e-4;

@@ -2,9 +2,10 @@
 
 // A scene of the host from and to a glTF 2.0 file, .glb or .gltf with its resources.
 //
-// glTF is right-handed, Y up, in file units; scenes are Z up, in scene units. The boundary maps
-// glTF's (x, y, z) to the scene's (x, -z, y), exactly, on everything, and the scene's (x, y, z) to
-// glTF's (x, z, -y). File units x scale are scene units. Frames are `fps` a second.
+// glTF's front is +Z, its up +Y, its left +X; a scene's are +X, +Z, +Y. So the scene's (x, y, z) is
+// glTF's (z, x, y), exactly, on everything, both ways. A scene's faces run clockwise seen from
+// their front, glTF's counter-clockwise: corners 1 and 2 of a face change places. File units x
+// scale are scene units. Frames are `fps` a second.
 
 #include <string>
 #include <vector>
@@ -13,9 +14,13 @@
 
 namespace gltf {
 
+// The axis of the file that its front looks along: what becomes the scene's +X.
+enum class facing { kPlusZ, kMinusZ, kPlusX, kMinusX };
+
 struct options {
   double scale = 1.0;  // above 0
   double fps = 20.0;   // above 0
+  facing front = facing::kPlusZ;
 };
 
 // How well the recovered bind pose of a scene's skins agrees with the weights' offsets: the

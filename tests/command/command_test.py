@@ -64,6 +64,8 @@ class Usage(program.ProgramTest):
             ("--mdx", "convert", "a.mdx", "x.mds"),
             ("no bones", "convert", "x.mdc", "x.mdx"),
             ("--scale", "convert", "a.mds", "x.mdc", "--scale", "2"),
+            ("--facing", "convert", "a.mds", "x.mdc", "--facing", "-x"),
+            ("--facing", "export", SAMPLE, "-o", "x.mdc", "--facing", "y"),
             ("neither", "convert", "a.mds", "x.mdc", "--mdx", "a.mdx"),
             ("--frame", "import", "a.mds", "-o", "x.glb", "--frame", "1"),
             ("--sequence", "import", "x.mdc", "-o", "x.glb", "--sequence", "idle"),

@@ -69,7 +69,7 @@ class ProgramTest(unittest.TestCase):
         self.write(name, bytes(data))
 
     def export(self, name, *options):
-        return self.marrow("export", SAMPLE, "-o", name, "--scale", "40", *options)
+        return self.marrow("export", SAMPLE, "-o", name, *options)
 
 
 def main():

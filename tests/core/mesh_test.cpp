@@ -20,7 +20,7 @@ TEST_F(Mesh, SmoothingKeepsCreasesAndJoinsSeams) {
                          {1, 2, -slope},
                          {8, 8, 8},
                          {7, 7, 7}},
-                        {{0, 1, 2}, {4, 3, 5}, {6, 6, 7}, {0, 1, 99}});
+                        {{0, 2, 1}, {4, 5, 3}, {6, 6, 7}, {0, 1, 99}});
   const cpoint3 left = MakePt3(-std::sin(0.34906585F), 0, std::cos(0.34906585F));
   const cpoint3 right = MakePt3(-left.x, 0, left.z);
   for (const bool smooth : {true, false}) {
@@ -44,7 +44,7 @@ TEST_F(Mesh, ACrowdInOnePlaceCostsNoMoreThanItsFaces) {
   for (int i = 0; i < kFaces; ++i) {
     const float angle = 6.2831853F * static_cast<float>(i) / kFaces;
     places[static_cast<std::size_t>(kFaces + i)] = {std::cos(angle), std::sin(angle), 0};
-    triangles.push_back({i, kFaces + i, kFaces + (i + 1) % kFaces});
+    triangles.push_back({i, kFaces + (i + 1) % kFaces, kFaces + i});
   }
   const cmesh* cone = AddMesh("cone", places, triangles);  // smooths at 45 degrees
   ExpectPoint(cone->Mesh().normals[kFaces / 2], MakePt3(0, 0, 1), 0.02F);

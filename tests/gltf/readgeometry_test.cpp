@@ -33,11 +33,11 @@ TEST_F(ReadGeometry, StripsAndFansAndPlainCornersBecomeTriangles) {
     std::vector<int> indices;
     std::vector<int> corners;
   } cases[] = {
-      {4, {}, {0, 1, 2, 3, 4, 5}},
-      {4, {5, 4, 3}, {5, 4, 3}},
-      {5, {}, {0, 1, 2, 1, 3, 2, 2, 3, 4, 3, 5, 4}},
-      {5, {0, 1, 2, 2, 3, 3, 4, 5}, {0, 1, 2, 3, 5, 4}},  // turned round by repeated corners
-      {6, {0, 2, 3, 5}, {2, 3, 0, 3, 5, 0}},
+      {4, {}, {0, 2, 1, 3, 5, 4}},
+      {4, {5, 4, 3}, {5, 3, 4}},
+      {5, {}, {0, 2, 1, 1, 2, 3, 2, 4, 3, 3, 4, 5}},
+      {5, {0, 1, 2, 2, 3, 3, 4, 5}, {0, 2, 1, 3, 4, 5}},  // turned round by repeated corners
+      {6, {0, 2, 3, 5}, {2, 0, 3, 3, 0, 5}},
   };
   for (const auto& each : cases) {
     gltfmodel model;
@@ -80,13 +80,46 @@ TEST_F(ReadGeometry, ComponentsOfEveryTypeAreRead) {
       {{"mesh", model.Mesh({{"attributes", {{"POSITION", p}, {"NORMAL", n}, {"TEXCOORD_0", t}}}})},
        {"scale", {0.01, 0.01, 0.01}}});
   const core::meshstate& mesh = ReadMesh(model);
-  ExpectPlace(mesh.verts[0], 1.0F, -3.0F, -2.0F);
-  ExpectPlace(mesh.verts[1], 0.07F, -0.09F, 0.08F);
+  ExpectPlace(mesh.verts[0], 3.0F, 1.0F, -2.0F);
+  ExpectPlace(mesh.verts[1], 0.09F, 0.07F, 0.08F);
   ExpectPlace(mesh.normals[0], 0.0F, 0.0F, 1.0F);
-  ExpectPlace(mesh.normals[1], -1.0F, 0.0F, 0.0F);
-  ExpectPlace(mesh.normals[2], 0.0F, -1.0F, 0.0F);
+  ExpectPlace(mesh.normals[1], 0.0F, -1.0F, 0.0F);
+  ExpectPlace(mesh.normals[2], 1.0F, 0.0F, 0.0F);
   ExpectPlace(mesh.tverts[0], 1.0F, 0.0F, 0.0F);
   ExpectPlace(mesh.tverts[2], 32767.0F / 65535.0F, 0.2F, 0.0F);
+}
+
+// The axis that the file's front looks along becomes +X, its up +Z, through nodes and points alike.
+TEST_F(ReadGeometry, TheFrontLooksAlongX) {
+  const struct {
+    gltf::facing front;
+    cpoint3 place;
+  } cases[] = {{gltf::facing::kPlusZ, {3, 1, 2}},
+               {gltf::facing::kMinusZ, {-3, -1, 2}},
+               {gltf::facing::kPlusX, {1, -3, 2}},
+               {gltf::facing::kMinusX, {-1, 3, 2}}};
+  gltfmodel model;
+  const int mesh = model.Triangle({0.5F, 1, 3, 0, 0, 0, 1, 0, 0});
+  // (x, y, z) x (2, 1, 3), turned a quarter about the up axis to (z, y, -x), and moved.
+  model.Node({{"mesh", mesh},
+              {"scale", {2, 1, 3}},
+              {"rotation", {0, 0.70710678F, 0, 0.70710678F}},
+              {"translation", {-8, 1, 4}}});
+  for (const auto& each : cases) {
+    how.front = each.front;
+    core::scene own;
+    ASSERT_TRUE(gltf::ReadScene(files.Write("m.glb", model.Binary()), how, own, told));
+    cnode* const node = own.Nodes()[0];
+    const cpoint3 place = MeshOf(node).verts[0] * node->GetTMAtFrame(0, kWholeTransform);
+    ExpectPlace(place, each.place.x, each.place.y, each.place.z);
+    // Written with the same front, the file has it where it was.
+    ASSERT_TRUE(gltf::WriteScene(own, files.File("again.glb"), how, told));
+    core::scene again;
+    ASSERT_TRUE(gltf::ReadScene(files.File("again.glb"), {}, again, told));
+    cnode* const other = again.Nodes()[0];
+    const cpoint3 back = MeshOf(other).verts[0] * other->GetTMAtFrame(0, kWholeTransform);
+    ExpectPlace(back, 3, 1, 2);
+  }
 }
 
 TEST_F(ReadGeometry, SparseValuesStandInForOthers) {
@@ -107,10 +140,10 @@ TEST_F(ReadGeometry, SparseValuesStandInForOthers) {
   sparse(zeros, 2);
   model.Node({{"mesh", model.Mesh({{"attributes", {{"POSITION", over}, {"NORMAL", zeros}}}})}});
   const core::meshstate& mesh = ReadMesh(model);
-  ExpectPlace(mesh.verts[0], 1.0F, -1.0F, 1.0F);
-  ExpectPlace(mesh.verts[1], 5.0F, 0.0F, 0.0F);
+  ExpectPlace(mesh.verts[0], 1.0F, 1.0F, 1.0F);
+  ExpectPlace(mesh.verts[1], 0.0F, 5.0F, 0.0F);
   ExpectPlace(mesh.normals[0], 0.0F, 0.0F, 0.0F);
-  ExpectPlace(mesh.normals[2], 1.0F, 0.0F, 0.0F);
+  ExpectPlace(mesh.normals[2], 0.0F, 1.0F, 0.0F);
 }
 
 // A mirror turns triangles inside out, and normals lean with uneven scale.
@@ -123,13 +156,13 @@ TEST_F(ReadGeometry, BakedScaleKeepsFacesAndNormalsRight) {
                                           0.70710678F, 0, 0.70710678F})}}}});
   model.Node({{"mesh", mesh}, {"scale", {-3, 1, 1}}});
   const core::meshstate& state = ReadMesh(model);
-  EXPECT_EQ(Corners(state), (std::vector<int>{0, 2, 1}));
-  // The face's own normal, from its corners, is the vertices' normal.
+  EXPECT_EQ(Corners(state), (std::vector<int>{0, 1, 2}));
+  // The face's own normal, its corners being clockwise, is the vertices' normal.
   const cmatrix4 world = scene.Nodes()[0]->GetTMAtFrame(0, kWholeTransform);
   const auto corner = [&](int c) {
     return core::ToVec(state.verts[static_cast<std::size_t>(state.faces[0].v[c])] * world);
   };
-  const core::vec3 face = core::Unit(core::Cross(corner(1) - corner(0), corner(2) - corner(0)));
+  const core::vec3 face = core::Unit(core::Cross(corner(2) - corner(0), corner(1) - corner(0)));
   const cpoint3 normal = state.normals[0] * scene.Nodes()[0]->GetTMAtFrame(0, kRotationOnly);
   EXPECT_NEAR(core::Dot(face, core::ToVec(normal)), 1.0, 1e-6);
 }
@@ -137,7 +170,7 @@ TEST_F(ReadGeometry, BakedScaleKeepsFacesAndNormalsRight) {
 TEST_F(ReadGeometry, MeshesWithoutNormalsAreSmoothed) {
   gltfmodel model;
   model.Node({{"mesh", model.Triangle()}});
-  ExpectPlace(ReadMesh(model).normals[0], 0.0F, -1.0F, 0.0F);
+  ExpectPlace(ReadMesh(model).normals[0], 1.0F, 0.0F, 0.0F);
 }
 
 // Ten vertices for two primitives: the one that uses four of them gets four, the one that uses
@@ -158,8 +191,8 @@ TEST_F(ReadGeometry, SharedVerticesAreLeftToThosePrimitivesThatUseThem) {
   model.Node({{"mesh", model.Mesh(part(own, {1, 2, 3}))}});
   const core::meshstate& few = ReadMesh(model);
   ASSERT_EQ(few.verts.size(), 4U);
-  EXPECT_EQ(Corners(few), (std::vector<int>{3, 0, 1, 0, 3, 2}));
-  EXPECT_EQ(few.verts[2].x, 7.0F);
+  EXPECT_EQ(Corners(few), (std::vector<int>{3, 1, 0, 0, 2, 3}));
+  EXPECT_EQ(few.verts[2].y, 7.0F);
   EXPECT_EQ(MeshOf(scene.Nodes()[1]).verts.size(), 10U);
   EXPECT_EQ(MeshOf(scene.Nodes()[2]).verts.size(), 10U);
 }

@@ -44,7 +44,7 @@ TEST_F(ReadNodes, AMeshOnAJointFollowsWhatMovesInBetween) {
   ASSERT_TRUE(Read(model)) << told.fault;
   EXPECT_EQ(Outline(), (outline{"bone joint", "bone still < joint", "bone moving < still",
                                 "skin wheel", "empty idle < joint"}));
-  ExpectBox(Node("wheel"), 20, {1, 0, 4}, {2, 0, 5});
+  ExpectBox(Node("wheel"), 20, {0, 1, 4}, {0, 2, 5});
   auto& skin = *static_cast<cskin*>(Node("wheel"));
   ASSERT_EQ(skin.GetVertNumWeights(1), 1);
   cskinweight weight;
@@ -68,8 +68,8 @@ TEST_F(ReadNodes, PrimitivesAreSurfacesWithNamesOfTheirOwn) {
   EXPECT_EQ(Outline(), (outline{"mesh a", "mesh a_2", "mesh a_3", "empty child < a", "mesh a_1",
                                 "mesh a_1_1", "mesh a_1_2"}));
   EXPECT_EQ(told.warnings, (outline{"points and lines are left out: mesh 0, primitive 2"}));
-  EXPECT_NEAR(Node("a_3")->GetPosAtFrame(20).x, 8.0F, 1e-6F);
-  EXPECT_NEAR(MeshOf(Node("a")).verts[1].x, 2.0F, 1e-6F);
+  EXPECT_NEAR(Node("a_3")->GetPosAtFrame(20).y, 8.0F, 1e-6F);
+  EXPECT_NEAR(MeshOf(Node("a")).verts[1].y, 2.0F, 1e-6F);
 }
 
 TEST_F(ReadNodes, AParentThatStandsBehindItsChildComesBeforeIt) {
@@ -102,7 +102,7 @@ TEST_F(ReadNodes, ASkinIgnoresItsNodeAndItsChildrenDoNot) {
   model.doc["skins"] = {{{"joints", {joint}}}};
   ASSERT_TRUE(Read(model)) << told.fault;
   EXPECT_EQ(Outline(), (outline{"bone joint", "empty body", "skin body", "empty child < body"}));
-  EXPECT_EQ(Node("child")->GetPosAtFrame(0).x, 7.0F);
+  EXPECT_EQ(Node("child")->GetPosAtFrame(0).y, 7.0F);
   EXPECT_EQ(told.warnings, (outline{"vertices of skins without a weight keep still: 1"}));
   auto& skin = *static_cast<cskin*>(scene.Nodes()[2]);
   cskinweight weight;
@@ -110,7 +110,7 @@ TEST_F(ReadNodes, ASkinIgnoresItsNodeAndItsChildrenDoNot) {
   skin.GetVertWeight(0, 0, weight);
   EXPECT_EQ(weight.weight, 1.0F);  // 254/255, rounded by its writer
   EXPECT_EQ(skin.GetVertNumWeights(2), 0);
-  ExpectBox(&skin, 0, {0, -1, 5}, {1, 0, 5});
+  ExpectBox(&skin, 0, {0, 0, 5}, {1, 1, 5});
 }
 
 TEST_F(ReadNodes, WhatIsLeftOutIsSaidOnceAKind) {

@@ -21,7 +21,7 @@ TEST_F(ReadPoses, ScaleThatChangesIsLeftOutAndSaid) {
   for (const ckey& key : Node("arm")->State().track->State().keys) {
     EXPECT_EQ((key.scale - MakePt3(1, 1, 1)).Length(), 0.0F);
   }
-  ExpectBox(scene.Nodes().back(), 20, {3, 0, 0}, {5, 0, 2});  // as large as at rest
+  ExpectBox(scene.Nodes().back(), 20, {0, 3, 0}, {0, 5, 2});  // as large as at rest
 }
 
 // What a clip says of the scale at all its frames holds, whatever stands at rest.
@@ -32,7 +32,7 @@ TEST_F(ReadPoses, TheScaleOfAllClipsIsNoChange) {
   model.Channel(0, root, "scale", {0, 1}, {4, 4, 4, 4, 4, 4});
   ASSERT_TRUE(Read(model)) << told.fault;
   EXPECT_TRUE(told.warnings.empty());
-  ExpectBox(scene.Nodes().back(), 0, {0, 0, 0}, {4, 0, 4});
+  ExpectBox(scene.Nodes().back(), 0, {0, 0, 0}, {0, 4, 4});
 }
 
 TEST_F(ReadPoses, ClipsLieOneBehindTheOther) {
@@ -55,12 +55,12 @@ TEST_F(ReadPoses, ClipsLieOneBehindTheOther) {
   EXPECT_EQ(scene.animStart, 0);
   EXPECT_EQ(scene.animEnd, 10);
   EXPECT_EQ(scene.ticksPerFrame, 100);
-  const auto x = [&](const char* name, int frame) { return Node(name)->GetPosAtFrame(frame).x; };
-  EXPECT_NEAR(x("a", 5), 2.0F, 1e-6F);
-  EXPECT_NEAR(x("a", 6), 1.0F, 0.0F);  // at rest in the clip that does not move it
-  EXPECT_NEAR(x("a", 10), 9.0F, 0.0F);
-  EXPECT_NEAR(x("b", 6), 0.0F, 0.0F);
-  EXPECT_NEAR(x("b", 7), 7.0F, 0.0F);  // the step at a frame's own time is taken there
+  const auto y = [&](const char* name, int frame) { return Node(name)->GetPosAtFrame(frame).y; };
+  EXPECT_NEAR(y("a", 5), 2.0F, 1e-6F);
+  EXPECT_NEAR(y("a", 6), 1.0F, 0.0F);  // at rest in the clip that does not move it
+  EXPECT_NEAR(y("a", 10), 9.0F, 0.0F);
+  EXPECT_NEAR(y("b", 6), 0.0F, 0.0F);
+  EXPECT_NEAR(y("b", 7), 7.0F, 0.0F);  // the step at a frame's own time is taken there
   EXPECT_EQ(Node("still")->State().track->State().keys.size(), 1U);
   const std::vector<ckey>& keys = Node("b")->State().track->State().keys;
   ASSERT_EQ(keys.size(), 11U);

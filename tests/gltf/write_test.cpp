@@ -234,7 +234,7 @@ TEST_F(gltfwrite, NormalsAreThoseOfTheMeshsOwnPose) {
   cbone* bone = AddBone("bone", nullptr, {KeyAt(0, {}, turn)});
   const cmatrix4 back = Inverse(bone->GetTMAtFrame(0, kWholeTransform));
   cskin* skin = AddSkin("flag", {{}, cpoint3{2, 0, 0} * back, cpoint3{0, 3, 0} * back},
-                        {bone, bone, bone}, {{0, 1, 2}});
+                        {bone, bone, bone}, {{0, 2, 1}});
   SetKeys(*bone, {KeyAt(0, {}), KeyAt(1, {}, turn)});
   scene.animEnd = 2;
   ASSERT_EQ(skin->Skin().mesh.normals[0].z, 1.0F);

@@ -44,7 +44,7 @@ TEST_F(MdcImport, BringsTheChosenFrameInAndNothingElse) {
   const cface& face = cape.faces[1];
   EXPECT_TRUE(face.v[0] == 2 && face.v[1] == 1 && face.v[2] == 3);
   EXPECT_TRUE(face.type == 2 && face.flags == 0xE0 && face.group == 0 && face.matid == 0);
-  EXPECT_NEAR(cape.normals[1].z, 0.991F, 1e-3F) << "both faces' mean";
+  EXPECT_NEAR(cape.normals[1].z, -0.991F, 1e-3F) << "both faces' mean, seen from below";
   EXPECT_EQ(scene->Nodes()[2]->GetMaterial(), scene->Materials()[0]);
   EXPECT_EQ(scene->Nodes()[3]->GetMaterial(), scene->Materials()[1]);
 }

@@ -148,9 +148,10 @@ class Scene:
         return result
 
     def triangles(self, surface):
-        """As they face: a rigid part under a mirror is seen from its other side."""
+        """As the games order them, clockwise seen from the front: a file's run the other way, but
+        under a mirror a rigid part is seen from its other side."""
         mirrored = surface.skin is None and np.linalg.det(self.world(None, 0)[surface.node]) < 0
-        return surface.triangles[:, [0, 2, 1]] if mirrored else surface.triangles
+        return surface.triangles if mirrored else surface.triangles[:, [0, 2, 1]]
 
     def vertices(self, surface, world):
         """Linear blend skinning, or the node's own matrix for a rigid part."""
@@ -209,8 +210,9 @@ def rotation(quaternion):
                      [2 * (x * z - y * w), 2 * (y * z + x * w), 1 - 2 * (x * x + y * y)]])
 
 
-# The scene's axes against the file's: (X, Y, Z) of the file is (X, -Z, Y).
-AXES = np.array([[1.0, 0, 0], [0, 0, -1], [0, 1, 0]])
+# The games' axes against the file's, whose front is +Z, left +X and up +Y: (X, Y, Z) of the file is
+# (Z, X, Y).
+AXES = np.array([[0.0, 0, 1], [1, 0, 0], [0, 1, 0]])
 
 
 def scene_points(points, scale=1.0):

@@ -18,10 +18,10 @@ const { faultsOf } = await import('./validate.mjs');
 const { Posed } = await import('./posed.mjs');
 
 const [marrow, sample] = process.argv.slice(2);
-const scale = 40;
+const scale = 40; // the command's own
 const fps = 20;
 const load = async (path) => Posed.parse(await readFile(path));
-const run = (...args) => execFileSync(marrow, [...args, '--scale', String(scale)], { stdio: 'pipe' });
+const run = (...args) => execFileSync(marrow, args, { stdio: 'pipe' });
 const original = await load(sample);
 const framesOf = (clip) => Math.ceil(clip.duration * fps - 1e-4) + 1;
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <map>
 
 #include "command/failure.h"
 #include "command/files/paths.h"
@@ -59,10 +60,18 @@ void TellBindResidual(console& out, const core::scene& scene, const std::string&
 
 void sceneoptions::Define(CLI::App& app) {
   scale = app.add_option("--scale", how.scale,
-                         "Scene units of the games to one unit of the scene file: a character of "
-                         "1.8 m needs about 40")
+                         "Units of the games to one unit of the scene file, which is a metre")
               ->option_text("S")
               ->capture_default_str();
+  const std::map<std::string, gltf::facing> fronts{{"+z", gltf::facing::kPlusZ},
+                                                   {"-z", gltf::facing::kMinusZ},
+                                                   {"+x", gltf::facing::kPlusX},
+                                                   {"-x", gltf::facing::kMinusX}};
+  facing = app.add_option("--facing", how.front,
+                          "Axis of the scene file that its character looks along: +z, -z, +x or -x "
+                          "(default +z); in the games it looks along +x")
+               ->option_text("AXIS")
+               ->transform(CLI::CheckedTransformer(fronts, CLI::ignore_case));
   fps = app.add_option("--fps", how.fps, "Frames a second at which clips are read and written")
             ->option_text("N")
             ->capture_default_str();

@@ -13,10 +13,12 @@ class Option;
 
 namespace command {
 
-// --scale and --fps of a command that touches a scene file.
+// --scale, --facing and --fps of a command that touches a scene file.
 struct sceneoptions {
-  gltf::options how;
+  // glTF is in metres, and a unit of the games is about an inch.
+  gltf::options how{.scale = 40.0};
   CLI::Option* scale = nullptr;
+  CLI::Option* facing = nullptr;
   CLI::Option* fps = nullptr;
 
   void Define(CLI::App& app);

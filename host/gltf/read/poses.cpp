@@ -49,16 +49,16 @@ cquat Normalized(const cquat& q) {
 }
 
 // Into the scene's axes and units.
-transform ToScene(const transform& from, double scale) {
+transform ToScene(const transform& from, const axismap& axes, double scale) {
   transform result;
-  result.move = ToSceneAxes(from.move) * scale;
+  result.move = axes.ToScene(from.move) * scale;
   const core::vec3 axis =
-      ToSceneAxes(core::vec3{from.rotation.x, from.rotation.y, from.rotation.z});
+      axes.ToScene(core::vec3{from.rotation.x, from.rotation.y, from.rotation.z});
   result.rotation.x = static_cast<float>(axis.x);
   result.rotation.y = static_cast<float>(axis.y);
   result.rotation.z = static_cast<float>(axis.z);
   result.rotation.w = from.rotation.w;
-  result.scale = SwapScaleAxes(from.scale);
+  result.scale = axes.ScaleToScene(from.scale);
   return result;
 }
 
@@ -125,7 +125,12 @@ class posemaker {
  public:
   posemaker(const document& doc, const plan& nodes, const timeline& line, const options& how,
             valuereader& values)
-      : doc_(doc), nodes_(nodes), line_(line), scale_(how.scale), values_(values) {}
+      : doc_(doc),
+        nodes_(nodes),
+        line_(line),
+        axes_(how.front),
+        scale_(how.scale),
+        values_(values) {}
 
   poselist Make() {
     made_.nodes.resize(doc_.nodes.size());
@@ -164,8 +169,8 @@ class posemaker {
     const nodepose& parent =
         from.parent < 0 ? root_ : made_.nodes[static_cast<std::size_t>(from.parent)];
     const transform inFile = from.hasMatrix ? Decomposed(from.matrix) : from.local;
-    const transform rest = ToScene(inFile, scale_);
-    core::affine local = from.hasMatrix ? ToSceneAxes(from.matrix) : ToAffine(rest);
+    const transform rest = ToScene(inFile, axes_, scale_);
+    core::affine local = from.hasMatrix ? axes_.ToScene(from.matrix) : ToAffine(rest);
     local.move = rest.move;
     const core::affine whole = Linear(local) * parent.scale;
     const bool bends = !parent.bent.empty();
@@ -215,7 +220,7 @@ class posemaker {
              frames_.data() + clip.start);
     }
     for (transform& frame : frames_) {
-      frame = ToScene(frame, scale_);
+      frame = ToScene(frame, axes_, scale_);
     }
   }
 
@@ -329,6 +334,7 @@ class posemaker {
   const document& doc_;
   const plan& nodes_;
   const timeline& line_;
+  const axismap axes_;
   const double scale_;
   valuereader& values_;
 

@@ -138,7 +138,7 @@ void Build(const document& doc, const options& how, const std::string& path, cor
   const std::vector<std::string> names = NodeNames(doc);
   const std::vector<cmaterial*> materials = AddMaterials(doc, path, scene, warnings);
   nodebuilder builder(doc, nodes, poses, names, scene);
-  surfacemaker surfaces({doc, nodes, poses, builder.Bones(), materials, how.scale}, values);
+  surfacemaker surfaces({doc, nodes, poses, builder.Bones(), materials, how}, values);
   for (const int index : nodes.order) {
     builder.Add(index, surfaces);
   }

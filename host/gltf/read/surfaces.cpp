@@ -42,6 +42,7 @@ core::affine Inverse(core::affine m) { return core::InvertInPlace(m) ? m : core:
 
 surfacemaker::surfacemaker(const surfacesource& from, valuereader& values)
     : from_(from),
+      axes_(from.how.front),
       values_(values),
       uses_(from.doc.accessors.size()),
       room_(kFreeElements + from.doc.Bytes()) {
@@ -56,7 +57,7 @@ surfacemaker::surfacemaker(const surfacesource& from, valuereader& values)
 
 core::vec3 surfacemaker::Position(const geometry& from, std::size_t vertex) const {
   const float* p = from.positions.data() + 3 * vertex;
-  return ToSceneAxes(core::vec3{p[0], p[1], p[2]}) * from_.scale;
+  return axes_.ToScene(core::vec3{p[0], p[1], p[2]}) * from_.how.scale;
 }
 
 geometry surfacemaker::Read(int index, const primitive& part, bool skinned) {
@@ -82,13 +83,13 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
       throw badfile(part.place + ": POSITION is out of range at vertex " + std::to_string(v));
     }
   }
-  // A mirror turns the faces inside out, and exchanging two corners turns them back.
+  // A mirror turns the faces inside out, which the scene's order of corners makes good.
   const bool mirrored = Volume(toRest) < 0.0;
   state.faces.reserve(from.faces.size());
   for (const auto& corners : from.faces) {
     cface& face = state.faces.emplace_back();
     for (std::size_t c = 0; c < 3; ++c) {
-      face.v[c] = static_cast<std::int32_t>(corners[mirrored && c > 0 ? 3 - c : c]);
+      face.v[c] = static_cast<std::int32_t>(corners[mirrored ? c : OtherCorner(c)]);
       face.tv[c] = face.v[c];
     }
   }
@@ -107,7 +108,7 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
     for (std::size_t v = 0; v < from.count; ++v) {
       const float* n = from.normals.data() + 3 * v;
       state.normals.push_back(
-          core::ToPoint(core::Unit(Turn(ToSceneAxes(core::vec3{n[0], n[1], n[2]}), turn))));
+          core::ToPoint(core::Unit(Turn(axes_.ToScene(core::vec3{n[0], n[1], n[2]}), turn))));
     }
   }
   mesh.SetMaterial(part.material < 0 ? nullptr : from_.materials[At(part.material)]);
@@ -146,9 +147,9 @@ std::vector<surfacemaker::binding> surfacemaker::BindingsOf(int index, bool skin
     if (!matrices.empty()) {
       // Column after column there, row after row here, points being columns there and rows here.
       const float* m = matrices.data() + 16 * j;
-      inverseBind = ToSceneAxes(core::affine{
+      inverseBind = axes_.ToScene(core::affine{
           {{m[0], m[1], m[2]}, {m[4], m[5], m[6]}, {m[8], m[9], m[10]}}, {m[12], m[13], m[14]}});
-      inverseBind.move = inverseBind.move * from_.scale;
+      inverseBind.move = inverseBind.move * from_.how.scale;
     }
     const int joint = bound.joints[j];
     made.push_back({from_.bones[At(joint)], inverseBind * from_.poses.nodes[At(joint)].scale, {}});

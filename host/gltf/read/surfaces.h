@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/scene.h"
+#include "gltf/convention.h"
 #include "gltf/gltf.h"
 #include "gltf/read/geometry.h"
 #include "gltf/read/ownednode.h"
@@ -19,7 +20,7 @@ struct surfacesource {
   const poselist& poses;
   const std::vector<cnode*>& bones;  // by node of the document; null for a node that is none
   const std::vector<cmaterial*>& materials;
-  double scale;
+  const options& how;
 };
 
 // Makes the surfaces of a scene, one for each primitive of a node. Throws badfile.
@@ -53,6 +54,7 @@ class surfacemaker {
   core::vec3 Position(const geometry& from, std::size_t vertex) const;
 
   const surfacesource from_;
+  const axismap axes_;
   valuereader& values_;
   std::vector<int> uses_;  // of each accessor as POSITION
   std::int64_t room_;      // vertices and faces that the scene may still have

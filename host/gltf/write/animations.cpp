@@ -61,7 +61,7 @@ class animationwriter {
     for (const core::clip& clip : clips_) {
       localpose before = rest;
       for (int k = 0; k < clip.frames; ++k) {
-        before = PoseAt(*owner.track, clip.start + k, how_.scale, before, owner.name);
+        before = PoseAt(*owner.track, clip.start + k, how_, before, owner.name);
         poses_.push_back(before);
       }
     }
@@ -214,7 +214,7 @@ void WriteAnimations(const core::scene& scene, const layout& plan, const options
     if (node.track == nullptr) {
       continue;
     }
-    const localpose rest = PoseAt(*node.track, scene.animStart, how.scale, {}, node.name);
+    const localpose rest = PoseAt(*node.track, scene.animStart, how, {}, node.name);
     if (node.track->keys.size() > 1) {
       writer.AddNode(static_cast<int>(i), rest);
     }

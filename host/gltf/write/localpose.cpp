@@ -21,8 +21,8 @@ bool IsFinite(const localpose& pose) {
   return sum == 0.0F;
 }
 
-void SetTurn(const cquat& rotation, const localpose& near, localpose& pose) {
-  const core::vec3 axis = ToFileAxes(core::vec3{rotation.x, rotation.y, rotation.z});
+void SetTurn(const cquat& rotation, const axismap& axes, const localpose& near, localpose& pose) {
+  const core::vec3 axis = axes.ToFile(core::vec3{rotation.x, rotation.y, rotation.z});
   const double parts[4] = {axis.x, axis.y, axis.z, rotation.w};
   double squares = 0.0;
   double side = 0.0;
@@ -47,13 +47,14 @@ std::array<float, 3> ToArray(const core::vec3& v) {
 
 }  // namespace
 
-localpose PoseAt(const core::trackstate& track, int frame, double scale, const localpose& near,
-                 const std::string& name) {
+localpose PoseAt(const core::trackstate& track, int frame, const options& how,
+                 const localpose& near, const std::string& name) {
+  const axismap axes(how.front);
   const ckey key = core::KeyAtFrame(track, frame);
   localpose pose;
-  pose.place = ToArray(ToFileAxes(core::ToVec(key.pos)) * (1.0 / scale));
-  pose.scale = ToArray(SwapScaleAxes(core::ToVec(key.scale)));
-  SetTurn(key.rot, near, pose);
+  pose.place = ToArray(axes.ToFile(core::ToVec(key.pos)) * (1.0 / how.scale));
+  pose.scale = ToArray(axes.ScaleToFile(core::ToVec(key.scale)));
+  SetTurn(key.rot, axes, near, pose);
   if (!IsFinite(pose)) {
     throw writefault("node \"" + name + "\": its transform is not a finite one at frame " +
                      std::to_string(frame));

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "core/track.h"
+#include "gltf/gltf.h"
 
 namespace gltf {
 
@@ -17,7 +18,7 @@ struct localpose {
 
 // Of the two quaternions for a rotation the one on the side of `near`. Throws writefault where the
 // track has no finite numbers; `name` is the node's.
-localpose PoseAt(const core::trackstate& track, int frame, double scale, const localpose& near,
-                 const std::string& name);
+localpose PoseAt(const core::trackstate& track, int frame, const options& how,
+                 const localpose& near, const std::string& name);
 
 }  // namespace gltf

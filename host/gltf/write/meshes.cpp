@@ -17,8 +17,8 @@ constexpr std::size_t kSet = 4;
 
 class meshwriter {
  public:
-  meshwriter(const skinning& skins, double scale, scenefile& file)
-      : skins_(skins), scale_(scale), file_(file) {}
+  meshwriter(const skinning& skins, const options& how, scenefile& file)
+      : skins_(skins), scale_(how.scale), axes_(how.front), file_(file) {}
 
   // -1: there is no triangle to show.
   int Write(cnode& node, int material) {
@@ -54,7 +54,7 @@ class meshwriter {
 
  private:
   void Put(const core::vec3& v, std::vector<float>& values) {
-    const cpoint3 p = core::ToPoint(ToFileAxes(v));
+    const cpoint3 p = core::ToPoint(axes_.ToFile(v));
     values.insert(values.end(), {p.x, p.y, p.z});
   }
 
@@ -139,7 +139,9 @@ class meshwriter {
     for (std::int32_t f = 0; f < mesh.faceFlags.count; ++f) {
       if (mesh.faceFlags[f] == 0) {
         const std::uint32_t* corners = mesh.faces.Data() + 3 * static_cast<std::ptrdiff_t>(f);
-        indices.insert(indices.end(), corners, corners + 3);
+        for (std::size_t c = 0; c < 3; ++c) {
+          indices.push_back(corners[OtherCorner(c)]);
+        }
       }
     }
     return file_.AddIndices(indices);
@@ -147,6 +149,7 @@ class meshwriter {
 
   const skinning& skins_;
   double scale_;
+  axismap axes_;
   scenefile& file_;
 };
 
@@ -154,9 +157,10 @@ class meshwriter {
 
 std::vector<int> WriteMeshes(const core::scene& scene, const skinning& skins,
                              const std::unordered_map<const cmaterial*, int>& materials,
-                             double scale, scenefile& file, std::vector<std::string>& warnings) {
+                             const options& how, scenefile& file,
+                             std::vector<std::string>& warnings) {
   std::vector<int> meshes(scene.Nodes().size(), -1);
-  meshwriter writer(skins, scale, file);
+  meshwriter writer(skins, how, file);
   for (std::size_t i = 0; i < meshes.size(); ++i) {
     cnode& node = *scene.Nodes()[i];
     if (node.GetType() != kNodeMesh && node.GetType() != kNodeSkin) {

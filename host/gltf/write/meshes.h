@@ -13,6 +13,7 @@ namespace gltf {
 // Writes the shape of each mesh and skin of the scene and gives each node its mesh, -1 without.
 std::vector<int> WriteMeshes(const core::scene& scene, const skinning& skins,
                              const std::unordered_map<const cmaterial*, int>& materials,
-                             double scale, scenefile& file, std::vector<std::string>& warnings);
+                             const options& how, scenefile& file,
+                             std::vector<std::string>& warnings);
 
 }  // namespace gltf

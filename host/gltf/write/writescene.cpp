@@ -19,17 +19,18 @@ namespace gltf {
 namespace {
 
 // One skin for all skinned meshes: they have the joints and the rest pose in common.
-void WriteSkin(const skinning& skins, const layout& plan, double scale, scenefile& file) {
+void WriteSkin(const skinning& skins, const layout& plan, const options& how, scenefile& file) {
+  const axismap axes(how.front);
   std::vector<float> matrices;
   matrices.reserve(16 * skins.Binds().size());
   for (core::affine inverse : skins.Binds()) {
     core::InvertInPlace(inverse);
-    const core::affine turned = ToFileAxes(inverse);
+    const core::affine turned = axes.ToFile(inverse);
     for (const core::vec3& row : turned.row) {
       const cpoint3 p = core::ToPoint(row);
       matrices.insert(matrices.end(), {p.x, p.y, p.z, 0.0F});
     }
-    const cpoint3 move = core::ToPoint(turned.move * (1.0 / scale));
+    const cpoint3 move = core::ToPoint(turned.move * (1.0 / how.scale));
     matrices.insert(matrices.end(), {move.x, move.y, move.z, 1.0F});
   }
   const int view = file.AddView(scenefile::use::kNothing);
@@ -39,7 +40,7 @@ void WriteSkin(const skinning& skins, const layout& plan, double scale, scenefil
 }
 
 void WriteNodes(const core::scene& scene, const skinning& skins, const layout& plan,
-                const std::vector<int>& meshes, double scale, scenefile& file) {
+                const std::vector<int>& meshes, const options& how, scenefile& file) {
   const localpose none;
   for (std::size_t i = 0; i < plan.nodes.size(); ++i) {
     const filenode& node = plan.nodes[i];
@@ -48,7 +49,7 @@ void WriteNodes(const core::scene& scene, const skinning& skins, const layout& p
       entry["name"] = node.name;
     }
     if (node.track != nullptr) {
-      const localpose rest = PoseAt(*node.track, scene.animStart, scale, none, node.name);
+      const localpose rest = PoseAt(*node.track, scene.animStart, how, none, node.name);
       if (rest.place != none.place) {
         entry["translation"] = rest.place;
       }
@@ -94,11 +95,10 @@ void Write(const core::scene& scene, const std::string& path, const options& how
   }
   file.SetScene(std::move(root));
   const auto materials = WriteMaterials(scene, file);
-  const std::vector<int> meshes =
-      WriteMeshes(scene, skins, materials, how.scale, file, told.warnings);
-  WriteNodes(scene, skins, plan, meshes, how.scale, file);
+  const std::vector<int> meshes = WriteMeshes(scene, skins, materials, how, file, told.warnings);
+  WriteNodes(scene, skins, plan, meshes, how, file);
   if (!skins.Joints().empty()) {
-    WriteSkin(skins, plan, how.scale, file);
+    WriteSkin(skins, plan, how, file);
   }
   WriteAnimations(scene, plan, how, file);
   file.Save();
