@@ -16,12 +16,9 @@ struct axes {
 
 // Forward, left and up of the games' angles, written out.
 axes AxesOf(double pitch, double yaw, double roll) {
-  const double sp = std::sin(pitch * kDegree);
-  const double cp = std::cos(pitch * kDegree);
-  const double sy = std::sin(yaw * kDegree);
-  const double cy = std::cos(yaw * kDegree);
-  const double sr = std::sin(roll * kDegree);
-  const double cr = std::cos(roll * kDegree);
+  const double sp = std::sin(pitch * kDegree), cp = std::cos(pitch * kDegree);
+  const double sy = std::sin(yaw * kDegree), cy = std::cos(yaw * kDegree);
+  const double sr = std::sin(roll * kDegree), cr = std::cos(roll * kDegree);
   return {{{cp * cy, cp * sy, -sp},
            {sr * sp * cy - cr * sy, sr * sp * sy + cr * cy, sr * cp},
            {cr * sp * cy + sr * sy, cr * sp * sy - sr * cy, cr * cp}}};

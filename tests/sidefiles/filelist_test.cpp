@@ -83,6 +83,7 @@ TEST(Directories, OfAModelsPath) {
   for (const auto& [model, game] : games) {
     EXPECT_EQ(GameDirectory(model), game);
   }
+  EXPECT_EQ(GameDirectoryOrOwn("c:\\et/x\\y.mdc"), "c:\\et/");
 }
 
 }  // namespace

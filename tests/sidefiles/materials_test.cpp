@@ -48,17 +48,23 @@ TEST_F(Materials, JpgIsTriedBeforeTgaWhateverTheNameSays) {
   WritePicture("game/models/a.jpg", 2);
   WritePicture("game/models/a.tga", 3);
   WritePicture("game/models/b.tga", 4);
-  ImportShaders({{"models/a.tga"}, {"models/b.jpg"}, {"models/c.jpg"}, {"models/d"}, {""}});
+  ImportShaders({{"models/a.tga"},
+                 {"models/b.jpg"},
+                 {"models/c.jpg"},
+                 {"models/d"},
+                 {""},
+                 {"models/v1.2/e"}});
   using look = std::pair<std::string, int>;
   std::vector<look> looks;
-  for (std::size_t s = 0; s < 5; ++s) {
-    looks.emplace_back(ImageOf(*Worn(s, 5)), WidthOf(*Worn(s, 5)));
+  for (std::size_t s = 0; s < 6; ++s) {
+    looks.emplace_back(ImageOf(*Worn(s, 6)), WidthOf(*Worn(s, 6)));
   }
   EXPECT_EQ(looks, (std::vector<look>{{game + "models/a.jpg", 2},
                                       {game + "models/b.tga", 4},
                                       {game + "models/c.tga", 0},
                                       {game + "models/d", 0},
-                                      {game, 0}}));
+                                      {game, 0},
+                                      {game + "models/v1.tga", 0}}));  // the last full stop counts
   ImportShaders({{"skin.tga"}}, "elsewhere/test.mdc");
   EXPECT_EQ(ImageOf(*Worn(0, 1)), directory.Path() + "/elsewhere/skin.tga");
 }

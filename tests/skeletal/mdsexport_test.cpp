@@ -1,7 +1,6 @@
 // The mds exporter through the loaded module: skeleton, frames and surfaces as a game reads them.
 
 #include <bit>
-#include <map>
 #include <tuple>
 
 #include "skeletal/exporttest.h"
@@ -16,7 +15,7 @@ TEST_F(MdsExport, BonesTagsAndFramesSeenFromTheOrigin) {
   AddDummy("mover", nullptr, {KeyAt(0, {1, 2, 3}), KeyAt(4, {9, 9, 9})});
   cbone* top = AddBone("Bip01", nullptr, {KeyAt(0, {}), KeyAt(4, {8, 0, 0})});
   AddStill("TAG_Back", top, {0, 3, 4}, {0.004F, 0.004F, 0.004F});
-  cbone* spine = AddStill("Bip01 Spine1", top, {2, 0, 0});
+  cbone* spine = AddBone("Bip01 Spine1", top, {KeyAt(0, {2, 0, 0}, {}, {2, 2, 2})});
   AddStill("bip01 Head", AddDummy("between", spine, {}), {1, 0, 0});
   cbone* flagged = AddStill("tag_torso", spine, {1, 0, 0});
   flagged->State().flags = kNodeFlagNoBone;
@@ -72,41 +71,35 @@ TEST_F(MdsExport, TorsoParentByName) {
 }
 
 TEST_F(MdsExport, BonesAndTagsOfTheStandardSkeletonFollowTheTorso) {
-  std::map<std::string, float> shares{{"Pelvis", 0.0F},  {"Spine", 0.0F},   {"Spine1", 0.3F},
-                                      {"Spine2", 0.55F}, {"Spine3", 0.85F}, {"Neck", 1.0F},
-                                      {"Head", 1.0F}};
-  for (const std::string side : {"L ", "R "}) {
-    for (const char* part : {"Thigh", "Calf", "Foot", "Toe0"}) {
-      shares[side + part] = 0.0F;
-    }
-    for (std::string part : {"Clavicle", "UpperArm", "Forearm", "Hand", "Finger0", "Finger1",
-                             "Finger2", "Finger3", "Finger4"}) {
-      for (const char* joint : {"", "1", "2"}) {
-        shares[side + part + joint] = part.starts_with("Finger") || *joint == '\0' ? 1.0F : 0.0F;
-      }
-    }
+  std::vector<std::pair<std::string, float>> want{
+      {"Pelvis", 0.0F},  {"Spine", 0.0F}, {"Spine1", 0.3F}, {"Spine2", 0.55F},
+      {"Spine3", 0.85F}, {"Neck", 1.0F},  {"Head", 1.0F}};
+  const std::vector<std::string> limbs{
+      "Thigh",    "Calf",     "Foot",     "Toe0",     "Clavicle", "UpperArm", "Forearm", "Hand",
+      "Finger0",  "Finger01", "Finger02", "Finger1",  "Finger11", "Finger12", "Finger2", "Finger21",
+      "Finger22", "Finger3",  "Finger31", "Finger32", "Finger4",  "Finger41", "Finger42"};
+  for (std::size_t i = 0; i < 2 * limbs.size(); ++i) {
+    want.emplace_back("LR"[i % 2] + (" " + limbs[i / 2]), i / 2 < 4 ? 0.0F : 1.0F);
   }
-  for (const auto& [name, share] : shares) {
+  // Of these the first follow it whole as bones, as tags by shares of their own.
+  const std::vector<std::string> tags{"mouth",    "weapon2", "armleft",  "weapon",  "armright",
+                                      "head",     "back",    "chest",    "bleft",   "bright",
+                                      "lbelt",    "ubelt",   "footleft", "legleft", "footright",
+                                      "legright", "torso"};
+  const float shares[] = {1, 1, 1, 1, 1, 1, 0.85F, 0.55F, 0.3F, 0.3F, 0, 0.3F, 0, 0, 0, 0, 0};
+  for (const auto& [name, share] : want) {
     AddStill(("Bip01 " + name).c_str(), nullptr, {});
   }
-  // As a tag; as a bone all down to tag_lbelt count whole, the others not at all.
-  const std::vector<std::pair<std::string, float>> tags{
-      {"mouth", 1.0F},    {"weapon2", 1.0F}, {"armleft", 1.0F},   {"weapon", 1.0F},
-      {"armright", 1.0F}, {"head", 1.0F},    {"back", 0.85F},     {"chest", 0.55F},
-      {"bleft", 0.3F},    {"bright", 0.3F},  {"lbelt", 0.0F},     {"ubelt", 0.3F},
-      {"footleft", 0.0F}, {"legleft", 0.0F}, {"footright", 0.0F}, {"legright", 0.0F},
-      {"torso", 0.0F}};
-  for (const auto& [name, share] : tags) {
-    AddStill(("tag_" + name).c_str(), nullptr, {});
+  for (std::size_t t = 0; t < tags.size(); ++t) {
+    AddStill(("tag_" + tags[t]).c_str(), nullptr, {});
+    want.emplace_back(tags[t], t < 11 ? 1.0F : 0.0F);
   }
   const auto model = Mds();
-  const mdsBoneInfo* bone = &model->bones[0];
-  for (const auto& [name, share] : shares) {
-    EXPECT_EQ((bone++)->torsoWeight, share) << name;
+  for (std::size_t b = 0; b < want.size(); ++b) {
+    EXPECT_EQ(model->bones[b].torsoWeight, want[b].second) << want[b].first;
   }
   for (std::size_t t = 0; t < tags.size(); ++t) {
-    EXPECT_EQ((bone++)->torsoWeight, t < 11 ? 1.0F : 0.0F) << tags[t].first;
-    EXPECT_EQ(model->tags[t].torsoWeight, tags[t].second) << tags[t].first;
+    EXPECT_EQ(model->tags[t].torsoWeight, shares[t]) << tags[t];
   }
 }
 
