@@ -52,6 +52,9 @@ TEST_F(MdcExport, WritesItsTablesOneBehindTheOther) {
   // A face without a triangle is left out and the list closes up.
   AddMesh("cloak", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}},
           {{0, 1, 2}, {0, 1, 9}, {3, 2, 1}, {-1, 0, 1}});
+  // A skin stands where its bones have it, wherever its own node goes.
+  SetKeys(*AddSkin("flag", {{2, 0, 0}, {3, 0, 0}, {2, 1, 0}}, {bone, bone, bone}, {{0, 1, 2}}),
+          {KeyAt(10, {0, 0, 50}), KeyAt(12, {0, 30, 70})});
 
   mdcmodel wanted;
   wanted.name = "models/crate.mdc";
@@ -77,6 +80,14 @@ TEST_F(MdcExport, WritesItsTablesOneBehindTheOther) {
                       {{0, 1, 2}, {3, 2, 1}},
                       {{0, 1}, {0.125F, 0.875F}, {0.25F, 0.75F}, {0.375F, 0.625F}},
                       {3, {{0, 0, 0}, {64, 0, 0}, {0, 64, 0}, {0, 0, 64}}},
+                      {},
+                      {0, 1, 2},
+                      {0xFFFF, 0xFFFF, 0xFFFF}},
+                     {"flag",
+                      {},
+                      {{0, 1, 2}},
+                      {{0, 1}, {0.125F, 0.875F}, {0.25F, 0.75F}},
+                      {3, {{128, 0, 0}, {192, 0, 0}, {128, 64, 0}}},
                       {},
                       {0, 1, 2},
                       {0xFFFF, 0xFFFF, 0xFFFF}}};

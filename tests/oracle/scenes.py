@@ -91,8 +91,9 @@ def build(path, kind):
     """Joints under a turned and scaled node, one of them under a plain empty that moves; bones
     straight up, straight down and of no length, one that comes near its parent, passes it and goes
     away again; a top joint of its own; rigid parts and tags on joints; two skins with
-    bind poses of their own, one of two primitives, one with up to seven weights a vertex; clips of
-    all interpolations, one ending between frames."""
+    bind poses of their own, one of two primitives, one with up to seven weights a vertex; a rigid
+    part of no joint that moves, and turns its axes into each other, so that its box is still the
+    box of its vertices; clips of all interpolations, one ending between frames."""
     random = np.random.default_rng(7)
     s = Scene()
     scale, rotation = ARMATURES[kind]
@@ -148,5 +149,38 @@ def build(path, kind):
                (pivot, "rotation", [0, 0.5, 0.83], tangents.reshape(9, 4), "CUBICSPLINE"),
                (hand, "rotation", [0.1, 0.7], [turned(random), turned(random)], "LINEAR"),
                (root, "rotation", [0.2, 0.8], [turned(random), turned(random)], "LINEAR"),
-               (tail, "rotation", [0.3], [turned(random)], "LINEAR"))
+               (tail, "rotation", [0.3], [turned(random)], "LINEAR"),
+               (rock, "rotation", [0, 0.63], [(0, 0, 0, 1), (0.5, 0.5, 0.5, 0.5)], "STEP"),
+               (rock, "translation", [0, 0.8], [[1, 0, 1], [-2, 3, 1]], "LINEAR"))
     s.write(path)
+
+
+FRONTS = {"+z": (0, 0, 1), "-z": (0, 0, -1), "+x": (1, 0, 0), "-x": (-1, 0, 0)}
+
+
+def build_box(path, facing, mirrored):
+    """A box on the ground, 1 wide, 2 high and 3 deep, on one joint, its front and its left side
+    nodes of their own; where `mirrored`, the file has its mirror image under a mirror. Gives the
+    directions of front and left."""
+    front, up = np.array(FRONTS[facing], float), np.array([0.0, 1, 0])
+    left = np.cross(up, front)
+    s = Scene()
+    joint = s.node("Bip01", extras={"bone": True})
+    parts = {"front": [], "left": [], "rest": []}
+    for axis, name in enumerate(("left", "rest", "front")):
+        for sign in (1, -1):
+            corners = np.insert([[-1, -1], [1, -1], [1, 1], [-1, 1]][::sign], 0, sign, axis=1)
+            parts[name if sign > 0 else "rest"].append(
+                np.roll(corners, axis, axis=1) @ [0.5 * left, up, 1.5 * front] + up)
+    for number, (name, sides) in enumerate(parts.items()):
+        points = np.vstack(sides)
+        triangles = np.vstack([[[k, k + 1, k + 2], [k, k + 2, k + 3]]
+                               for k in range(0, len(points), 4)])
+        if mirrored:
+            points, triangles = points * [-1, 1, 1], triangles[:, [0, 2, 1]]
+        s.node(name, joint, mesh=number, scale=[-1, 1, 1] if mirrored else [1, 1, 1])
+        s.meshes.append(s.mesh(name, points, np.tile([0, 1, 0], (len(points), 1)),
+                               np.zeros((len(points), 2)), triangles))
+        s.meshes[-1]["primitives"][0]["material"] = int(name == "left")
+    s.write(path)
+    return front, left
