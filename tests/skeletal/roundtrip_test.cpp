@@ -78,43 +78,4 @@ TEST_F(RoundTrip, EveryHandlerOfTheRegistry) {
   EXPECT_EQ(results, numbers(7, 1));
 }
 
-// All but the normals, which an importer makes anew.
-void ExpectSameMesh(const skelmesh& actual, const skelmesh& expected) {
-  ASSERT_EQ(actual.surfaces.size(), 1U);
-  const skelSurface& surface = *actual.surfaces[0].surface;
-  EXPECT_EQ(std::memcmp(&surface, expected.surfaces[0].surface, 140), 0);
-  cvertexwalk vertex = actual.Vertices(actual.surfaces[0]);
-  cvertexwalk old = expected.Vertices(expected.surfaces[0]);
-  for (int v = 0; v < surface.numVerts; ++v, vertex.Next(), old.Next()) {
-    const std::size_t size = actual.vertexSize - 12 + sizeof(skelWeight) * (v == 1 ? 2 : 1);
-    EXPECT_EQ(std::memcmp(&vertex.Vertex().texCoords, &old.Vertex().texCoords, size), 0);
-  }
-  EXPECT_EQ(std::memcmp(actual.surfaces[0].triangles, expected.surfaces[0].triangles,
-                        static_cast<std::size_t>(surface.ofsEnd - surface.ofsTriangles)),
-            0);
-}
-
-// An mds to the pair, where the tag is no bone, and back, with the tag at its place in every frame.
-TEST_F(RoundTrip, FilesThroughAScene) {
-  const auto mds = Mds();
-  for (const char* name : {"Out.MDS", "Out.MDM"}) {
-    NewScene();
-    ASSERT_EQ(Import(directory.File(name)), 1);
-    Mdm();
-  }
-  const auto last = Mds();
-  ExpectSameMesh(*last, *mds);
-  ASSERT_EQ(last->numBones, mds->numBones);
-  for (std::size_t f = 0; f < kFrames; ++f) {
-    const auto placed = Decode(*last, f);
-    const auto want = Decode(*mds, f);
-    for (std::size_t b = 0; b < want.size(); ++b) {
-      SCOPED_TRACE(std::to_string(b) + " in frame " + std::to_string(f));
-      EXPECT_EQ(std::memcmp(&last->bones[b], &mds->bones[b], offsetof(skelBoneInfo, parentDist)),
-                0);
-      ExpectPlaced(placed[b], want[b], 5);  // the tag's own turn and each of its bone's two
-    }
-  }
-}
-
 }  // namespace
