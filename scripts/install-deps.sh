@@ -10,11 +10,12 @@ for option in "$@"; do
   case $option in
   --tests)
     packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
-      clang-tidy-14 python3 python3-numpy binutils valgrind chromium)
+      clang-tidy-14 python3 python3-numpy binutils pkg-config valgrind chromium
+      lintian fakeroot man-db zsh fish)
     command -v npm >/dev/null || packages+=(nodejs npm)
     ;;
   --windows)
-    packages+=(g++-mingw-w64-x86-64-posix googletest wine64 xvfb clang-tidy-14 python3 binutils)
+    packages+=(g++-mingw-w64-x86-64-posix nsis googletest wine64 xvfb clang-tidy-14 python3 binutils)
     ;;
   --pictures) packages+=(imagemagick xdotool fonts-wine) ;;
   esac

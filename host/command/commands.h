@@ -19,6 +19,9 @@ struct programstate {
   int exitCode = 0;
 };
 
+// The whole program: its own options and every command.
+void DefineProgram(CLI::App& app, programstate& state);
+
 void DefineHandlers(CLI::App& app, programstate& state);
 void DefineImport(CLI::App& app, programstate& state);
 void DefineExport(CLI::App& app, programstate& state);

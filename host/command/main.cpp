@@ -1,43 +1,20 @@
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
-#include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "command/commands.h"
 #include "command/failure.h"
-#include "command/helpformat.h"
 
 namespace {
 
-constexpr char kAbout[] = "Moves game models (mdc, mds, mdm with mdx) in and out of glTF scenes.";
-constexpr char kMore[] =
-    "Examples:\n"
-    "  marrow export walk.glb -o models/walk.mdc\n"
-    "  marrow import models/players/body.mds -o body.glb\n"
-    "  marrow info models/walk.mdc\n"
-    "  marrow COMMAND --help tells all of a command.\n"
-    "\n"
-    "Exit codes: 0 done; 1 failed; 2 wrong usage; 3 nothing was done (an empty scene, a range\n"
-    "whose start lies above its end). Errors, warnings and notes go to standard error, one line\n"
-    "each.";
-
 int Parse(int argc, char** argv, command::programstate& state) {
-  CLI::App app(kAbout, "marrow");
-  app.set_version_flag("--version", MARROW_VERSION);
-  app.formatter(std::make_shared<command::helpformat>());
-  app.allow_windows_style_options(false);  // a path may begin with a slash there too
-  app.require_subcommand(1);
-  command::DefineHandlers(app, state);
-  command::DefineImport(app, state);
-  command::DefineExport(app, state);
-  command::DefineConvert(app, state);
-  command::DefineInfo(app, state);
-  command::DefineSequences(app, state);
-  app.footer(kMore);  // of the program alone: commands would take over one that is set before
+  CLI::App app;
+  command::DefineProgram(app, state);
   try {
     app.parse(argc, argv);
     return state.exitCode;

@@ -1,0 +1,34 @@
+# Every dependency is looked for here or where it is used, and one that is missing ends the
+# configuration with the Debian package that has it. Arguments after the package's name are those
+# of find_package.
+macro(marrow_find debian name)
+  find_package(${name} ${ARGN} QUIET)
+  if(NOT ${name}_FOUND)
+    message(FATAL_ERROR "${name} is missing: install the Debian package ${debian}")
+  endif()
+endmacro()
+
+# Libraries that are nothing but headers come from the building machine in a cross build too.
+marrow_find(nlohmann-json3-dev nlohmann_json CONFIG NO_CMAKE_FIND_ROOT_PATH)
+marrow_find(libcli11-dev CLI11 CONFIG NO_CMAKE_FIND_ROOT_PATH)
+marrow_find(libeigen3-dev Eigen3 CONFIG NO_CMAKE_FIND_ROOT_PATH)
+find_path(MARROW_STB stb/stb_image.h NO_CMAKE_FIND_ROOT_PATH)
+mark_as_advanced(MARROW_STB)
+if(NOT MARROW_STB)
+  message(FATAL_ERROR "stb/stb_image.h is missing: install the Debian package libstb-dev")
+endif()
+add_library(marrow_stb INTERFACE)
+target_include_directories(marrow_stb SYSTEM INTERFACE ${MARROW_STB})
+
+if(CMAKE_CROSSCOMPILING)
+  # The building machine's /usr/include must stay out of sight, so the headers are linked into a
+  # folder of their own, and CMake takes /usr/include for one that no target has to name.
+  set(headers ${CMAKE_BINARY_DIR}/headers)
+  file(MAKE_DIRECTORY ${headers})
+  foreach(name CLI nlohmann stb)
+    file(CREATE_LINK /usr/include/${name} ${headers}/${name} SYMBOLIC)
+  endforeach()
+  include_directories(SYSTEM ${headers})
+  list(APPEND CMAKE_C_IMPLICIT_INCLUDE_DIRECTORIES /usr/include)
+  list(APPEND CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES /usr/include)
+endif()
