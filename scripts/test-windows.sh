@@ -51,3 +51,9 @@ for file in "$out"/here/*; do
   cmp "$file" "$out/there/$(basename "$file")"
   echo "$(basename "$file"): $(stat -c %s "$file") bytes, all equal"
 done
+
+echo "-- The packages"
+packages=$PWD/$windows/packages
+rm -rf "$packages"
+cpack --config "$windows/CPackConfig.cmake" -B "$packages"
+python3 tests/install/windows_test.py "$packages" examples/sample.glb

@@ -41,4 +41,8 @@ printf '%s\n' build/asan/bin/*_fuzz | xargs -P "$(nproc)" -I TARGET \
 
 step "The Windows build"
 scripts/test-windows.sh build/ci
+
+step "A release"
+scripts/release.sh build/ci build/windows
+
 step "Done"

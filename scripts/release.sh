@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# Everything that a release consists of, in dist/ with checksums: the .tar.gz and the .deb packages,
+# the Windows .zip and installer, and what the other scripts make where they are there (the web page,
+# the Blender add-on). Builds what it packs, or packs two folders that are built already:
+#   scripts/release.sh [BUILD WINDOWS-BUILD]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+native=${1:-}
+windows=${2:-}
+# The same commit gives packages with the same dates.
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH
+
+if [ -z "$native" ]; then
+  scripts/install-deps.sh --windows
+  native=build/package
+  windows=build/package-windows
+  cmake --preset release -B "$native" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
+    -DMARROW_BENCHMARKS=OFF
+  cmake --build "$native"
+  cmake --preset windows -B "$windows" -DBUILD_TESTING=OFF
+  cmake --build "$windows"
+fi
+
+rm -rf dist
+mkdir dist
+for build in "$native" "$windows"; do
+  made=$(mktemp -d)
+  cpack --config "$build/CPackConfig.cmake" -B "$made"
+  find "$made" -maxdepth 1 -type f -exec mv -t dist {} +
+  rm -rf "$made"
+done
+
+# What the other scripts make, where they are there.
+if [ -x scripts/blender-addon.sh ]; then
+  scripts/blender-addon.sh "$native" "$windows"
+  cp build/marrow_io.zip dist/
+fi
+if [ -x scripts/web.sh ]; then
+  scripts/web.sh
+  find build -name marrow.html -exec cp -t dist {} +
+fi
+
+cd dist
+sha256sum -- * >SHA256SUMS
+ls -l
