@@ -1,0 +1,96 @@
+"""The steps of an export."""
+
+from __future__ import annotations
+
+import tempfile
+from dataclasses import dataclass, field
+from pathlib import Path
+from typing import Iterator
+
+import bpy
+import numpy
+
+from ..program import Message, Run
+from ..scenestate import SceneSettings
+from . import clips, document, samples
+from .plan import Choice, plan
+
+# Shares of the time that the two parts of an export take.
+_SAMPLING = 0.7
+
+
+@dataclass
+class Options:
+    """`sequences` is AUTO, STRIPS, ACTIONS or SCENE; first and last are frames of the scene."""
+
+    program: Path
+    target: Path
+    scale: float
+    first: int
+    last: int
+    sequences: str = "AUTO"
+    choice: Choice = field(default_factory=Choice)
+    arguments: list[str] = field(default_factory=list)
+
+
+def steps(context: bpy.types.Context, options: Options,
+          messages: list[Message]) -> Iterator[tuple[float, str]]:
+    """Exports the scene. Yields what share is done; whatever ends it, the scene is as before."""
+    name = options.target.name
+    kind = options.target.suffix.lower().lstrip(".")
+    settings = SceneSettings(context)
+    with tempfile.TemporaryDirectory(prefix="marrow-") as folder:
+        scene_file = Path(folder) / "scene.glb"
+        try:
+            origin = None
+            for share, origin in _write(context, options, kind, scene_file, messages):
+                yield _SAMPLING * share, f"{name}: frame {context.scene.frame_current}"
+        finally:
+            settings.restore_frame()
+        rate = context.scene.render.fps / context.scene.render.fps_base
+        arguments = ["export", str(scene_file), "-o", str(options.target), "--batch", "--scale",
+                     repr(options.scale), "--fps", repr(rate), *options.arguments]
+        if origin:
+            arguments += ["--origin", origin]
+        run = Run(options.program, arguments)
+        try:
+            for _ in run.wait():
+                yield _SAMPLING, f"{name}: writing"
+        finally:
+            messages.extend(run.messages)
+
+
+def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: Path,
+           messages: list[Message]) -> Iterator[tuple[float, str | None]]:
+    scene = context.scene
+    made = plan(context, options.choice, geometry=kind != "mdx")
+    found = _clips(made.moving(), scene, options, kind)
+    with clips.shown(made.moving(), found[0]):
+        scene.frame_set(found[0].first)
+        poses = samples.Poses(made)
+        joints, bound = samples.bind(made, context, poses)
+    rows = samples.Samples(numpy.empty(0), numpy.empty(0))
+    origin = next((item.name for item in made.items if item.source.name == options.choice.origin),
+                  None)
+    for share in samples.sample(made, found, context, poses, kind == "mdc", rows):
+        yield share, origin
+    rate = scene.render.fps / scene.render.fps_base
+    builder = document.Builder(made, found, rows, joints, bound, kind, rate)
+    if not builder.moves():
+        rows.joints, rows.items = rows.joints[:1], rows.items[:1]
+        rows.shapes = {index: shapes[:1] for index, shapes in rows.shapes.items()}
+        rows.shape_rows = rows.shape_rows[:1]
+        messages.append(Message("note", f"{options.target.name}: nothing moves: one frame"))
+    builder.build().write(scene_file)
+    messages.extend(Message("warning", text) for text in builder.warnings)
+
+
+def _clips(owners: list[bpy.types.ID], scene: bpy.types.Scene, options: Options,
+           kind: str) -> list[clips.Clip]:
+    found: list[clips.Clip] = []
+    wish = options.sequences
+    if wish == "STRIPS" or (wish == "AUTO" and kind != "mdc"):
+        found = clips.of_strips(owners)
+    if not found and (wish == "ACTIONS" or (wish == "AUTO" and kind != "mdc")):
+        found = clips.of_actions(owners)
+    return found or clips.of_scene(scene, options.first, options.last)

@@ -1,0 +1,26 @@
+"""Animation curves as arrays. Blender 5 keeps an action's curves in channel bags, 3 and 4 in the
+action itself."""
+
+from __future__ import annotations
+
+import bpy
+import numpy
+
+
+def of_action(action: bpy.types.Action) -> list[bpy.types.FCurve]:
+    if hasattr(action, "fcurves"):
+        return list(action.fcurves)
+    return [curve for layer in action.layers for strip in layer.strips
+            for bag in strip.channelbags for curve in bag.fcurves]
+
+
+def keys(curve: bpy.types.FCurve) -> numpy.ndarray:
+    """Rows of frame and value."""
+    flat = numpy.empty(2 * len(curve.keyframe_points), numpy.float32)
+    curve.keyframe_points.foreach_get("co", flat)
+    return flat.reshape(-1, 2)
+
+
+def set_keys(curve: bpy.types.FCurve, rows: numpy.ndarray) -> None:
+    curve.keyframe_points.foreach_set("co", numpy.ascontiguousarray(rows, numpy.float32).ravel())
+    curve.update()

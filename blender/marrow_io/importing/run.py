@@ -1,0 +1,149 @@
+"""The steps of an import."""
+
+from __future__ import annotations
+
+import tempfile
+from collections import Counter
+from dataclasses import dataclass, field
+from pathlib import Path
+from typing import Iterator
+
+import bpy
+from mathutils import Vector
+
+from .. import glb, sidefiles
+from ..conventions import is_tag, plain_name
+from ..program import Message, ProgramError, Run
+from ..scenestate import NewData, SceneSettings
+from . import armature, clips
+
+# A tag's arrows, as a share of the model's largest side.
+_ARROWS = 0.04
+
+
+@dataclass
+class Options:
+    program: Path
+    model: Path
+    scale: float
+    arguments: list[str] = field(default_factory=list)
+    mdx: str = ""
+
+
+def steps(context: bpy.types.Context, options: Options,
+          messages: list[Message]) -> Iterator[tuple[float, str]]:
+    """Imports one model. Yields what share is done; a failure or an early end leaves the scene as
+    it was. `messages` takes what the program and the import have to say."""
+    name = options.model.name
+    with tempfile.TemporaryDirectory(prefix="marrow-") as folder:
+        scene_file = Path(folder) / "scene.glb"
+        run = Run(options.program,
+                  ["import", str(options.model), "-o", str(scene_file), "--batch", "--scale",
+                   repr(options.scale), *options.arguments])
+        try:
+            for _ in run.wait():
+                yield 0.1, f"{name}: reading"
+        finally:
+            messages.extend(run.messages)
+        yield 0.4, f"{name}: building the scene"
+        new, settings = NewData(), SceneSettings(context)
+        try:
+            _build(context, scene_file, options, messages, new, settings)
+        except Exception:
+            new.remove()
+            settings.restore()
+            raise
+
+
+def _build(context: bpy.types.Context, scene_file: Path, options: Options,
+           messages: list[Message], new: NewData, settings: SceneSettings) -> None:
+    scene = context.scene
+    document = glb.read_json(scene_file)
+    found = clips.of_document(document, sidefiles.sequences(options.model, options.mdx))
+    _set_times(scene, found, messages, options.model.name)
+    if context.mode != "OBJECT":
+        bpy.ops.object.mode_set(mode="OBJECT")
+    _join_skeleton(document, scene_file, options.model.stem)
+    _read(scene_file)
+    settings.restore_engine_and_properties()
+
+    order = {node.get("name", ""): at for at, node in enumerate(document["nodes"])}
+    objects = sorted(new.of("objects"), key=lambda obj: order.get(plain_name(obj.name), 0))
+    collection = bpy.data.collections.new(options.model.stem)
+    scene.collection.children.link(collection)
+    for obj in objects:
+        for holder in list(obj.users_collection):
+            holder.objects.unlink(obj)
+        collection.objects.link(obj)
+    size = _size(objects)
+    for obj in objects:
+        if obj.type == "ARMATURE":
+            obj.name = obj.data.name = options.model.stem
+            armature.dress(obj, order, context)
+        elif obj.type == "EMPTY" and is_tag(obj.name):
+            obj.empty_display_type = "ARROWS"
+            obj.empty_display_size = _ARROWS * size
+    clips.lay_out([*objects, *new.of("shape_keys")], found, scene.render.fps)
+    _keep_notes(document, options.model.name)
+    for obj in context.view_layer.objects:
+        obj.select_set(obj in objects)
+    if objects:
+        rigs = [obj for obj in objects if obj.type == "ARMATURE"]
+        context.view_layer.objects.active = (rigs or objects)[0]
+    scene.frame_set(scene.frame_current)
+
+
+def _join_skeleton(document: dict, scene_file: Path, name: str) -> None:
+    """Blender makes bones of what skins list: a skin that lists every bone keeps them together."""
+    bones = [index for index, node in enumerate(document["nodes"])
+             if node.get("extras", {}).get("bone")]
+    joints = {joint for skin in document.get("skins", []) for joint in skin["joints"]}
+    if joints and not joints.issuperset(bones):
+        document["skins"].append({"name": name, "joints": bones})
+        glb.rewrite_json(scene_file, document)
+
+
+def _read(scene_file: Path) -> None:
+    if not hasattr(bpy.types, "IMPORT_SCENE_OT_gltf"):
+        raise ProgramError('Blender\'s add-on "glTF 2.0 format" is off: turn it on in the '
+                           "preferences, under Add-ons")
+    # Options differ between Blender's versions.
+    known = bpy.ops.import_scene.gltf.get_rna_type().properties.keys()
+    wanted = {"bone_heuristic": "BLENDER", "disable_bone_shape": True, "merge_vertices": False,
+              "import_pack_images": True, "guess_original_bind_pose": True}
+    bpy.ops.import_scene.gltf(filepath=str(scene_file),
+                              **{key: value for key, value in wanted.items() if key in known})
+
+
+def _set_times(scene: bpy.types.Scene, found: list[clips.Clip], messages: list[Message],
+               name: str) -> None:
+    """An empty scene takes the model's rate and frames; another keeps its own."""
+    if not found:
+        return
+    rate = Counter(round(clip.rate) for clip in found).most_common(1)[0][0]
+    if all(obj.type in ("CAMERA", "LIGHT") for obj in scene.objects):
+        scene.render.fps, scene.render.fps_base = max(rate, 1), 1.0
+        scene.frame_start = min(clip.first for clip in found)
+        scene.frame_end = max(clip.last for clip in found)
+        scene.frame_current = scene.frame_start
+    scene_rate = scene.render.fps / scene.render.fps_base
+    others = [clip for clip in found if abs(clip.rate - scene_rate) > 0.01]
+    for clip in others:
+        messages.append(Message(
+            "warning", f"{name}: sequence {clip.name} has {clip.rate:g} frames a second, the scene "
+            f"{scene_rate:g}: it plays frame for frame, at the scene's rate"))
+
+
+def _size(objects: list[bpy.types.Object]) -> float:
+    corners = [obj.matrix_world @ Vector(corner) for obj in objects if obj.type == "MESH"
+               for corner in obj.bound_box]
+    if not corners:
+        return 1.0
+    return max(max(corner[axis] for corner in corners) - min(corner[axis] for corner in corners)
+               for axis in range(3)) or 1.0
+
+
+def _keep_notes(document: dict, name: str) -> None:
+    notes = document["scenes"][document.get("scene", 0)].get("extras", {}).get("notes", "")
+    if notes:
+        bpy.data.texts.new(f"{name} notes").write(notes)
