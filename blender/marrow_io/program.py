@@ -39,7 +39,7 @@ def bundled() -> Path:
     """Where the zip of this system would hold the program."""
     system = {"Windows": "windows", "Darwin": "macos"}.get(platform.system(), "linux")
     machine = "arm64" if platform.machine().lower() in ("arm64", "aarch64") else "x64"
-    return PACKAGE / "bin" / f"{system}-{machine}" / f"marrow{_suffix()}"
+    return PACKAGE / "bin" / f"{system}-{machine}" / "bin" / f"marrow{_suffix()}"
 
 
 def find(preferred: str) -> Path:
@@ -59,7 +59,7 @@ def find(preferred: str) -> Path:
         return Path(on_path)
     raise ProgramError(
         "the program marrow was not found: this add-on holds none for this system "
-        f"({inside.parent.name}), the preferences name none, and there is none on PATH"
+        f"({inside.parent.parent.name}), the preferences name none, and there is none on PATH"
     )
 
 
@@ -80,7 +80,7 @@ def check(path: Path) -> None:
     try:
         answer = subprocess.run(
             [str(path), "handlers"], capture_output=True, timeout=ANSWER_SECONDS,
-            stdin=subprocess.DEVNULL, **_no_window())
+            stdin=subprocess.DEVNULL, **no_window())
     except (OSError, subprocess.TimeoutExpired) as fault:
         raise ProgramError(f"{path}: not the program marrow ({fault})") from fault
     if b"mdc" not in answer.stdout or answer.returncode != 0:
@@ -88,7 +88,7 @@ def check(path: Path) -> None:
     _checked[key] = True
 
 
-def _no_window() -> dict:
+def no_window() -> dict:
     if os.name == "nt":
         return {"creationflags": subprocess.CREATE_NO_WINDOW
                 | subprocess.CREATE_NEW_PROCESS_GROUP}
@@ -105,7 +105,7 @@ class Run:
         try:
             self._process = subprocess.Popen(
                 [str(path), *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                stderr=subprocess.STDOUT, **_no_window())
+                stderr=subprocess.STDOUT, **no_window())
         except OSError as fault:
             raise ProgramError(f"{path}: cannot be run ({fault})") from fault
         self._reader = threading.Thread(target=self._read, daemon=True)

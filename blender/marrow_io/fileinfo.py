@@ -1,0 +1,61 @@
+"""What stands in a model and beside it, for the side panel, read while the panel stays alive."""
+
+from __future__ import annotations
+
+import json
+import subprocess
+import threading
+from dataclasses import dataclass, field
+from pathlib import Path
+
+from . import sidefiles
+from .program import ANSWER_SECONDS, no_window
+
+
+@dataclass
+class FileInfo:
+    """`frames` and `tags` are there once the program has answered; `fault` where it would not."""
+
+    skins: list[str] = field(default_factory=list)
+    sequences: list[sidefiles.Sequence] = field(default_factory=list)
+    mdx: list[str] = field(default_factory=list)
+    frames: int | None = None
+    tags: list[str] = field(default_factory=list)
+    fault: str = ""
+
+
+_cache: dict[tuple[str, int], FileInfo] = {}
+
+
+def of(model: Path, mdx: str, program: Path | None) -> FileInfo | None:
+    """None where there is no such file. Returns at once; the program's part comes later."""
+    try:
+        key = (f"{model}\0{mdx}", model.stat().st_mtime_ns)
+    except OSError:
+        return None
+    if key not in _cache:
+        info = FileInfo(sidefiles.skins(model), sidefiles.sequences(model, mdx),
+                        [path.name for path in sidefiles.with_suffix(model.parent, ".mdx")])
+        _cache[key] = info
+        if program:
+            threading.Thread(target=_ask, args=(info, model, mdx, program), daemon=True).start()
+    return _cache[key]
+
+
+def _ask(info: FileInfo, model: Path, mdx: str, program: Path) -> None:
+    try:
+        told = _described(model, program)
+        info.tags = [tag["name"] for tag in told.get("tags", [])]
+        info.frames = told.get("numFrames")
+        if info.frames is None and model.suffix.lower() == ".mdm":
+            info.frames = _described(sidefiles.mdx_of(model, mdx), program).get("numFrames")
+    except (OSError, ValueError, subprocess.SubprocessError) as fault:
+        info.fault = str(fault)
+
+
+def _described(path: Path, program: Path) -> dict:
+    answer = subprocess.run([str(program), "info", str(path), "--json"], capture_output=True,
+                            timeout=ANSWER_SECONDS, stdin=subprocess.DEVNULL, **no_window())
+    if answer.returncode != 0:
+        raise ValueError(answer.stderr.decode("utf-8", "replace").strip())
+    return json.loads(answer.stdout)

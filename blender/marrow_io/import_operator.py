@@ -1,0 +1,165 @@
+"""File > Import."""
+
+from __future__ import annotations
+
+from pathlib import Path
+from typing import Iterator
+
+import bpy
+from bpy.props import (BoolProperty, CollectionProperty, EnumProperty, FloatProperty, IntProperty,
+                       StringProperty)
+from bpy_extras.io_utils import ImportHelper
+
+from . import fileinfo, log, preferences
+from .importing import run
+from .program import Message, ProgramError
+from .stepping import Stepping
+
+SUFFIXES = (".mdc", ".mds", ".mdm")
+GAME_UNITS_PER_METRE = 40.0
+
+
+class MARROW_SequenceChoice(bpy.types.PropertyGroup):
+    """A sequence to import; `name` is the sequence's."""
+
+    use: BoolProperty(name="Import", default=True)
+
+
+class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
+    """Import models of RTCW (mdc, mds) and RTCW-ET (mdm)"""
+
+    bl_idname = "import_scene.marrow"
+    bl_label = "Import game model"
+    bl_options = {"REGISTER", "UNDO", "PRESET"}
+
+    filename_ext = ""
+    filter_glob: StringProperty(default="*.mdc;*.mds;*.mdm", options={"HIDDEN"})
+    files: CollectionProperty(type=bpy.types.OperatorFileListElement,
+                              options={"HIDDEN", "SKIP_SAVE"})
+    directory: StringProperty(subtype="DIR_PATH", options={"HIDDEN", "SKIP_SAVE"})
+
+    scale: FloatProperty(
+        name="Units per metre", default=GAME_UNITS_PER_METRE, min=1e-4, soft_min=1, soft_max=100,
+        description="Units of the game to one of Blender: a unit of the games is about an inch")
+    animation: EnumProperty(
+        name="Animation", default="ALL",
+        items=(("ALL", "All sequences", "Every sequence of the model's sequence file"),
+               ("CHOSEN", "Chosen sequences", "The sequences ticked below"),
+               ("NONE", "First frame", "The first frame as a pose")))
+    sequences: StringProperty(
+        name="Sequences", options={"HIDDEN", "SKIP_SAVE"},
+        description="For scripts: the names of the sequences to import, separated by commas")
+    choices: CollectionProperty(type=MARROW_SequenceChoice, options={"HIDDEN", "SKIP_SAVE"})
+    choice_at: IntProperty(options={"HIDDEN", "SKIP_SAVE"})
+    frame: IntProperty(name="Frame", min=0, description="The frame to import")
+    meshes: BoolProperty(name="Meshes", default=True, description="Import the surfaces")
+    bones: BoolProperty(name="Bones", default=True, description="Import the skeleton")
+    materials: BoolProperty(name="Materials", default=True,
+                            description="Import materials and the images that are found")
+    skin: StringProperty(
+        name="Skin", search=lambda self, context, text: panel_info(self, context).skins,
+        description="The .skin file beside the model that names its images; the first if empty",
+        options={"SKIP_SAVE"})
+    mdx: StringProperty(
+        name="Mdx", search=lambda self, context, text: panel_info(self, context).mdx,
+        description="The mdx file with skeleton and animation; the one named as the model if empty",
+        options={"SKIP_SAVE"})
+    filled_from: StringProperty(options={"HIDDEN", "SKIP_SAVE"})
+
+    def invoke(self, context: bpy.types.Context, event: bpy.types.Event) -> set[str]:
+        self.interactive = True
+        # Files were dropped on a window: only options are left to ask for.
+        if self.paths():
+            return context.window_manager.invoke_props_dialog(self)
+        return ImportHelper.invoke(self, context, event)
+
+    def draw(self, _context: bpy.types.Context) -> None:
+        """The file browser has panels for it; a dialog draws them here."""
+        if not isinstance(_context.space_data, bpy.types.SpaceFileBrowser):
+            from . import panels
+            panels.draw_import(self.layout, self, _context)
+
+    def paths(self) -> list[Path]:
+        names = [entry.name for entry in self.files if entry.name]
+        if names:
+            folder = self.directory or str(Path(self.filepath).parent)
+            return [Path(bpy.path.abspath(folder)) / name for name in names]
+        return [Path(bpy.path.abspath(self.filepath))] if self.filepath else []
+
+    def steps(self, context: bpy.types.Context) -> Iterator[tuple[float, str]]:
+        self._done, self._faults = 0, []
+        program = preferences.program_path(context)
+        paths = self.paths()
+        if not paths:
+            raise ProgramError("no file is chosen")
+        for number, path in enumerate(paths):
+            messages: list[Message] = []
+            try:
+                yield from ((number / len(paths) + share / len(paths), text) for share, text in
+                            run.steps(context, self._options(program, path), messages))
+                self._done += 1
+            except ProgramError as fault:
+                self._faults.append(str(fault))
+                if not any(message.kind == "error" for message in messages):
+                    messages.append(Message("error", str(fault)))
+            finally:
+                log.keep(path.name, messages)
+                log.report(self, messages)
+
+    def finish(self, context: bpy.types.Context) -> set[str]:
+        for fault in self._faults:
+            self.report({"ERROR"}, fault)
+        return {"FINISHED"} if self._done else {"CANCELLED"}
+
+    def _options(self, program: Path, path: Path) -> run.Options:
+        kind = path.suffix.lower()
+        if kind not in SUFFIXES:
+            raise ProgramError(f"{path}: is no mdc, mds or mdm file")
+        arguments: list[str] = []
+        if kind == ".mdc":
+            arguments += ["--frame", str(self.frame)]
+        else:
+            arguments += self._skeletal_arguments()
+            if kind == ".mdm" and self.mdx:
+                mdx = Path(bpy.path.abspath(self.mdx))
+                arguments += ["--mdx", str(mdx if mdx.is_absolute() else path.parent / mdx)]
+        return run.Options(program, path, self.scale, arguments, self.mdx)
+
+    def _skeletal_arguments(self) -> list[str]:
+        arguments: list[str] = []
+        if self.skin:
+            arguments += ["--skin", self.skin]
+        for on, option in ((self.meshes, "--no-meshes"), (self.bones, "--no-bones"),
+                           (self.materials, "--no-materials")):
+            if not on:
+                arguments.append(option)
+        if self.animation == "NONE":
+            arguments.append("--first-frame")
+        names = [name.strip() for name in self.sequences.split(",") if name.strip()]
+        if self.animation == "CHOSEN" and not names:
+            names = [choice.name for choice in self.choices if choice.use]
+        for name in names:
+            arguments += ["--sequence", name]
+        return arguments
+
+
+def panel_path(operator: bpy.types.Operator, context: bpy.types.Context) -> Path | None:
+    """The file that the browser stands on, else the operator's own."""
+    space = context.space_data
+    if isinstance(space, bpy.types.SpaceFileBrowser) and space.params and space.params.filename:
+        folder = space.params.directory
+        return Path(folder.decode("utf-8", "surrogateescape") if isinstance(folder, bytes)
+                    else folder) / space.params.filename
+    paths = operator.paths()
+    return paths[0] if paths else None
+
+
+def panel_info(operator: bpy.types.Operator, context: bpy.types.Context) -> fileinfo.FileInfo:
+    path = panel_path(operator, context)
+    try:
+        program = preferences.program_path(context)
+    except ProgramError:
+        program = None
+    found = fileinfo.of(path, operator.mdx, program) if path and path.suffix.lower() in SUFFIXES \
+        else None
+    return found or fileinfo.FileInfo()

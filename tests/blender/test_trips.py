@@ -1,0 +1,191 @@
+"""Scenes through the add-on into every kind of file and back into an empty one."""
+
+import numpy as np
+
+import support
+from support import SCALE, apart, bpy, filmed, signed_volume, to_blender
+
+import models
+import scenes
+
+UNIT = np.radians(models.STEP)
+AIM, TURN = np.sqrt(2) * UNIT, np.sqrt(5) * UNIT  # of a direction and of a bone, cut in steps
+
+
+def read(path):
+    if path.suffix == ".mdc":
+        return models.Mdc(path)
+    return models.read_mds(path) if path.suffix == ".mds" else models.read_pair(
+        path, path.with_suffix(".mdx"))
+
+
+def file_vertices(model):
+    """Of all surfaces by name, [frame, vertex, 3], in Blender's axes and metres."""
+    if isinstance(model, models.Mdc):
+        return {s.name: to_blender(s.verts) for s in model.surfaces}
+    poses = [model.pose(frame) for frame in range(len(model.angles))]
+    return {s.name: to_blender([s.vertices(*pose) for pose in poses]) for s in model.surfaces}
+
+
+def step_bound(model, height):
+    """How far steps reach, in metres: in an mdc one step each way; in a skeleton along the chain
+    and at the vertex."""
+    if isinstance(model, models.Mdc):
+        return np.sqrt(3) * models.GRID / SCALE + 1e-6 * height
+    chains = [sum(model.dists[b] for b in model.chain(bone)) for bone in range(len(model.names))]
+    reach = max((np.linalg.norm(s.offset, axis=1).max() for s in model.surfaces), default=0)
+    return (max(chains) * AIM + reach * TURN) / SCALE + 1e-4 * height
+
+
+class Trips(support.Case):
+    def trip(self, kind, truth, names, height):
+        """Export, compare with the truth, import into an empty file, compare again, export again:
+        returns the two files."""
+        first = self.folder / f"model.{kind}"
+        self.assertEqual(bpy.ops.export_scene.marrow(filepath=str(first)), {"FINISHED"})
+        model = read(first)
+        inside = file_vertices(model)
+        self.assertEqual(sorted(inside), sorted(names))
+        bound = step_bound(model, height)
+        everything = np.concatenate(list(truth.values()), axis=1)
+        written = np.concatenate(list(inside.values()), axis=1)
+        self.assertEqual(len(written), len(everything))
+        for frame, (found, wanted) in enumerate(zip(written, everything)):
+            self.assertLessEqual(apart(found, wanted), bound, f"frame {frame} of the file")
+
+        support.empty_scene()
+        self.assertEqual(bpy.ops.import_scene.marrow(filepath=str(first)), {"FINISHED"})
+        return first, model, inside, bound
+
+    def came_in(self, model, inside, bound, truth):
+        """What stands in Blender against the file, vertex by vertex, and against the truth."""
+        meshes = [obj for obj in bpy.context.scene.objects if obj.type == "MESH"]
+        self.assertEqual(sorted(obj.name for obj in meshes), sorted(inside))
+        count = len(next(iter(inside.values())))
+        shown = filmed(range(count), meshes)
+        for name, rows in inside.items():
+            self.assertEqual(shown[name].shape, rows.shape)
+            self.assertLess(abs(shown[name] - rows).max(), bound, name)
+        everything = np.concatenate(list(truth.values()), axis=1)
+        written = np.concatenate(list(shown.values()), axis=1)
+        worst = max(apart(found, wanted) for found, wanted in zip(written, everything))
+        self.assertLessEqual(worst, bound)
+        print(f"  {len(everything[0])} vertices, {count} frames: off by up to {worst * SCALE:.4f} "
+              f"units of {bound * SCALE:.4f}")
+
+    def faces_are_right(self, model):
+        """Clockwise in the file, outward in Blender: volumes of closed shapes have signs."""
+        bpy.context.scene.frame_set(0)
+        for surface in model.surfaces:
+            points = surface.verts[0] if isinstance(model, models.Mdc) else \
+                surface.vertices(*model.pose(0))
+            self.assertLess(signed_volume(points - points.mean(0), surface.triangles), 0,
+                            surface.name)
+            obj = bpy.context.scene.objects[surface.name]
+            faces = [list(face.vertices) for face in obj.data.polygons]
+            world = support.world_vertices(obj)
+            self.assertGreater(signed_volume(world - world.mean(0), faces), 0, obj.name)
+
+    def again(self, first, kind):
+        """A second export differs from the first by the steps of a trip only."""
+        second = self.folder / f"again.{kind}"
+        self.assertEqual(bpy.ops.export_scene.marrow(filepath=str(second)), {"FINISHED"})
+        one, two = read(first), read(second)
+        self.assertEqual([s.name for s in one.surfaces], [s.name for s in two.surfaces])
+        for a, b in zip(one.surfaces, two.surfaces):
+            np.testing.assert_array_equal(a.triangles, b.triangles)
+            np.testing.assert_array_equal(a.st, b.st)
+        return one, two
+
+    def character(self):
+        scenes.character()
+        frames = range(scenes.CLIPS[0][1], scenes.CLIPS[-1][2] + 1)
+        truth = filmed(frames, [bpy.data.objects["body"], bpy.data.objects["sword"]])
+        tags = {name: [] for name in ("tag_head", "tag_weapon")}
+        for frame in frames:
+            bpy.context.scene.frame_set(frame)
+            for name, rows in tags.items():
+                rows.append(np.array(bpy.data.objects[name].matrix_world.translation))
+        return truth, tags
+
+    def skeletal(self, kind):
+        truth, tags = self.character()
+        names = ["body_skin", "body_trousers", "sword"]
+        first, model, inside, bound = self.trip(kind, truth, names, 1.8)
+        self.assertEqual([s.shader for s in model.surfaces], [
+            "models/players/hero/skin.tga", "models/players/hero/cloth",
+            "models/weapons2/sword/blade"])
+        for name, tag in model.tags:
+            for frame, wanted in enumerate(tags[name]):
+                _, place = model.tag_pose(tag, *model.pose(frame))
+                self.assertLess(np.abs(to_blender(place) - wanted).max(), bound)
+        self.came_in(model, inside, bound, truth)
+        self.faces_are_right(model)
+
+        rig = bpy.data.objects["model"]
+        scene = bpy.context.scene
+        self.assertEqual([obj for obj in scene.objects if obj.type == "ARMATURE"], [rig])
+        self.assertEqual(rig.users_collection[0].name, "model")
+        self.assertEqual((scene.render.fps, scene.frame_start, scene.frame_end), (20, 0, 61))
+        self.assertEqual([(track.name, strip.action.name, strip.frame_start, strip.frame_end)
+                          for track in rig.animation_data.nla_tracks for strip in track.strips],
+                         [(name, name, *frames) for name, *frames in scenes.CLIPS])
+        bones = rig.data.bones
+        for parent, child in (("thigh.L", "calf.L"), ("spine", "spine1"), ("neck", "head")):
+            self.assertLess((bones[parent].tail_local - bones[child].head_local).length, 1e-4)
+        self.assertTrue(rig.show_in_front)
+        self.assertTrue({"tag_head", "tag_weapon"} <= set(bones.keys()))
+        self.assertEqual(bpy.data.objects["body_trousers"].data.materials[0]["game_path"],
+                         "models/players/hero/cloth")
+
+        one, two = self.again(first, kind)
+        self.assertEqual((one.names, list(one.parents)), (two.names, list(two.parents)))
+        np.testing.assert_allclose(one.dists, two.dists, atol=2e-4)
+        turned = np.abs((one.angles.astype(int) - two.angles + 0x8000) % 0x10000 - 0x8000)
+        print(f"  a second export: {np.mean(turned > 0):.1%} of the angles differ, by up to "
+              f"{turned.max()} steps")
+        for a, b in zip(one.surfaces, two.surfaces):
+            np.testing.assert_array_equal(a.bone, b.bone)
+            np.testing.assert_allclose(a.weight, b.weight, atol=1e-5)
+        side = "wolfanim.cfg" if kind == "mds" else "again.aninc"
+        self.assertIn("walk 21 25 0 20", (self.folder / side).read_text())
+
+    def test_character_mds(self):
+        self.skeletal("mds")
+
+    def test_character_mdm(self):
+        self.skeletal("mdm")
+
+    def test_character_mdc(self):
+        truth, tags = self.character()
+        first = self.folder / "model.mdc"
+        bpy.ops.export_scene.marrow(filepath=str(first))
+        model = read(first)
+        inside = np.concatenate(list(file_vertices(model).values()), axis=1)
+        everything = np.concatenate(list(truth.values()), axis=1)
+        bound = step_bound(model, 1.8)
+        self.assertLessEqual(max(apart(a, b) for a, b in zip(inside, everything)), bound)
+        for name, places, _ in model.tags:
+            self.assertLess(np.abs(to_blender(places) - tags[name]).max(), bound)
+
+    def test_prop(self):
+        crate = scenes.prop()
+        truth = filmed([1], [crate])
+        for kind in ("mdc", "mds"):
+            path = self.folder / f"crate.{kind}"
+            bpy.ops.export_scene.marrow(filepath=str(path), replace_sequences=True)
+            model = read(path)
+            points = file_vertices(model)["crate"]
+            self.assertEqual(len(points), 1)
+            self.assertLess(apart(points[0], truth["crate"][0]), step_bound(model, 1))
+            self.faces_are_right_in_file(model)
+
+    def faces_are_right_in_file(self, model):
+        for surface in model.surfaces:
+            points = surface.verts[0] if isinstance(model, models.Mdc) else \
+                surface.vertices(*model.pose(0))
+            self.assertLess(signed_volume(points - points.mean(0), surface.triangles), 0)
+
+
+support.install()
+support.main(Trips)
