@@ -106,9 +106,8 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
                 # Blender shows what is being edited only once it is left.
                 bpy.ops.object.mode_set(mode="OBJECT")
             yield from run.steps(context, self._options(context, program), self._messages)
-        except ProgramError as fault:
-            if not any(message.kind == "error" for message in self._messages):
-                self._messages.append(Message("error", str(fault)))
+        except Exception as fault:
+            log.add_error(self._messages, fault)
             raise
         finally:
             log.keep(Path(self.filepath).name, self._messages)

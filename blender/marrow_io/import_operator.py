@@ -30,7 +30,8 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
 
     bl_idname = "import_scene.marrow"
     bl_label = "Import game model"
-    bl_options = {"REGISTER", "UNDO", "PRESET"}
+    # Blender would push a step of undo when the file browser closes, before the work is done.
+    bl_options = {"PRESET"}
 
     filename_ext = ""
     filter_glob: StringProperty(default="*.mdc;*.mds;*.mdm", options={"HIDDEN"})
@@ -88,10 +89,14 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
 
     def steps(self, context: bpy.types.Context) -> Iterator[tuple[float, str]]:
         self._done, self._faults = 0, []
-        program = preferences.program_path(context)
         paths = self.paths()
-        if not paths:
-            raise ProgramError("no file is chosen")
+        try:
+            program = preferences.program_path(context)
+            if not paths:
+                raise ProgramError("no file is chosen")
+        except ProgramError as fault:
+            log.keep(paths[0].name if paths else "import", [Message("error", str(fault))])
+            raise
         for number, path in enumerate(paths):
             messages: list[Message] = []
             try:
@@ -100,8 +105,10 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
                 self._done += 1
             except ProgramError as fault:
                 self._faults.append(str(fault))
-                if not any(message.kind == "error" for message in messages):
-                    messages.append(Message("error", str(fault)))
+                log.add_error(messages, fault)
+            except Exception as fault:
+                log.add_error(messages, fault)
+                raise
             finally:
                 log.keep(path.name, messages)
                 log.report(self, messages)
@@ -109,7 +116,11 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
     def finish(self, context: bpy.types.Context) -> set[str]:
         for fault in self._faults:
             self.report({"ERROR"}, fault)
-        return {"FINISHED"} if self._done else {"CANCELLED"}
+        if not self._done:
+            return {"CANCELLED"}
+        if not bpy.app.background:
+            bpy.ops.ed.undo_push(message=self.bl_label)
+        return {"FINISHED"}
 
     def _options(self, program: Path, path: Path) -> run.Options:
         kind = path.suffix.lower()

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import bpy
 
-from .program import Message
+from .program import Message, ProgramError
 
 TEXT_NAME = "Marrow messages"
 REPORTED_WARNINGS = 5
@@ -15,6 +15,13 @@ def keep(subject: str, messages: list[Message]) -> None:
     text = bpy.data.texts.get(TEXT_NAME) or bpy.data.texts.new(TEXT_NAME)
     lines = [f"{message.kind}: {message.text}" for message in messages] or ["no messages"]
     text.write("\n".join([f"== {subject}", *lines, "", ""]))
+
+
+def add_error(messages: list[Message], fault: Exception) -> None:
+    """What ended a run, where the program did not say it itself."""
+    if not any(message.kind == "error" for message in messages):
+        text = str(fault) if isinstance(fault, ProgramError) else f"{type(fault).__name__}: {fault}"
+        messages.append(Message("error", text))
 
 
 def report(operator: bpy.types.Operator, messages: list[Message]) -> None:

@@ -14,6 +14,9 @@ from .program import ProgramError
 SLICE_SECONDS = 0.05
 TIMER_SECONDS = 0.02
 
+# Operators at work in a window.
+running = 0
+
 
 class Stepping:
     """Mixed into an operator that has `steps(context)`, which yields (share, text), and
@@ -35,6 +38,8 @@ class Stepping:
             if self._advance(context, None):
                 return self.finish(context)
             return {"CANCELLED"}
+        global running
+        running += 1
         manager = context.window_manager
         manager.progress_begin(0, 100)
         self._timer = manager.event_timer_add(TIMER_SECONDS, window=context.window)
@@ -81,6 +86,8 @@ class Stepping:
         return True
 
     def _end(self, context: bpy.types.Context) -> None:
+        global running
+        running -= 1
         context.window_manager.event_timer_remove(self._timer)
         self._timer = None
         context.window_manager.progress_end()

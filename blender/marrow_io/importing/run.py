@@ -127,11 +127,14 @@ def _set_times(scene: bpy.types.Scene, found: list[clips.Clip], messages: list[M
         scene.frame_end = max(clip.last for clip in found)
         scene.frame_current = scene.frame_start
     scene_rate = scene.render.fps / scene.render.fps_base
-    others = [clip for clip in found if abs(clip.rate - scene_rate) > 0.01]
-    for clip in others:
+    others: dict[float, list[str]] = {}
+    for clip in found:
+        if abs(clip.rate - scene_rate) > 0.01:
+            others.setdefault(round(clip.rate, 2), []).append(clip.name)
+    for rate, names in others.items():
         messages.append(Message(
-            "warning", f"{name}: sequence {clip.name} has {clip.rate:g} frames a second, the scene "
-            f"{scene_rate:g}: it plays frame for frame, at the scene's rate"))
+            "warning", f"{name}: {', '.join(names)}: {rate:g} frames a second, the scene "
+            f"{scene_rate:g}: every frame is kept and plays at the scene's rate"))
 
 
 def _size(objects: list[bpy.types.Object]) -> float:
