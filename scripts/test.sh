@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Everything that a change has to pass, from a clean checkout: installs what is needed, then
 # format, warnings as errors with both compilers, all tests, all tests again under the address and
-# undefined behaviour sanitizers, lint, a short run of every fuzz target, and the Windows build.
+# undefined behaviour sanitizers, lint, a short run of every fuzz target, the Blender add-on and the
+# Windows build.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -38,6 +39,9 @@ git ls-files -- 'src/*.cpp' 'host/*.cpp' ':!*win32*' ':!*_windows.cpp' |
 step "Fuzz targets, a short run each"
 printf '%s\n' build/asan/bin/*_fuzz | xargs -P "$(nproc)" -I TARGET \
   env TARGET -runs=100000 -max_total_time=15 -verbosity=0 -print_final_stats=0
+
+step "The Blender add-on"
+scripts/test-blender.sh build/ci
 
 step "The Windows build"
 scripts/test-windows.sh build/ci
