@@ -13,6 +13,12 @@ from mathutils import Quaternion
 # Rows: glTF's x, y, z of a vector in Blender's axes.
 TO_GLTF = numpy.array([[1.0, 0, 0], [0, 0, 1.0], [0, -1.0, 0]])
 
+# Which way a character looks in Blender, and what the program calls that axis of a glTF scene.
+FACINGS = (("-Y", "+z"), ("Y", "-z"), ("X", "+x"), ("-X", "-x"))
+
+# A material keeps the game's path of its shader or image.
+PATH_PROPERTY = "game_path"
+
 # A bone keeps the rotation from its joint's axes to its own under this name: w, x, y, z.
 AXES_PROPERTY = "marrow_axes"
 
@@ -30,3 +36,9 @@ def is_tag(name: str) -> bool:
 def plain_name(name: str) -> str:
     """A name without the number that Blender appends to one that is taken."""
     return re.sub(r"\.\d{3,}$", "", name)
+
+
+def facing_items() -> tuple:
+    """For an EnumProperty whose identifiers are the program's words."""
+    return tuple((program, blender, f"The character looks along {blender} in Blender, and along +X "
+                  "in the game") for blender, program in FACINGS)

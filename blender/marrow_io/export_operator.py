@@ -10,6 +10,7 @@ from bpy.props import BoolProperty, EnumProperty, FloatProperty, IntProperty, St
 from bpy_extras.io_utils import ExportHelper
 
 from . import log, preferences
+from .conventions import facing_items
 from .exporting import plan, run
 from .import_operator import GAME_UNITS_PER_METRE
 from .program import Message, ProgramError
@@ -38,6 +39,8 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
     scale: FloatProperty(
         name="Units per metre", default=GAME_UNITS_PER_METRE, min=1e-4, soft_min=1, soft_max=100,
         description="Units of the game to one of Blender: a unit of the games is about an inch")
+    facing: EnumProperty(name="Facing", items=facing_items(), default="+z",
+                         description="Which way the character looks in Blender")
     use_selection: BoolProperty(name="Selected objects", description="Leave out what is not selected")
     use_visible: BoolProperty(name="Visible objects", default=True,
                               description="Leave out what is hidden")
@@ -127,7 +130,7 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
             if first > last:
                 raise ProgramError(f"frames {first} to {last}: an empty range")
             sequences = "SCENE" if sequences == "AUTO" else sequences
-        kind, arguments = target.suffix.lower(), []
+        kind, arguments = target.suffix.lower(), ["--facing", self.facing]
         if kind != ".mdc":
             if self.write_sequences:
                 arguments.append("--sequences")

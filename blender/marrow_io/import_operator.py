@@ -11,6 +11,7 @@ from bpy.props import (BoolProperty, CollectionProperty, EnumProperty, FloatProp
 from bpy_extras.io_utils import ImportHelper
 
 from . import fileinfo, log, preferences
+from .conventions import facing_items
 from .importing import run
 from .program import Message, ProgramError
 from .stepping import Stepping
@@ -42,6 +43,8 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
     scale: FloatProperty(
         name="Units per metre", default=GAME_UNITS_PER_METRE, min=1e-4, soft_min=1, soft_max=100,
         description="Units of the game to one of Blender: a unit of the games is about an inch")
+    facing: EnumProperty(name="Facing", items=facing_items(), default="+z",
+                         description="Which way the character looks in Blender")
     animation: EnumProperty(
         name="Animation", default="ALL",
         items=(("ALL", "All sequences", "Every sequence of the model's sequence file"),
@@ -126,7 +129,7 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
         kind = path.suffix.lower()
         if kind not in SUFFIXES:
             raise ProgramError(f"{path}: is no mdc, mds or mdm file")
-        arguments: list[str] = []
+        arguments = ["--facing", self.facing]
         if kind == ".mdc":
             arguments += ["--frame", str(self.frame)]
         else:

@@ -42,6 +42,7 @@ def draw_import(layout: bpy.types.UILayout, operator: bpy.types.Operator,
     info = panel_info(operator, context)
     _fill(operator, str(path) if path else "", info)
     layout.prop(operator, "scale")
+    layout.prop(operator, "facing")
     if info.fault:
         layout.label(text=info.fault, icon="ERROR")
     if kind == ".mdc":
@@ -103,6 +104,7 @@ class MARROW_PT_export_include(_BrowserPanel, bpy.types.Panel):
         column.prop(operator, "use_selection")
         column.prop(operator, "use_visible")
         layout.prop(operator, "scale")
+        layout.prop(operator, "facing")
         layout.prop_search(operator, "origin", context.scene, "objects")
 
 

@@ -14,6 +14,7 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Iterator
 
+FIRST_POLL_SECONDS = 0.001
 POLL_SECONDS = 0.02
 ANSWER_SECONDS = 20
 PACKAGE = Path(__file__).resolve().parent
@@ -123,9 +124,11 @@ class Run:
     def wait(self) -> Iterator[None]:
         """Yields while the program runs; raises ProgramError where it fails."""
         try:
+            pause = FIRST_POLL_SECONDS
             while self._process.poll() is None:
                 yield
-                time.sleep(POLL_SECONDS)
+                time.sleep(pause)
+                pause = min(2 * pause, POLL_SECONDS)
         finally:
             self._stop()
         self._reader.join()

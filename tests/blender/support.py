@@ -39,7 +39,7 @@ def empty_scene():
 def to_blender(points):
     """A game looks along +X with +Y to its left; Blender's characters along -Y with +X there."""
     x, y, z = np.moveaxis(np.asarray(points, float), -1, 0)
-    return np.stack([x, y, z], -1) / SCALE  # OLDMAP
+    return np.stack([y, -x, z], -1) / SCALE
 
 
 def world_vertices(obj):

@@ -1,5 +1,7 @@
 """Scenes through the add-on into every kind of file and back into an empty one."""
 
+import subprocess
+
 import numpy as np
 
 import support
@@ -53,9 +55,18 @@ class Trips(support.Case):
         for frame, (found, wanted) in enumerate(zip(written, everything)):
             self.assertLessEqual(apart(found, wanted), bound, f"frame {frame} of the file")
 
+        self.write_skin(kind, names)
         support.empty_scene()
         self.assertEqual(bpy.ops.import_scene.marrow(filepath=str(first)), {"FINISHED"})
         return first, model, inside, bound
+
+    def write_skin(self, kind, names):
+        """Names images of the surfaces; that of the trousers is there, 4 x 4 and red."""
+        quote = '"' if kind == "mdm" else ""
+        self.folder.joinpath("model.skin").write_text("".join(
+            f"{name},{quote}models/players/hero/{name}.tga{quote}\n" for name in names))
+        self.folder.joinpath("body_trousers.tga").write_bytes(
+            bytes([0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 0, 4, 0, 24, 0]) + b"\0\0\xff" * 16)
 
     def came_in(self, model, inside, bound, truth):
         """What stands in Blender against the file, vertex by vertex, and against the truth."""
@@ -97,6 +108,24 @@ class Trips(support.Case):
             np.testing.assert_array_equal(a.st, b.st)
         return one, two
 
+    @staticmethod
+    def turned(one, two):
+        """How far each bone of each frame is turned between two files, in radians."""
+        pairs = (models.frame_axes(*np.moveaxis(model.angles[..., :3] * models.STEP, -1, 0))
+                 for model in (one, two))
+        a, b = pairs
+        return 2 * np.arcsin(np.linalg.norm(a - b, axis=(-2, -1)) / np.sqrt(8))
+
+    def own_trip(self, first, kind):
+        """The command alone, into glTF and back."""
+        folder = self.folder / "trip"
+        folder.mkdir()
+        for arguments in (["import", first, "-o", folder / "x.glb"],
+                          ["export", folder / "x.glb", "-o", folder / f"x.{kind}",
+                           *(["--mdx", folder / "x.mdx"] if kind == "mdm" else [])]):
+            subprocess.run([support.MARROW, *arguments], check=True, capture_output=True)
+        return read(folder / f"x.{kind}")
+
     def character(self):
         scenes.character()
         frames = range(scenes.CLIPS[0][1], scenes.CLIPS[-1][2] + 1)
@@ -135,15 +164,20 @@ class Trips(support.Case):
             self.assertLess((bones[parent].tail_local - bones[child].head_local).length, 1e-4)
         self.assertTrue(rig.show_in_front)
         self.assertTrue({"tag_head", "tag_weapon"} <= set(bones.keys()))
-        self.assertEqual(bpy.data.objects["body_trousers"].data.materials[0]["game_path"],
-                         "models/players/hero/cloth")
+        material = bpy.data.objects["body_trousers"].data.materials[0]
+        self.assertEqual(material["game_path"], "models/players/hero/body_trousers.tga")
+        image, = (node.image for node in material.node_tree.nodes if node.type == "TEX_IMAGE")
+        self.assertEqual(tuple(image.size), (4, 4))
+        np.testing.assert_allclose(image.pixels[:4], [1, 0, 0, 1], atol=1e-3)
 
         one, two = self.again(first, kind)
         self.assertEqual((one.names, list(one.parents)), (two.names, list(two.parents)))
         np.testing.assert_allclose(one.dists, two.dists, atol=2e-4)
-        turned = np.abs((one.angles.astype(int) - two.angles + 0x8000) % 0x10000 - 0x8000)
-        print(f"  a second export: {np.mean(turned > 0):.1%} of the angles differ, by up to "
-              f"{turned.max()} steps")
+        ours, own = self.turned(one, two), self.turned(one, self.own_trip(first, kind))
+        print(f"  a second export: {np.mean(ours > 0):.1%} of the bones' rotations differ, by up to "
+              f"{ours.max() / UNIT:.1f} steps; of the command's own trip {np.mean(own > 0):.1%}, by up "
+              f"to {own.max() / UNIT:.1f}")
+        self.assertLessEqual(ours.max(), TURN)
         for a, b in zip(one.surfaces, two.surfaces):
             np.testing.assert_array_equal(a.bone, b.bone)
             np.testing.assert_allclose(a.weight, b.weight, atol=1e-5)

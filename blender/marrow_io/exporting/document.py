@@ -6,7 +6,7 @@ from dataclasses import dataclass
 
 import numpy
 
-from ..conventions import TO_GLTF, is_tag
+from ..conventions import PATH_PROPERTY, TO_GLTF, is_tag
 from ..glb import Writer
 from . import materials, surfaces
 from .clips import Clip
@@ -334,7 +334,7 @@ class Builder:
         if path is not None:
             if path not in self._materials:
                 self._materials[path] = self._writer.add(
-                    "materials", {"name": path, "extras": {materials.PROPERTY: path}})
+                    "materials", {"name": path, "extras": {PATH_PROPERTY: path}})
             primitive["material"] = self._materials[path]
         if targets:
             primitive["targets"] = targets

@@ -4,19 +4,17 @@ from __future__ import annotations
 
 import bpy
 
-from ..conventions import plain_name
+from ..conventions import PATH_PROPERTY, plain_name
 from ..sidefiles import game_path
-
-PROPERTY = "game_path"
 
 
 def shader_path(material: bpy.types.Material | None) -> str | None:
     """The custom property, else the image's path from its folder `models` on, else the name."""
     if material is None:
         return None
-    kept = material.get(PROPERTY)
+    kept = material.get(PATH_PROPERTY)
     if isinstance(kept, str) and kept:
-        return kept
+        return game_path(kept) or kept
     for image in _images(material):
         for path in (image.filepath, image.name):
             found = game_path(bpy.path.abspath(path) if path.startswith("//") else path)

@@ -7,15 +7,10 @@ along its chain instead, and the rotation from the joint's axes to the bone's is
 
 from __future__ import annotations
 
-import re
-
 import bpy
-import numpy
 from mathutils import Matrix, Quaternion, Vector
 
 from ..conventions import AXES_PROPERTY, ORDER_PROPERTY, TAG_AXES, is_tag
-from . import curves
-
 # Shares of the skeleton's height.
 _TAG_LENGTH = 0.03
 _LEAF_LENGTH = 0.06
@@ -23,9 +18,11 @@ _SAME_PLACE = 1e-3
 _LEAF_SHARE = 0.5
 
 
-def dress(armature: bpy.types.Object, order: dict[str, int], context: bpy.types.Context) -> None:
-    """Turns all bones of an imported armature and everything that counts from their axes; `order`
-    is the place of each name among the file's nodes."""
+def dress(armature: bpy.types.Object, order: dict[str, int],
+          context: bpy.types.Context) -> dict[str, Quaternion]:
+    """Turns all bones of an imported armature and what counts from their axes but the actions,
+    for which it returns each bone's rotation. `order` is the place of each name among the file's
+    nodes."""
     old = {bone.name: bone.matrix_local.copy() for bone in armature.data.bones}
     hanging = _hanging_objects(armature, old)
     _lay_bones(armature, context)
@@ -36,8 +33,6 @@ def dress(armature: bpy.types.Object, order: dict[str, int], context: bpy.types.
         if not is_tag(bone.name):
             bone[AXES_PROPERTY] = list(turn)
         bone[ORDER_PROPERTY] = order.get(bone.name, len(order))
-    for action in _actions(armature):
-        _turn_action(action, turns)
     for bone in armature.pose.bones:
         turn = turns[bone.name]
         bone.location = turn.inverted() @ bone.location
@@ -49,6 +44,7 @@ def dress(armature: bpy.types.Object, order: dict[str, int], context: bpy.types.
         child.matrix_basis = tail.inverted() @ turns[bone.name].to_matrix().to_4x4().inverted() \
             @ matrix
     _show(armature)
+    return turns
 
 
 def _hanging_objects(armature: bpy.types.Object, old: dict[str, Matrix]) -> list:
@@ -57,11 +53,6 @@ def _hanging_objects(armature: bpy.types.Object, old: dict[str, Matrix]) -> list
              @ child.matrix_parent_inverse @ child.matrix_basis)
             for child in armature.children
             if child.parent_type == "BONE" and child.parent_bone in old]
-
-
-def _actions(armature: bpy.types.Object) -> list[bpy.types.Action]:
-    data = armature.animation_data
-    return [strip.action for track in data.nla_tracks for strip in track.strips] if data else []
 
 
 def _lay_bones(armature: bpy.types.Object, context: bpy.types.Context) -> None:
@@ -116,27 +107,6 @@ def _lay(bone, tail: Vector) -> None:
     length = (tail - bone.head).length
     bone.matrix = Matrix.Translation(bone.head) @ rotation.to_4x4()
     bone.length = length
-
-
-def _turn_action(action: bpy.types.Action, turns: dict[str, Quaternion]) -> None:
-    """A pose counted from an axis frame F is inverse(Q) P Q counted from F Q."""
-    paths: dict[str, list[bpy.types.FCurve]] = {}
-    for curve in curves.of_action(action):
-        paths.setdefault(curve.data_path, []).append(curve)
-    for path, group in paths.items():
-        found = re.fullmatch(r'pose\.bones\["(.*)"\]\.(location|rotation_quaternion)', path)
-        name = bpy.utils.unescape_identifier(found[1]) if found else ""
-        if name not in turns:
-            continue
-        first = 1 if found[2] == "rotation_quaternion" else 0
-        group = sorted((curve for curve in group if curve.array_index >= first),
-                       key=lambda curve: curve.array_index)
-        rows = [curves.keys(curve) for curve in group]
-        vectors = numpy.stack([row[:, 1] for row in rows], axis=1)
-        turned = vectors @ numpy.array(turns[name].to_matrix(), numpy.float64)
-        for at, curve in enumerate(group):
-            rows[at][:, 1] = turned[:, at]
-            curves.set_keys(curve, rows[at])
 
 
 def _show(armature: bpy.types.Object) -> None:

@@ -2,10 +2,12 @@
 
 from __future__ import annotations
 
+import re
 from dataclasses import dataclass
 
 import bpy
 import numpy
+from mathutils import Quaternion
 
 from ..sidefiles import FRAME_RATE, Sequence
 from . import curves
@@ -43,11 +45,13 @@ def of_document(document: dict, sequences: list[Sequence]) -> list[Clip]:
     return clips
 
 
-def lay_out(owners: list[bpy.types.ID], clips: list[Clip], scene_rate: int) -> None:
+def lay_out(owners: list[bpy.types.ID], clips: list[Clip], scene_rate: int,
+            turns: dict[str, Quaternion]) -> None:
     """Replaces the importer's muted tracks by one track for each clip, at the clip's frames.
 
     owners      objects and shape keys that the importer gave tracks
     scene_rate  frames a second that the importer placed the keys at
+    turns       from the axes that the importer gave each bone to those that it has now
     """
     moving = [owner for owner in owners if owner.animation_data]
     for owner in moving:
@@ -61,15 +65,31 @@ def lay_out(owners: list[bpy.types.ID], clips: list[Clip], scene_rate: int) -> N
             if action:
                 action.name = clip.name if len(moving) == 1 or owner == moving[0] \
                     else f"{clip.name} {owner.name}"
-                _place_on_frames(action, clip.rate / scene_rate)
+                _rewrite(action, clip.rate / scene_rate, turns)
                 _add_strip(data, action, clip)
 
 
-def _place_on_frames(action: bpy.types.Action, factor: float) -> None:
+def _rewrite(action: bpy.types.Action, factor: float, turns: dict[str, Quaternion]) -> None:
+    """Keys onto whole frames, and poses into the bones' axes: one that counts from axes F is
+    inverse(Q) P Q counted from F Q."""
+    groups: dict[str, list[tuple[bpy.types.FCurve, numpy.ndarray]]] = {}
     for curve in curves.of_action(action):
         rows = curves.keys(curve)
         rows[:, 0] = numpy.round(rows[:, 0] * factor)
-        curves.set_keys(curve, rows)
+        groups.setdefault(curve.data_path, []).append((curve, rows))
+    for path, group in groups.items():
+        found = re.fullmatch(r'pose\.bones\["(.*)"\]\.(location|rotation_quaternion)', path)
+        turn = turns.get(bpy.utils.unescape_identifier(found[1])) if found else None
+        if turn:
+            first = 1 if found[2] == "rotation_quaternion" else 0
+            vector = [rows for curve, rows in sorted(group, key=lambda row: row[0].array_index)
+                      if curve.array_index >= first]
+            turned = numpy.stack([rows[:, 1] for rows in vector], axis=1) \
+                @ numpy.array(turn.to_matrix(), numpy.float64)
+            for rows, values in zip(vector, turned.T):
+                rows[:, 1] = values
+        for curve, rows in group:
+            curves.set_keys(curve, rows)
 
 
 def _add_strip(data: bpy.types.AnimData, action: bpy.types.Action, clip: Clip) -> None:

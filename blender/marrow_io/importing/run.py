@@ -12,7 +12,7 @@ import bpy
 from mathutils import Vector
 
 from .. import glb, sidefiles
-from ..conventions import is_tag, plain_name
+from ..conventions import PATH_PROPERTY, is_tag, plain_name
 from ..program import Message, ProgramError, Run
 from ..scenestate import NewData, SceneSettings
 from . import armature, clips
@@ -76,14 +76,20 @@ def _build(context: bpy.types.Context, scene_file: Path, options: Options,
             holder.objects.unlink(obj)
         collection.objects.link(obj)
     size = _size(objects)
+    turns = {}
     for obj in objects:
         if obj.type == "ARMATURE":
             obj.name = obj.data.name = options.model.stem
-            armature.dress(obj, order, context)
+            turns.update(armature.dress(obj, order, context))
         elif obj.type == "EMPTY" and is_tag(obj.name):
             obj.empty_display_type = "ARROWS"
             obj.empty_display_size = _ARROWS * size
-    clips.lay_out([*objects, *new.of("shape_keys")], found, scene.render.fps)
+    clips.lay_out([*objects, *new.of("shape_keys")], found, scene.render.fps,
+                  turns)
+    for material in new.of("materials"):
+        kept = material.get(PATH_PROPERTY)
+        if kept:
+            material[PATH_PROPERTY] = sidefiles.game_path(kept) or kept
     _keep_notes(document, options.model.name)
     for obj in context.view_layer.objects:
         obj.select_set(obj in objects)
