@@ -23,4 +23,9 @@ run() { # TEST [COMMAND...]: in a Blender with nothing of this user's
 run test_trips blender --background
 run test_errors blender --background
 # Mesa draws the window where there is no graphics card.
-run test_window xvfb-run -a -s "-screen 0 1600x1000x24" blender --enable-event-simulate
+window=(xvfb-run -a -s "-screen 0 1600x1000x24" blender --window-geometry 0 0 1500 950
+  --enable-event-simulate)
+run test_window "${window[@]}"
+if [ -n "$pictures" ]; then
+  run pictures "${window[@]}"
+fi

@@ -45,7 +45,7 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
     use_visible: BoolProperty(name="Visible objects", default=True,
                               description="Leave out what is hidden")
     use_deform_bones: BoolProperty(
-        name="Deforming bones only",
+        name="Deforming bones",
         description="Leave out bones that deform nothing, such as controls; tags stay")
     origin: StringProperty(
         name="Origin", description="The object whose place at the first frame is the model's origin")

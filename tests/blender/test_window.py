@@ -183,7 +183,10 @@ def run(steps):
 
 
 _folder = tempfile.TemporaryDirectory()
-_path = pathlib.Path(_folder.name).resolve()
+_path = pathlib.Path(_folder.name).resolve() / "models" / "players" / "hero"
+_path.mkdir(parents=True)
+for name in ("default", "winter"):
+    (_path / f"{name}.skin").write_text("body,models/players/hero/body.tga\n")
 subprocess.run([support.MARROW, "export", SAMPLE, "-o", _path / "model.mds", "--sequences",
                 "--scale", str(support.SCALE)], check=True)
 _steps = script(_path)

@@ -79,13 +79,15 @@ def _build(context: bpy.types.Context, scene_file: Path, options: Options,
     turns = {}
     for obj in objects:
         if obj.type == "ARMATURE":
-            obj.name = obj.data.name = options.model.stem
+            stem = options.model.stem
+            if obj.name != stem:
+                obj.name = stem if stem not in bpy.data.objects else f"{stem} rig"
+            obj.data.name = obj.name
             turns.update(armature.dress(obj, order, context))
         elif obj.type == "EMPTY" and is_tag(obj.name):
             obj.empty_display_type = "ARROWS"
             obj.empty_display_size = _ARROWS * size
-    clips.lay_out([*objects, *new.of("shape_keys")], found, scene.render.fps,
-                  turns)
+    clips.lay_out([*objects, *new.of("shape_keys")], found, scene.render.fps, turns)
     for material in new.of("materials"):
         kept = material.get(PATH_PROPERTY)
         if kept:
