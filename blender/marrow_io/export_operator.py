@@ -131,15 +131,11 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
                 raise ProgramError(f"frames {first} to {last}: an empty range")
             sequences = "SCENE" if sequences == "AUTO" else sequences
         kind, arguments = target.suffix.lower(), ["--facing", self.facing]
-        if kind != ".mdc":
-            if self.write_sequences:
-                arguments.append("--sequences")
-                if self.replace_sequences:
-                    arguments.append("--force")
-            if not self.helper_bones:
-                arguments.append("--no-helper-bones")
+        if kind != ".mdc" and not self.helper_bones:
+            arguments.append("--no-helper-bones")
         if kind == ".mdm":
             arguments += ["--mdx", str(target.with_suffix(".mdx"))]
         choice = plan.Choice(self.use_selection, self.use_visible, self.use_deform_bones,
                              self.origin)
-        return run.Options(program, target, self.scale, first, last, sequences, choice, arguments)
+        return run.Options(program, target, self.scale, first, last, sequences,
+                           self.write_sequences, self.replace_sequences, choice, arguments)

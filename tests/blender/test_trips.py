@@ -1,6 +1,7 @@
 """Scenes through the add-on into every kind of file and back into an empty one."""
 
 import subprocess
+import time
 
 import numpy as np
 
@@ -219,6 +220,31 @@ class Trips(support.Case):
             points = surface.verts[0] if isinstance(model, models.Mdc) else \
                 surface.vertices(*model.pose(0))
             self.assertLess(signed_volume(points - points.mean(0), surface.triangles), 0)
+
+    def test_speed(self):
+        """An import takes at most twice the command's and Blender's own, one after the other."""
+        model, scene = self.folder / "sample.mds", self.folder / "sample.glb"
+        sample = support.HERE.parent.parent / "examples" / "sample.glb"
+        subprocess.run([support.MARROW, "export", sample, "-o", model, "--sequences"], check=True)
+
+        def both():
+            subprocess.run([support.MARROW, "import", model, "-o", scene], check=True,
+                           capture_output=True)
+            bpy.ops.import_scene.gltf(filepath=str(scene))
+
+        def ours():
+            bpy.ops.import_scene.marrow(filepath=str(model))
+
+        times = {both: [], ours: []}
+        for _ in range(6):
+            for run, rows in times.items():
+                support.empty_scene()
+                start = time.perf_counter()
+                run()
+                rows.append(time.perf_counter() - start)
+        plain, own = min(times[both]), min(times[ours])
+        print(f"  {own:.3f} s; the command and Blender's importer {plain:.3f} s: {own / plain:.2f}")
+        self.assertLessEqual(own, 2 * plain)
 
 
 support.install()

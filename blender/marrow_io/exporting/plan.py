@@ -136,7 +136,7 @@ def _add_joints(made: Plan, rig: bpy.types.Object, deform_only: bool, names: Nam
         else:
             turn = TAG_AXES if is_tag(bone.name) else Quaternion()
         made.joint_of[rig.name, bone.name] = len(made.joints)
-        made.joints.append(Joint(names.take(bone.name), rig, bone.name, parent,
+        made.joints.append(Joint(names.take(bone.name, numbered=True), rig, bone.name, parent,
                                  numpy.array(turn.to_matrix())))
 
 
@@ -150,13 +150,14 @@ def _in_order(bones) -> list[bpy.types.Bone]:
 
 
 class Names:
-    """Names of one file: distinct, at most 63 bytes, without the number that Blender appends."""
+    """Names of one file: distinct, at most 63 bytes, without the number that Blender appends to
+    an object's name; that of a bone is its own."""
 
     def __init__(self) -> None:
         self._taken: set[str] = set()
 
-    def take(self, name: str) -> str:
-        plain = plain_name(name)
+    def take(self, name: str, numbered: bool = False) -> str:
+        plain = name if numbered else plain_name(name)
         for wish in (plain, name):
             cut = _cut(wish, NAME_BYTES)
             if cut.lower() not in self._taken:

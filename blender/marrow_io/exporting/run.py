@@ -29,6 +29,8 @@ class Options:
     first: int
     last: int
     sequences: str = "AUTO"
+    sequence_file: bool = True
+    replace: bool = False
     choice: Choice = field(default_factory=Choice)
     arguments: list[str] = field(default_factory=list)
 
@@ -42,16 +44,14 @@ def steps(context: bpy.types.Context, options: Options,
     with tempfile.TemporaryDirectory(prefix="marrow-") as folder:
         scene_file = Path(folder) / "scene.glb"
         try:
-            origin = None
-            for share, origin in _write(context, options, kind, scene_file, messages):
+            extra: list[str] = []
+            for share in _write(context, options, kind, scene_file, messages, extra):
                 yield _SAMPLING * share, f"{name}: frame {context.scene.frame_current}"
         finally:
             settings.restore_frame()
         rate = context.scene.render.fps / context.scene.render.fps_base
         arguments = ["export", str(scene_file), "-o", str(options.target), "--batch", "--scale",
-                     repr(options.scale), "--fps", repr(rate), *options.arguments]
-        if origin:
-            arguments += ["--origin", origin]
+                     repr(options.scale), "--fps", repr(rate), *options.arguments, *extra]
         run = Run(options.program, arguments)
         try:
             for _ in run.wait():
@@ -61,7 +61,8 @@ def steps(context: bpy.types.Context, options: Options,
 
 
 def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: Path,
-           messages: list[Message]) -> Iterator[tuple[float, str | None]]:
+           messages: list[Message], extra: list[str]) -> Iterator[float]:
+    """The scene for the program, and in `extra` the arguments that come of what is in it."""
     scene = context.scene
     made = plan(context, options.choice, geometry=kind != "mdx")
     found = _clips(made.moving(), scene, options, kind)
@@ -70,10 +71,10 @@ def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: 
         poses = samples.Poses(made)
         joints, bound = samples.bind(made, context, poses)
     rows = samples.Samples(numpy.empty(0), numpy.empty(0))
-    origin = next((item.name for item in made.items if item.source.name == options.choice.origin),
-                  None)
-    for share in samples.sample(made, found, context, poses, kind == "mdc", rows):
-        yield share, origin
+    yield from samples.sample(made, found, context, poses, kind == "mdc", rows)
+    for item in made.items:
+        if item.source.name == options.choice.origin:
+            extra += ["--origin", item.name]
     rate = scene.render.fps / scene.render.fps_base
     builder = document.Builder(made, found, rows, joints, bound, kind, rate)
     if not builder.moves():
@@ -81,6 +82,8 @@ def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: 
         rows.shapes = {index: shapes[:1] for index, shapes in rows.shapes.items()}
         rows.shape_rows = rows.shape_rows[:1]
         messages.append(Message("note", f"{options.target.name}: nothing moves: one frame"))
+    elif options.sequence_file and kind != "mdc":
+        extra += ["--sequences", "--force"] if options.replace else ["--sequences"]
     builder.build().write(scene_file)
     messages.extend(Message("warning", text) for text in builder.warnings)
 
