@@ -3,7 +3,7 @@
 bl_info = {
     "name": "Marrow: RTCW and RTCW-ET models",
     "author": "The Marrow authors",
-    "version": (1, 5, 0),
+    "version": (0, 0, 0),  # scripts/blender-addon.sh puts in the project's
     "blender": (3, 4, 0),
     "location": "File > Import-Export",
     "description": "Import and export mdc, mds, mdm and mdx models with their animation",
