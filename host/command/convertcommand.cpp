@@ -60,6 +60,8 @@ int Convert(programstate& state, const convertjob& job) {
     host.ExporterOf(job.target);
     CheckExport(job.target, out);
   }
+  // A skeleton that comes from a file can be said in one, and stays as it is.
+  out.helperBones = out.helperBones && !IsSkeletal(from);
   core::scene scene;
   if (from == filekind::Scene) {
     ReadSceneFile(state.out, job.source, job.scene.how, scene);

@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "command/commands.h"
 #include "command/describe/describe.h"
@@ -31,7 +32,12 @@ description Describe(programstate& state, const infojob& job) {
     return DescribeScene(scene, job.scene.how.fps);
   }
   RequireReadable(job.path);
-  return DescribeModel(job.path, kind);
+  std::vector<std::string> limits;
+  description whole = DescribeModel(job.path, kind, limits);
+  for (const std::string& limit : limits) {
+    state.out.Warning(job.path, limit);
+  }
+  return whole;
 }
 
 void ShowInfo(programstate& state, const infojob& job) {

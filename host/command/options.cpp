@@ -125,6 +125,12 @@ void exportoptions::Define(CLI::App& app) {
                    "An mdm and its mdx need the same choice")
                 ->group(kGroup),
             skeletal);
+  table.Add(
+      AddOff(app, "--no-normals", finish.normals,
+             "Leave the normals as the handler writes them: 0 in an mdc, in the space of the "
+             "rest pose in an mds or mdm. Without this they are those that the games light by")
+          ->group(kGroup),
+      {filekind::Mdc, filekind::Mds, filekind::Mdm});
 }
 
 void batchoption::Define(CLI::App& app) {

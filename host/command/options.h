@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "command/files/paths.h"
+#include "command/finish/finishmodel.h"
 #include "command/run/answers.h"
 
 namespace CLI {
@@ -39,9 +40,11 @@ struct importoptions {
   void Define(CLI::App& app);
 };
 
-// What the dialogs before an export ask, the sequence file and the helper bones.
+// What the dialogs before an export ask, the sequence file, the helper bones and what is done in
+// the written file.
 struct exportoptions {
   exportchoices choices;
+  finishsteps finish;
   bool sequences = false;
   bool helperBones = true;
   bool force = false;

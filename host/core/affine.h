@@ -56,6 +56,17 @@ inline affine operator*(const affine& a, const affine& b) {
   return {{Turn(a.row[0], b), Turn(a.row[1], b), Turn(a.row[2], b)}, Turn(a.move, b) + b.move};
 }
 
+inline double Volume(const affine& m) { return Dot(m.row[0], Cross(m.row[1], m.row[2])); }
+
+// What turns normals where the transform moves points: its inverse transposed, up to a positive
+// factor, so that a transform without an inverse has one too. A mirror keeps outward normals so.
+inline affine ForNormals(const affine& m) {
+  const double sign = Volume(m) < 0.0 ? -1.0 : 1.0;
+  return {{Cross(m.row[1], m.row[2]) * sign, Cross(m.row[2], m.row[0]) * sign,
+           Cross(m.row[0], m.row[1]) * sign},
+          {}};
+}
+
 inline affine ToAffine(const cmatrix4& matrix) {
   const auto& m = matrix.m;
   return {{{m[0][0], m[0][1], m[0][2]}, {m[1][0], m[1][1], m[1][2]}, {m[2][0], m[2][1], m[2][2]}},

@@ -7,6 +7,6 @@ namespace core {
 // The normals of cmesh::AutoSmooth, on the side from which a face's corners run clockwise. Faces
 // count by their area; faces without area or with an index out of range do not count; a vertex
 // without faces has (0, 0, 1).
-void SmoothNormals(meshstate& mesh, float angle);
+CORE_API void SmoothNormals(meshstate& mesh, float angle);
 
 }  // namespace core

@@ -2,6 +2,7 @@
 
 import os
 import pty
+import json
 import struct
 import subprocess
 
@@ -147,7 +148,7 @@ class Export(program.ProgramTest):
     def test_what_is_left_out_or_wrong_is_told(self):
         self.export("a.mdc")
         result = self.marrow("convert", "a.mdc", "a.mds")
-        self.assertIn("body", result.lines[0])
+        self.assertIn("body", result.lines[1])
         self.assertEqual(self.info("a.mds")["numSurfaces"], 0)
         result = self.export("a.mdc", "--origin", "nobody", "--end", "0")
         self.assertIn("no node nobody", result.err)
@@ -155,6 +156,26 @@ class Export(program.ProgramTest):
         self.assertGreater(self.info("a.mdc")["frames"][0]["localOrigin"][2], 40.0)
         result = self.marrow("export", SAMPLE, "-o", "a.mdc", "--scale", "400", "--end", "0")
         self.assertIn("512", result.err)
+
+    def test_what_the_games_do_not_take_is_told(self):
+        self.marrow("convert", SAMPLE, "s.gltf")
+        scene = json.loads(self.read("s.gltf"))
+        nodes = scene["nodes"]
+        root = nodes[scene["scenes"][0]["nodes"][0]]
+        for i in range(130):
+            root.setdefault("children", []).append(len(nodes))
+            nodes.append({"name": f"tag_{i}"})
+        body = next(node for node in nodes if node["name"] == "body")
+        body["name"] = "b" * 70
+        self.write("s.gltf", json.dumps(scene))
+        cut = "b" * 63
+        for name, *limits in (("a.mdc", "1025 frames", "1024", "132 tags", "16", cut),
+                              ("a.mds", "155 bones", "128", "132 tags", cut),
+                              ("a.mdm", "132 tags", "128", cut)):
+            told = self.marrow("export", "s.gltf", "-o", name, "--end", "1024").err
+            for text in limits:
+                self.assertIn(text, told)
+                self.assertIn(text, self.marrow("info", name).err)
 
     def test_info_has_every_field_of_the_header(self):
         self.export("a.mdm", "--mdx", "a.mdx")

@@ -39,11 +39,15 @@ def check_export(check, path, scale, rate, cut=None, origin=None):
     tagged = [n for n in scene.order if scene.name(n).lower().startswith("tag_")]
     check.same([name for name, *_ in model.tags], [scene.name(n).lower() for n in tagged], "tags")
 
+    leaning = []
     errors, places, turns, boxes, low, high = [], [], [], [], np.inf, -np.inf
     for f, (clip, time) in enumerate(frames):
         world = scene.world(clip, time)
         verts = [gltf.scene_points(scene.vertices(s, world), scale) for s in scene.surfaces]
         errors.append(np.vstack([abs(m.verts[f] - v) for m, v in zip(model.surfaces, verts)]))
+        leaning.append(np.hstack([
+            models.degrees_between(m.normals[f], gltf.scene_points(scene.normals(s, world)))
+            for m, s in zip(model.surfaces, scene.surfaces)]))
         verts = np.vstack(verts)
         low, high = np.minimum(low, verts.min(0)), np.maximum(high, verts.max(0))
         boxes.append(abs(model.bounds[f] + from_point - [verts.min(0), verts.max(0)]))
@@ -60,6 +64,7 @@ def check_export(check, path, scale, rate, cut=None, origin=None):
     step = models.GRID + FLOATS * size
     check.bound("vertices", np.linalg.norm(errors, axis=-1), step * np.sqrt(3), height)
     check.bound("along an axis", errors, step, height, tell=False)
+    check.bound("normals, degrees", leaning, 1.0, 1)
     check.bound("boxes", boxes, 1e-4 * size, height)
     check.bound("tags", places, step, height)
     check.bound("tags' axes, degrees", turns, 2 * models.STEP, height)

@@ -106,7 +106,8 @@ def check_export(check, kind, path, scale, rate=20, cut=None, origin=None):
                "what is told of helpers and of top bones")
     check.expect("keep the distance" not in told and "stand where" not in told, f"losses: {told}")
 
-    rows = {"bones, degrees": ([], []), "bones' places": ([], []), "vertices": ([], [])}
+    rows = {"bones, degrees": ([], []), "bones' places": ([], []), "vertices": ([], []),
+            "normals, degrees": ([], [])}
     boxes, low, high, first = [], np.inf, -np.inf, None
     tag_errors = [], []
     for f, (clip, time) in enumerate(frames):
@@ -145,6 +146,12 @@ def check_export(check, kind, path, scale, rate=20, cut=None, origin=None):
         rows["bones' places"][1].append(bounds[own_bones])
         for made, own in zip(model.surfaces, skins):
             wanted = gltf.scene_points(scene.vertices(own, world), scale) - from_point
+            # As the games turn them: by the bone of the first weight.
+            bone = made.bone[made.first[:-1]]
+            found = np.einsum("vij,vj->vi", axes[bone], made.normals)
+            turned = gltf.scene_points(scene.normals(own, world, blend=False))
+            rows["normals, degrees"][0].append(models.degrees_between(found, turned))
+            rows["normals, degrees"][1].append(np.full(len(found), np.degrees(TURN)))
             reach = abs(made.weight) * (np.linalg.norm(made.offset, axis=1) * TURN +
                                         bounds[made.bone])
             rows["vertices"][0].append(

@@ -23,6 +23,7 @@ class Surface:
         self.node, self.name = node, scene.name(node)
         self.skin = scene.nodes[node].get("skin")
         self.points = scene.array(attributes["POSITION"])
+        self.normals = scene.array(attributes["NORMAL"])
         self.st = scene.array(attributes["TEXCOORD_0"]) if "TEXCOORD_0" in attributes else None
         indices = primitive.get("indices")
         flat = scene.array(indices) if indices is not None else np.arange(len(self.points))
@@ -164,6 +165,28 @@ class Scene:
         for joint, weight in zip(surface.joints.T, surface.weights.T):
             result += weight[:, None] * np.einsum("vij,vj->vi", matrices[joint], points)[:, :3]
         return result
+
+
+    def normals(self, surface, world, blend=True):
+        """Of length 1: turned by the inverse transposed of what moves the vertex, blended, or of
+        its first weight's joint alone."""
+        if surface.skin is None:
+            matrices = world[[surface.node]]
+            joints, weights = np.zeros((len(surface.points), 1), int), np.ones(
+                (len(surface.points), 1))
+        else:
+            used, bind = self.skins[surface.skin]
+            matrices, joints, weights = world[used] @ bind, surface.joints, surface.weights
+            if not blend:
+                first = np.argmax(weights > 0, axis=1)[:, None]
+                joints = np.take_along_axis(joints, first, 1)
+                weights = np.ones(joints.shape)
+        turns = np.linalg.inv(matrices[:, :3, :3]).transpose(0, 2, 1)
+        result = np.zeros(surface.points.shape)
+        for joint, weight in zip(joints.T, weights.T):
+            parts = np.einsum("vij,vj->vi", turns[joint], surface.normals)
+            result += weight[:, None] * parts / np.linalg.norm(parts, axis=1)[:, None]
+        return result / np.linalg.norm(result, axis=1)[:, None]
 
 
 def frame_times(duration, rate):

@@ -45,6 +45,11 @@ def direction_angles(direction):
     return np.degrees(np.stack([np.arctan2(-z, np.hypot(x, y)), np.arctan2(y, x)], -1))
 
 
+def degrees_between(a, b):
+    """Of directions of length 1; exact for small angles."""
+    return np.degrees(2 * np.arcsin(np.clip(np.linalg.norm(a - b, axis=-1) / 2, 0, 1)))
+
+
 def units(degrees):
     return np.round(np.asarray(degrees) / STEP).astype(np.int64).astype(np.int16)
 
@@ -92,12 +97,20 @@ class MdcSurface:
         self.st = table(data, at + at_st, "<f4", verts, 2)
         base = table(data, at + at_base, "<u2", len(origins))
         comp = table(data, at + at_comp, "<u2", len(origins))
-        xyz = table(data, at + at_xyz, "<i2", verts * bases, 4).reshape(bases, verts, 4)[..., :3]
+        records = table(data, at + at_xyz, "<i2", verts * bases, 4).reshape(bases, verts, 4)
+        xyz, self.codes = records[..., :3], records[base, :, 3].view("<u2")
         packed = table(data, at + at_compressed, "u1", verts * compressed, 4)
         packed = packed.reshape(compressed, verts, 4)[..., :3]
+        self.normals = mdc_normals(self.codes)
         self.verts = xyz[base] * GRID + origins[:, None]
         for f in np.flatnonzero(comp != 0xFFFF):
             self.verts[f] += (packed[comp[f]] - 127).astype(np.int8) * (3 * GRID)
+
+
+def mdc_normals(codes):
+    """The low byte is the angle from +Z, the high byte that about Z from +X, in 256ths of a turn."""
+    up, about = np.radians((codes & 255) * (360 / 256)), np.radians((codes >> 8) * (360 / 256))
+    return np.stack([np.sin(up) * np.cos(about), np.sin(up) * np.sin(about), np.cos(up)], -1)
 
 
 def write_mdc(path, origins, tags, surfaces):

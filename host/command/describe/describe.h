@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "command/files/paths.h"
 #include "core/scene.h"
@@ -13,8 +14,10 @@ namespace command {
 using description = nlohmann::ordered_json;
 
 // Every field of the header under its name, then lists of bones, tags, surfaces and frames, as far
-// as the format has them. Fails when the file does not hold.
-description DescribeModel(const std::string& path, filekind kind);
+// as the format has them; "normals" counts those that the file has room for, "normalsSet" those of
+// them that are not 0. `limits` gets a line for each limit of the games that the model passes.
+// Fails when the file does not hold.
+description DescribeModel(const std::string& path, filekind kind, std::vector<std::string>& limits);
 
 // "fps", "clips" as they lie on the time line, "nodes", "skins", "meshes", "materials", "notes".
 description DescribeScene(const core::scene& scene, double fps);

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <set>
 
 #include "command/describe/describe.h"
 #include "command/failure.h"
+#include "command/files/modellimits.h"
 #include "mdc/mdcfile.h"
 #include "mdmmdx/mdmfile.h"
 #include "mdmmdx/mdxfile.h"
@@ -120,6 +122,40 @@ description Frames(const skelrig& rig) {
   return list;
 }
 
+void CountNormals(description& whole, std::int64_t all, std::int64_t set) {
+  whole["normals"] = all;
+  whole["normalsSet"] = set;
+}
+
+void CountNormals(description& whole, const skelmesh& mesh) {
+  std::int64_t all = 0;
+  std::int64_t set = 0;
+  for (const skelsurfentry& entry : mesh.surfaces) {
+    all += entry.surface->numVerts;
+    cvertexwalk walk = mesh.Vertices(entry);
+    for (std::int32_t v = 0; v < entry.surface->numVerts; ++v, walk.Next()) {
+      const auto& normal = walk.Vertex().normal;
+      set += normal[0] != 0.0F || normal[1] != 0.0F || normal[2] != 0.0F ? 1 : 0;
+    }
+  }
+  CountNormals(whole, all, set);
+}
+
+// Those of the base frames that a frame names.
+void CountNormals(description& whole, const cmdcfile& file) {
+  std::int64_t all = 0;
+  std::int64_t set = 0;
+  for (const cmdcsurfentry& entry : file.surfaces) {
+    const std::set<const mdcXyzNormal*> bases(entry.baseByFrame.begin(), entry.baseByFrame.end());
+    for (const mdcXyzNormal* base : bases) {
+      all += entry.surface->numVerts;
+      set += std::count_if(base, base + entry.surface->numVerts,
+                           [](const mdcXyzNormal& vertex) { return vertex.normal != 0; });
+    }
+  }
+  CountNormals(whole, all, set);
+}
+
 description Surfaces(const skelmesh& mesh) {
   description list = description::array();
   for (const skelsurfentry& entry : mesh.surfaces) {
@@ -146,6 +182,7 @@ description Surfaces(const skelmesh& mesh) {
 
 description Describe(const cmdcfile& file) {
   description whole = Header(*file.header);
+  CountNormals(whole, file);
   description& tags = whole["tags"] = description::array();
   for (const cmdctagentry& tag : file.tagTable) {
     tags.push_back({{"name", Value(*tag.name)},
@@ -180,6 +217,7 @@ description Describe(const cmdcfile& file) {
 
 description Describe(const cmdsfile& file) {
   description whole = Header(*file.header);
+  CountNormals(whole, file);
   whole["bones"] = Bones(file);
   description& tags = whole["tags"] = description::array();
   for (std::int32_t t = 0; t < file.header->numTags; ++t) {
@@ -195,6 +233,7 @@ description Describe(const cmdsfile& file) {
 
 description Describe(const cmdmfile& file) {
   description whole = Header(*file.header);
+  CountNormals(whole, file);
   description& tags = whole["tags"] = description::array();
   for (const mdmTag* tag : file.tags) {
     tags.push_back({{"name", Value(tag->name)},
@@ -215,27 +254,29 @@ description Describe(const cmdxfile& file) {
 }
 
 template <class File>
-description DescribeFile(const std::string& path) {
+description DescribeFile(const std::string& path, std::vector<std::string>& limits) {
   File file;
   if (!file.Load(path.c_str())) {
     throw failure(path,
                   "is refused: " + (file.Fault().empty() ? "it cannot be read" : file.Fault()));
   }
+  limits = PassedLimits(file);
   return Describe(file);
 }
 
 }  // namespace
 
-description DescribeModel(const std::string& path, filekind kind) {
+description DescribeModel(const std::string& path, filekind kind,
+                          std::vector<std::string>& limits) {
   switch (kind) {
     case filekind::Mdc:
-      return DescribeFile<cmdcfile>(path);
+      return DescribeFile<cmdcfile>(path, limits);
     case filekind::Mds:
-      return DescribeFile<cmdsfile>(path);
+      return DescribeFile<cmdsfile>(path, limits);
     case filekind::Mdm:
-      return DescribeFile<cmdmfile>(path);
+      return DescribeFile<cmdmfile>(path, limits);
     default:
-      return DescribeFile<cmdxfile>(path);
+      return DescribeFile<cmdxfile>(path, limits);
   }
 }
 

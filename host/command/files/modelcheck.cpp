@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "command/failure.h"
+#include "command/files/modellimits.h"
 #include "command/wording.h"
 #include "core/state.h"
 #include "mdc/mdcfile.h"
@@ -169,7 +170,7 @@ std::string FaultOfWritten(const std::string& path, filekind kind, const expecte
       return "it ends at byte " + std::to_string(file.Size()) + " instead of " +
              std::to_string(found.end);
     }
-    written = {Summary(found, file.Size()), Reach(file)};
+    written = {Summary(found, file.Size()), Reach(file), PassedLimits(file)};
     return {};
   });
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "command/files/paths.h"
 #include "command/run/answers.h"
@@ -27,6 +28,7 @@ struct writtenmodel {
   // Of an mdc: how far it reaches from its frames' origins along an axis, in units. Coordinates
   // beyond kMdcReach are wrong in the file.
   double reach = 0.0;
+  std::vector<std::string> limits;  // of the games that it passes
 };
 inline constexpr double kMdcReach = 512.0;
 

@@ -7,6 +7,7 @@
 #include "command/files/keptfiles.h"
 #include "command/files/modelcheck.h"
 #include "command/files/sequencefile.h"
+#include "command/finish/finishmodel.h"
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/skeletonlosses.h"
@@ -56,13 +57,16 @@ void TellWhatWasHelped(console& out, const std::string& path, const helperbones&
   std::vector<std::string> parts;
   if (!made.stretching.empty()) {
     parts.push_back(Counted(std::ssize(made.stretching), "helper bone") +
-                    " added, since a bone keeps one length and these change theirs: " +
-                    JoinedFew(made.stretching));
+                    " added, since a bone keeps one length and these change theirs; without, "
+                    "they would be off: " +
+                    FarthestFew(made.stretching));
   }
   if (!made.hung.empty()) {
-    parts.push_back(Counted(std::ssize(made.hung), "further top bone") +
-                    " hung on a bone, since a skeleton has one place for all top bones: " +
-                    JoinedFew(made.hung));
+    parts.push_back(
+        Counted(std::ssize(made.hung), "further top bone") +
+        " hung on a bone, since a skeleton has one place for all top bones; without, they "
+        "would be off: " +
+        FarthestFew(made.hung));
   }
   if (!parts.empty()) {
     out.Note(path, parts.front() + (parts.size() > 1 ? "; " + parts.back() : ""));
@@ -108,6 +112,9 @@ void TellWritten(console& out, const std::string& path, const writtenmodel& writ
     out.Warning(path, "reaches " + std::string(reach) +
                           " units from its origin, and an mdc holds coordinates within 512: those "
                           "beyond are wrong; a smaller --scale or an --origin inside helps");
+  }
+  for (const std::string& limit : written.limits) {
+    out.Warning(path, limit);
   }
   out.Result(path, "written: " + written.summary);
 }
@@ -182,6 +189,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     return kExitFailed;
   }
   const std::optional<framerange>& range = answers.Range();
+  FinishModel(out, path, path, kind, options.finish, scene, range);
   const writtenmodel written = CheckWritten(path, scene, range);
   writtenmodel writtenMdx;
   if (!mdx.empty()) {

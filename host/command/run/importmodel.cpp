@@ -1,7 +1,10 @@
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
 #include "command/files/sequencefile.h"
+#include "command/finish/filenormals.h"
 #include "command/run/transfer.h"
+#include "command/wording.h"
+#include "core/state.h"
 
 namespace command {
 
@@ -37,6 +40,22 @@ void TellWhatChanged(console& out, const std::string& path, const importchoices&
   }
 }
 
+// Images that no file was found for, whose materials keep the path that was tried last. The
+// importers try the suffixes jpg and tga.
+void TellMissingImages(console& out, const std::string& path, const core::scene& scene) {
+  std::vector<std::string> missing;
+  for (cmaterial* material : scene.Materials()) {
+    const core::imagestate& image = material->GetImage(0)->State();
+    if (image.content == nullptr && Folded(image.path) != kNoImagePath) {
+      missing.push_back(image.path);
+    }
+  }
+  if (!missing.empty()) {
+    out.Warning(path, Counted(std::ssize(missing), "image") +
+                          " not found (tried as .jpg and as .tga): " + JoinedFew(missing));
+  }
+}
+
 }  // namespace
 
 int ImportModel(console& out, modelhost& host, const std::string& path,
@@ -65,6 +84,8 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
     return kExitFailed;
   }
   TellWhatChanged(out, path, chosen, answers);
+  TellMissingImages(out, path, scene);
+  TakeFileNormals(out, path, KindOf(path), scene);
   return kExitDone;
 }
 

@@ -67,7 +67,8 @@ struct hanging {
   cnode* bone = nullptr;
   cnode* parent = nullptr;
   std::vector<ckey> keys;
-  bool strays = false;  // from the place of the first top bone
+  bool strays = false;    // from the place of the first top bone
+  double farthest = 0.0;  // from there
   bool rigid = true;
 };
 
@@ -103,7 +104,7 @@ skeleton SkeletonOf(core::scene& scene, filekind kind) {
       }
       above = above == nullptr && parents.contains(found.top) ? found.top : above;
       if (above != nullptr) {
-        found.further.push_back({bone, above, {}, false, true});
+        found.further.push_back({bone, above, {}, false, 0.0, true});
       }
     }
   }
@@ -114,9 +115,13 @@ bool Differs(double distance, double from) {
   return std::abs(distance - from) > std::max(kWorthUnits, kWorthShare * from);
 }
 
-// The longest distance from the parent, where a file's one length for the bone does not do. A file
-// takes that of frame 0.
-std::optional<double> Stretch(const core::trackstate& track, const framespan& span) {
+// Of a bone that a file's one length does not do for, which is that of frame 0.
+struct stretch {
+  double longest = 0.0;  // distance from the parent
+  double most = 0.0;     // change of it
+};
+
+std::optional<stretch> Stretch(const core::trackstate& track, const framespan& span) {
   if (track.keys.size() < 2) {
     return {};
   }
@@ -124,14 +129,15 @@ std::optional<double> Stretch(const core::trackstate& track, const framespan& sp
     return static_cast<double>(core::KeyAtFrame(track, frame).pos.Length());
   };
   const double kept = distance(0);
-  double longest = kept;
+  stretch found{kept, 0.0};
   bool stretches = false;
   for (std::size_t i = 0; i < span.Count(); ++i) {
     const double now = distance(span.first + static_cast<int>(i));
-    longest = std::max(longest, now);
+    found.longest = std::max(found.longest, now);
+    found.most = std::max(found.most, std::abs(now - kept));
     stretches = stretches || Differs(now, kept);
   }
-  return stretches ? std::optional(longest) : std::nullopt;
+  return stretches ? std::optional(found) : std::nullopt;
 }
 
 // Keys of the bones against the parents that they are to have. Frame by frame, since a scene does
@@ -151,7 +157,8 @@ void Hang(std::vector<hanging>& further, const cnode& top, const framespan& span
         one.rigid = one.rigid && core::Dot(off, off) < kRigid * kRigid;
       }
       const core::vec3 apart = world.move - place;
-      one.strays = one.strays || Differs(std::sqrt(core::Dot(apart, apart)), 0.0);
+      one.farthest = std::max(one.farthest, std::sqrt(core::Dot(apart, apart)));
+      one.strays = Differs(one.farthest, 0.0);
       ckey key;
       key.frame = frame;
       key.pos = core::ToPoint(local.move);
@@ -274,14 +281,14 @@ helperbones AddHelperBones(core::scene& scene, filekind kind) {
       one.bone->State().track->State().keys = std::move(one.keys);
       one.parent->AttachChild(one.bone, 1);
       found.jointed.push_back(one.bone);
-      made.hung.emplace_back(one.bone->GetName());
+      made.hung.push_back({one.bone->GetName(), one.farthest});
     }
   }
   helpernames names(scene);
   for (cnode* bone : found.jointed) {
-    if (const auto longest = Stretch(bone->State().track->State(), span)) {
-      AddHelper(scene, *bone, *longest, span, names.For(bone->GetName()));
-      made.stretching.emplace_back(bone->GetName());
+    if (const auto change = Stretch(bone->State().track->State(), span)) {
+      AddHelper(scene, *bone, change->longest, span, names.For(bone->GetName()));
+      made.stretching.push_back({bone->GetName(), change->most});
     }
   }
   if (!made.hung.empty() || !made.stretching.empty()) {

@@ -4,14 +4,16 @@
 #include <vector>
 
 #include "command/files/paths.h"
+#include "command/skeleton/skeletonlosses.h"
 #include "core/scene.h"
 
 namespace command {
 
-// What was done to a scene's skeleton, by the names of the bones that were there before.
+// What was done to a scene's skeleton, by the bones that were there before and how far off a file
+// would have had them without it: from their parent, and from where they stand.
 struct helperbones {
-  std::vector<std::string> stretching;  // have a helper bone now
-  std::vector<std::string> hung;        // were top bones and have a parent bone now
+  std::vector<boneloss> stretching;  // have a helper bone now
+  std::vector<boneloss> hung;        // were top bones and have a parent bone now
 };
 
 // Makes the scene's bones such that an mds or mdx of it holds them where they are. Such a file has

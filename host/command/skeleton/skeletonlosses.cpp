@@ -49,17 +49,27 @@ void Tell(std::vector<std::string>& lines, const std::string& text, std::vector<
   if (losses.empty()) {
     return;
   }
-  std::ranges::stable_sort(losses, std::ranges::greater(), &loss::distance);
-  std::vector<std::string> names;
+  std::vector<boneloss> told;
+  told.reserve(losses.size());
   for (const loss& one : losses) {
-    char number[32];
-    std::snprintf(number, sizeof number, "%.3g", static_cast<double>(one.distance));
-    names.push_back(std::string(one.node->GetName()) + " by up to " + number);
+    told.push_back({one.node->GetName(), double{one.distance}});
   }
-  lines.push_back(text + ": " + JoinedFew(std::move(names)));
+  lines.push_back(text + ": " + FarthestFew(std::move(told)));
 }
 
 }  // namespace
+
+std::string FarthestFew(std::vector<boneloss> losses) {
+  std::ranges::stable_sort(losses, std::ranges::greater(), &boneloss::distance);
+  std::vector<std::string> names;
+  names.reserve(losses.size());
+  for (const boneloss& one : losses) {
+    char number[32];
+    std::snprintf(number, sizeof number, "%.3g", one.distance);
+    names.push_back(one.bone + " by up to " + number);
+  }
+  return JoinedFew(std::move(names));
+}
 
 std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
                                         const framerange& range) {

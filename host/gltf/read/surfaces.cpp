@@ -19,19 +19,6 @@ constexpr float kSmoothAngle = 45.0F;
 
 std::size_t At(int index) { return static_cast<std::size_t>(index); }
 
-double Volume(const core::affine& m) {
-  return core::Dot(m.row[0], core::Cross(m.row[1], m.row[2]));
-}
-
-// What turns normals where the transform moves points: its inverse transposed, up to a positive
-// factor, so that a transform without an inverse has one too.
-core::affine ForNormals(const core::affine& m) {
-  const double sign = Volume(m) < 0.0 ? -1.0 : 1.0;
-  return {{core::Cross(m.row[1], m.row[2]) * sign, core::Cross(m.row[2], m.row[0]) * sign,
-           core::Cross(m.row[0], m.row[1]) * sign},
-          {}};
-}
-
 bool IsFinite(const cpoint3& p) {
   return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
@@ -84,7 +71,7 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
     }
   }
   // A mirror turns the faces inside out, which the scene's order of corners makes good.
-  const bool mirrored = Volume(toRest) < 0.0;
+  const bool mirrored = core::Volume(toRest) < 0.0;
   state.faces.reserve(from.faces.size());
   for (const auto& corners : from.faces) {
     cface& face = state.faces.emplace_back();
@@ -103,7 +90,7 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
   if (from.normals.empty()) {
     mesh.AutoSmooth(kSmoothAngle, 0);
   } else {
-    const core::affine turn = ForNormals(toRest);
+    const core::affine turn = core::ForNormals(toRest);
     state.normals.reserve(from.count);
     for (std::size_t v = 0; v < from.count; ++v) {
       const float* n = from.normals.data() + 3 * v;
@@ -173,7 +160,7 @@ ownednode<cskin> surfacemaker::MakeSkin(int index, const primitive& part) {
     fromRest = {};
   }
   for (binding& joint : joints) {
-    joint.normal = ForNormals(fromRest * joint.offset);
+    joint.normal = core::ForNormals(fromRest * joint.offset);
   }
   ownednode<cmesh> mesh = Owned(CreateNewMesh());
   Fill(*mesh, from, part, toRest);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "command/console.h"
+#include "command/files/paths.h"
+#include "command/run/answers.h"
+#include "core/scene.h"
+
+namespace command {
+
+// What an export does in a file that a handler has written, before the file is checked and takes
+// its name.
+struct finishsteps {
+  bool normals = true;  // those that the games light by, in place of the handler's
+};
+
+// Changes the model at `path`, written from the scene over the range, in place: records keep their
+// number and place. A file that does not hold is left to the check that follows. Without a range,
+// which a dialog in a window does not tell, an mdc that has not all frames of the scene keeps the
+// handler's normals, with a warning under the name `told`. Fails when the file cannot be written.
+void FinishModel(console& out, const std::string& told, const std::string& path, filekind kind,
+                 const finishsteps& steps, const core::scene& scene,
+                 const std::optional<framerange>& range);
+
+}  // namespace command

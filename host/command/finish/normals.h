@@ -1,0 +1,27 @@
+#pragma once
+
+// The normals of written models as the games light by them. Both take a file that was written from
+// the scene: its surfaces are the scene's meshes and skins in the scene's order, its vertices those
+// of the host's export mesh. They fail where that does not hold.
+
+#include <cstdint>
+
+#include "core/scene.h"
+#include "mdc/mdcfile.h"
+#include "skeletal/modelfile.h"
+
+namespace command {
+
+// A direction, not necessarily of length 1, as an mdc holds it: the low byte is its angle from +Z,
+// the high byte the angle about Z from +X, each in 256 steps to the turn. Straight up and the zero
+// vector give 0.
+std::uint16_t MdcNormal(float x, float y, float z);
+
+// Normals of all vertices in all frames, of which the first is the scene's frame `start`.
+void SetMdcNormals(const cmdcfile& file, const core::scene& scene, int start);
+
+// The normal of each vertex in the space of the bone of its first weight, which turns it in the
+// games. A vertex without a weight on a bone of the file keeps the handler's.
+void SetSkinNormals(const skelmesh& file, const core::scene& scene);
+
+}  // namespace command
