@@ -15,7 +15,7 @@ user=$(mktemp -d)
 trap 'rm -rf "$user"' EXIT
 run() { # TEST [COMMAND...]: in a Blender with nothing of this user's
   echo "-- $1"
-  rm -rf "${user:?}/scripts" && mkdir "$user/scripts"
+  rm -rf "${user:?}"/* && mkdir "$user/scripts" "$user/config"
   BLENDER_USER_SCRIPTS=$user/scripts BLENDER_USER_CONFIG=$user/config MARROW_PICTURES=$pictures \
     timeout 300 "${@:2}" --factory-startup --python-exit-code 1 --python tests/blender/run.py -- \
     "$build/bin/marrow" build/marrow_io.zip "$1"

@@ -75,10 +75,9 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
 
     def invoke(self, context: bpy.types.Context, event: bpy.types.Event) -> set[str]:
         self.interactive = True
-        if not self.filepath:
-            stem = Path(context.blend_data.filepath).stem if context.blend_data.filepath \
-                else "untitled"
-            self.filepath = f"{stem}.{self.kind.lower()}"
+        # The last file's name again, as the kind that the menu's entry stands for.
+        last = Path(self.filepath or context.blend_data.filepath or "untitled")
+        self.filepath = str(last.with_suffix(f".{self.kind.lower()}"))
         self.filter_glob = "*." + self.kind.lower()
         context.window_manager.fileselect_add(self)
         return {"RUNNING_MODAL"}

@@ -36,6 +36,8 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
 
     filename_ext = ""
     filter_glob: StringProperty(default="*.mdc;*.mds;*.mdm", options={"HIDDEN"})
+    # Not kept for the next time: a path that is there at the start comes from a drop.
+    filepath: StringProperty(subtype="FILE_PATH", options={"HIDDEN", "SKIP_SAVE"})
     files: CollectionProperty(type=bpy.types.OperatorFileListElement,
                               options={"HIDDEN", "SKIP_SAVE"})
     directory: StringProperty(subtype="DIR_PATH", options={"HIDDEN", "SKIP_SAVE"})

@@ -62,9 +62,9 @@ def confirm():
         bpy.ops.file.execute()
 
 
-def press_escape():
-    window().event_simulate(type="ESC", value="PRESS", x=300, y=300)
-    window().event_simulate(type="ESC", value="RELEASE", x=300, y=300)
+def press(key):
+    window().event_simulate(type=key, value="PRESS", x=300, y=300)
+    window().event_simulate(type=key, value="RELEASE", x=300, y=300)
 
 
 def running():
@@ -83,6 +83,7 @@ def undo():
 def script(folder):
     model = folder / "model.mds"
     yield from import_by_menu(model)
+    yield from import_of_a_drop(model)
     yield from cancelled_import(model)
     yield from cancelled_export(folder)
 
@@ -116,6 +117,18 @@ def import_by_menu(model):
     check.assertEqual(bpy.context.scene.objects["Cube"].location.x, 0, "one step of undo")
 
 
+def import_of_a_drop(model):
+    """A drop gives the path at the start: only options are asked for."""
+    with bpy.context.temp_override(window=window()):
+        bpy.ops.import_scene.marrow("INVOKE_DEFAULT", filepath=str(model))
+    yield 0.5
+    check.assertIsNone(browser())
+    picture("drop.png")
+    press("RET")
+    yield from until(lambda: "model" in names() and not running(), "the import")
+    undo()
+
+
 def slow_program(folder):
     """The program waits once it is asked for more than its handlers."""
     BIN.joinpath("marrow").rename(BIN / "real")
@@ -142,7 +155,7 @@ def cancelled_import(model):
     confirm()
     yield from until(lambda: begun.exists() and begun.read_text(), "the program's start")
     check.assertTrue(running())
-    press_escape()
+    press("ESC")
     yield from until(lambda: not running(), "the import's end")
     check.assertTrue(has_ended(begun))
     check.assertEqual((names(), sorted(bpy.data.collections.keys()), len(bpy.data.meshes)), before)
@@ -164,7 +177,7 @@ def cancelled_export(folder):
         confirm()
         yield from until(lambda: scene.frame_current > 20 if last > 3 else begun.exists(),
                          "the export's start")
-        press_escape()
+        press("ESC")
         yield from until(lambda: not running(), "the export's end")
         check.assertEqual((target.read_bytes(), scene.frame_current), (b"old", 2))
         check.assertEqual(sorted(path.name for path in folder.iterdir() if "cube" in path.name),
