@@ -215,6 +215,79 @@ class Trips(support.Case):
             self.assertLess(apart(points[0], truth["crate"][0]), step_bound(model, 1))
             self.faces_are_right_in_file(model)
 
+    def test_odd_rigs(self):
+        """Objects as they are: a mirrored rig, a scaled pose, two rigs, what is tied by a constraint
+        or moved by a driver, vertices without a weight."""
+        def mirrored(rig):
+            rig.scale.x *= -1
+
+        def scaled(rig):
+            rig.pose.bones["head"].scale = (2, 2, 2)
+
+        def two(rig):
+            bpy.ops.object.armature_add(location=(3, 0, 0))
+            crate = scenes.prop()
+            crate.modifiers.new("rig", "ARMATURE").object = bpy.context.object
+
+        def tied(rig):
+            crate = scenes.prop()
+            constraint = crate.constraints.new("CHILD_OF")
+            constraint.target, constraint.subtarget = rig, "hand.L"
+            crate.driver_add("rotation_euler", 0).driver.expression = "frame * 0.1"
+
+        for change in (mirrored, scaled, two, tied):
+            with self.subTest(change.__name__):
+                support.empty_scene()
+                change(scenes.character())
+                scene, kinds = bpy.context.scene, ("mdc", "mds")
+                scene.frame_start, scene.frame_end = 4, 9
+                meshes = [obj for obj in scene.objects if obj.type == "MESH"]
+                truth = np.concatenate(list(filmed(range(4, 10), meshes).values()), axis=1)
+                for kind in kinds if change != scaled else kinds[:1]:
+                    path = self.folder / f"{change.__name__}.{kind}"
+                    bpy.ops.export_scene.marrow(filepath=str(path), sequences="SCENE")
+                    model = read(path)
+                    inside = np.concatenate(list(file_vertices(model).values()), axis=1)
+                    worst = max(apart(a, b) for a, b in zip(inside, truth))
+                    self.assertEqual(len(inside), len(truth))
+                    self.assertLessEqual(worst, step_bound(model, 1.8), kind)
+
+    def test_choices(self):
+        """Which frames, actions, objects and bones go out, and from where."""
+        def lines():
+            text = (self.folder / "wolfanim.cfg").read_text()
+            return [line for line in text.splitlines() if line.endswith(" 20")]
+
+        rig = scenes.character()
+        path = self.folder / "part.mds"
+
+        def export(**options):
+            bpy.ops.export_scene.marrow(filepath=str(path), replace_sequences=True, **options)
+            return models.read_mds(path)
+
+        track = rig.animation_data.nla_tracks[0]
+        track.mute, track.strips[1].mute = True, True
+        export()
+        self.assertEqual(lines(), ["idle 0 21 0 20", "wave 21 16 0 20"])
+        self.assertEqual((track.mute, track.strips[0].mute, track.strips[1].mute),
+                         (True, False, True))
+        export(sequences="ACTIONS")
+        self.assertEqual(lines(), ["idle 0 21 0 20", "walk 21 25 0 20", "wave 46 16 0 20"])
+        self.assertIsNone(rig.animation_data.action)
+        track.mute = False
+        self.assertEqual(len(export(frames="RANGE", frame_start=5, frame_end=10).angles), 6)
+        for obj in bpy.context.scene.objects:
+            obj.select_set(obj.name == "sword")
+        model = export(use_selection=True, use_deform_bones=True, origin="tag_head")
+        self.assertEqual([s.name for s in model.surfaces], ["sword"])
+        self.assertNotIn("ik_foot.L", model.names)
+        self.assertIn("thigh.L", model.names)
+        bpy.context.scene.frame_set(0)
+        wanted = support.world_vertices(bpy.data.objects["sword"]) - np.array(
+            bpy.data.objects["tag_head"].matrix_world.translation)
+        found = to_blender(model.surfaces[0].vertices(*model.pose(0)))
+        self.assertLess(apart(found, wanted), 1e-3)
+
     def faces_are_right_in_file(self, model):
         for surface in model.surfaces:
             points = surface.verts[0] if isinstance(model, models.Mdc) else \

@@ -11,15 +11,28 @@ import bpy
 from ..importing import curves
 
 
+Owner = tuple[str, str]
+
+
+def owner_key(block: bpy.types.ID) -> Owner:
+    return type(block).__name__, block.name
+
+
 @dataclass
 class Clip:
-    """Frames first to last of the scene; of strips or of an action where it names some."""
+    """Frames first to last of the scene: of strips of that name, or of an action for each owner,
+    where it names some. `taking_part` has every owner of any clip: what moves by other means, by
+    an action beside strips say, moves on in all of them."""
 
     name: str
     first: int
     last: int
     strips: str = ""
-    actions: dict[str, bpy.types.Action] = field(default_factory=dict)
+    actions: dict[Owner, bpy.types.Action] = field(default_factory=dict)
+    taking_part: set[Owner] = field(default_factory=set)
+
+    def cover(self, first: float, last: float) -> None:
+        self.first, self.last = min(self.first, round(first)), max(self.last, round(last))
 
 
 def of_scene(scene: bpy.types.Scene, first: int, last: int) -> list[Clip]:
@@ -29,32 +42,34 @@ def of_scene(scene: bpy.types.Scene, first: int, last: int) -> list[Clip]:
 def of_strips(owners: list[bpy.types.ID]) -> list[Clip]:
     """A clip for each strip name, in the order of the time line."""
     found: dict[str, Clip] = {}
-    for strip in _strips(owners):
-        first, last = round(strip.frame_start), round(strip.frame_end)
-        clip = found.setdefault(strip.name, Clip(strip.name, first, last, strips=strip.name))
-        clip.first, clip.last = min(clip.first, first), max(clip.last, last)
-    return sorted(found.values(), key=lambda clip: clip.first)
-
-
-def _strips(owners: list[bpy.types.ID]) -> Iterator[bpy.types.NlaStrip]:
+    taking_part: set[Owner] = set()
     for owner in owners:
         for track in owner.animation_data.nla_tracks if owner.animation_data else []:
             for strip in track.strips:
-                if strip.action and not strip.mute:
-                    yield strip
+                if not strip.action or strip.mute:
+                    continue
+                taking_part.add(owner_key(owner))
+                clip = found.setdefault(strip.name, Clip(
+                    strip.name, round(strip.frame_start), round(strip.frame_end), strip.name,
+                    taking_part=taking_part))
+                clip.cover(strip.frame_start, strip.frame_end)
+    return sorted(found.values(), key=lambda clip: clip.first)
 
 
 def of_actions(owners: list[bpy.types.ID]) -> list[Clip]:
     """A clip for each action that moves one of the owners."""
     found: dict[str, Clip] = {}
+    taking_part: set[Owner] = set()
     for owner in owners:
         for action in bpy.data.actions:
             if not _fits(owner, action):
                 continue
-            first, last = (round(frame) for frame in action.frame_range)
-            clip = found.setdefault(action.name, Clip(action.name, first, last))
-            clip.first, clip.last = min(clip.first, first), max(clip.last, last)
-            clip.actions[owner.name] = action
+            taking_part.add(owner_key(owner))
+            first, last = action.frame_range
+            clip = found.setdefault(action.name, Clip(action.name, round(first), round(last),
+                                                      taking_part=taking_part))
+            clip.cover(first, last)
+            clip.actions[owner_key(owner)] = action
     return list(found.values())
 
 
@@ -77,36 +92,32 @@ def _fits(owner: bpy.types.ID, action: bpy.types.Action) -> bool:
 @contextmanager
 def shown(owners: list[bpy.types.ID], clip: Clip) -> Iterator[None]:
     """The clip's strips or actions alone in effect; strips that add to others stay."""
-    undo = []
+    undo: list[tuple[object, str, object]] = []
+
+    def change(target: object, name: str, value: object) -> None:
+        undo.append((target, name, getattr(target, name)))
+        setattr(target, name, value)
+
     try:
         for owner in owners:
-            data = owner.animation_data
-            if not data or not (clip.strips or clip.actions):
+            if owner_key(owner) not in clip.taking_part:
                 continue
-            undo.append((data, "action", data.action))
-            undo.append((data, "use_nla", data.use_nla))
-            data.use_nla = bool(clip.strips)
-            if clip.actions:
-                slot = getattr(data, "action_slot", None)
-                action = clip.actions.get(owner.name)
-                data.action = action
-                if action and getattr(action, "slots", None) and data.action_slot is None:
-                    data.action_slot = action.slots[0]
-                if slot is not None:
-                    undo.append((data, "action_slot", slot))
-                continue
-            data.action = None
-            for track in data.nla_tracks:
+            data = owner.animation_data or owner.animation_data_create()
+            slot = getattr(data, "action_slot", None)
+            change(data, "use_nla", bool(clip.strips))
+            change(data, "action", clip.actions.get(owner_key(owner)))
+            if slot is not None:
+                undo.append((data, "action_slot", slot))
+            if data.action and getattr(data.action, "slots", None) and data.action_slot is None:
+                data.action_slot = data.action.slots[0]
+            for track in data.nla_tracks if clip.strips else []:
                 named = any(strip.name == clip.strips for strip in track.strips)
                 adds = all(strip.blend_type != "REPLACE" for strip in track.strips)
-                for target, value in [(track, not named and (track.mute or not adds))]:
-                    undo.append((target, "mute", target.mute))
-                    target.mute = value
+                change(track, "mute", not named and (track.mute or not adds))
                 for strip in track.strips if named else []:
-                    undo.append((strip, "mute", strip.mute))
-                    strip.mute = strip.name != clip.strips
+                    change(strip, "mute", strip.mute or strip.name != clip.strips)
         yield
     finally:
-        # The action before its slot, which is chosen anew with an action.
+        # An action before its slot, which Blender chooses anew with the action.
         for target, name, value in undo:
             setattr(target, name, value)

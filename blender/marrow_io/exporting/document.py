@@ -6,7 +6,7 @@ from dataclasses import dataclass
 
 import numpy
 
-from ..conventions import PATH_PROPERTY, TO_GLTF, is_tag
+from ..conventions import PATH_PROPERTY, TO_GLTF
 from ..glb import Writer
 from . import materials, surfaces
 from .clips import Clip
@@ -17,6 +17,7 @@ from .samples import Bound, Samples
 STILL = 2e-6
 _SAME_SHAPE = 1e-5
 _UNIT_SCALE = 1e-4
+_UNEVEN = 1e-3
 _WEIGHTS_PER_SET = 4
 
 _TO_GLTF4 = numpy.eye(4)
@@ -132,6 +133,11 @@ class Builder:
             self._names.take(joint.name)
             self._node(joint.name, joint.parent, track, extras={"bone": True})
             self._tracks.append(([index], track))
+        # Joints of one scale in all directions and frames have axes with these products.
+        linear = worlds[..., :3, :3]
+        products = linear.swapaxes(-1, -2) @ linear
+        even = numpy.trace(products[:1], axis1=-2, axis2=-1)[..., None, None] / 3 * numpy.eye(3)
+        self._uneven = numpy.abs(products - even).max(axis=(0, 2, 3), initial=0) > _UNEVEN
         if self._kind != "mdc" and not self._plan.joints:
             self._node(self._names.take("root"), None, None, extras={"bone": True})
 
@@ -147,7 +153,7 @@ class Builder:
         """Parent node and matrices of an item below it. A skeletal file holds only what hangs
         from a bone: what stands free hangs from the first."""
         parent = item.joint
-        if parent is None and self._kind != "mdc" and not is_tag(item.name):
+        if parent is None and self._kind != "mdc":
             parent = 0
         worlds = self._samples.items[:, index]
         if parent is None or not self._plan.joints:
@@ -164,10 +170,12 @@ class Builder:
     # Meshes ------------------------------------------------------------------------------------
 
     def _bends(self, index: int, item: Item) -> bool:
-        """Whether weights alone give the shapes that are seen; says so where a file has to do
-        with less."""
+        """Whether bones alone give the shapes that are seen, which an mdc can do without: says so
+        where a skeletal file has to do with less."""
         bound, worst = self._bound[index], 0.0
         skin = self._skin_arrays(bound)
+        if self._kind == "mdc" and self._uneven[skin[0][skin[1] > 0]].any():
+            return False
         for row, (seen, _) in zip(self._samples.shape_rows, self._samples.shapes[index]):
             if len(seen) != len(bound.geometry.vertices):
                 worst = numpy.inf

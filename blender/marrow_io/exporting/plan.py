@@ -92,8 +92,9 @@ def plan(context: bpy.types.Context, choice: Choice, geometry: bool = True) -> P
         joint = made.joint_of.get((rig.name, bone)) if rig and not skin else None
         made.items.append(Item(names.take(obj.name), obj, joint, skin))
     if not made.joints and not any(item.is_geometry or is_tag(item.name) for item in made.items):
-        what = "selected " if choice.selected_only else "visible " if choice.visible_only else ""
-        raise ProgramError(f"nothing to export: there are no {what}meshes, armatures or tags")
+        which = "selected " if choice.selected_only else "visible " if choice.visible_only else ""
+        kinds = "meshes, armatures or tags" if geometry else "armatures or tags"
+        raise ProgramError(f"nothing to export: there are no {which}{kinds}")
     return made
 
 
@@ -101,12 +102,11 @@ def bending(obj: bpy.types.Object) -> bpy.types.Object | None:
     """The armature that deforms an object by its vertex groups."""
     if obj.type not in _GEOMETRY:
         return None
-    for modifier in obj.modifiers:
-        if modifier.type == "ARMATURE" and modifier.object and modifier.show_viewport:
-            return modifier.object
-    if obj.parent and obj.parent.type == "ARMATURE" and obj.parent_type == "ARMATURE":
-        return obj.parent
-    return None
+    rigs = [modifier.object for modifier in obj.modifiers
+            if modifier.type == "ARMATURE" and modifier.show_viewport]
+    if obj.parent_type == "ARMATURE":
+        rigs.append(obj.parent)
+    return next((rig for rig in rigs if rig and rig.type == "ARMATURE" and rig.data.bones), None)
 
 
 def _carrier(obj: bpy.types.Object) -> tuple[bpy.types.Object | None, str]:

@@ -10,7 +10,8 @@ from typing import Iterator
 import bpy
 import numpy
 
-from ..program import Message, Run
+from ..conventions import is_tag
+from ..program import Message, ProgramError, Run
 from ..scenestate import SceneSettings
 from . import clips, document, samples
 from .plan import Choice, plan
@@ -57,7 +58,9 @@ def steps(context: bpy.types.Context, options: Options,
             for _ in run.wait():
                 yield _SAMPLING, f"{name}: writing"
         finally:
-            messages.extend(run.messages)
+            # The scene file is of no concern to a user.
+            messages.extend(Message(message.kind, message.text.replace(str(scene_file), name))
+                            for message in run.messages)
 
 
 def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: Path,
@@ -84,8 +87,12 @@ def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: 
         messages.append(Message("note", f"{options.target.name}: nothing moves: one frame"))
     elif options.sequence_file and kind != "mdc":
         extra += ["--sequences", "--force"] if options.replace else ["--sequences"]
-    builder.build().write(scene_file)
+    writer = builder.build()
     messages.extend(Message("warning", text) for text in builder.warnings)
+    tags = any(is_tag(item.name) for item in made.items)
+    if not (tags or made.joints or "meshes" in writer.data):
+        raise ProgramError("nothing to export: no object has faces")
+    writer.write(scene_file)
 
 
 def _clips(owners: list[bpy.types.ID], scene: bpy.types.Scene, options: Options,

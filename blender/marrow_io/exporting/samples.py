@@ -59,8 +59,8 @@ class Poses:
 
     def __init__(self, made: Plan) -> None:
         self._plan = made
-        self._scale = [abs(rig.matrix_world.determinant()) ** (1 / 3) or 1.0
-                       for rig in made.armatures]
+        # With the determinant's sign, so that a mirror goes with it.
+        self._scale = [numpy.cbrt(rig.matrix_world.determinant()) or 1.0 for rig in made.armatures]
         self._rows = []
         for rig in made.armatures:
             at = [index for index, joint in enumerate(made.joints) if joint.armature == rig]
