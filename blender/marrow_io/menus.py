@@ -40,6 +40,7 @@ _DROP = None
 if hasattr(bpy.types, "FileHandler"):
 
     class MARROW_FH_models(bpy.types.FileHandler):
+        bl_idname = "MARROW_FH_models"
         bl_label = "Game models"
         bl_import_operator = IMPORT_SCENE_OT_marrow.bl_idname
         bl_file_extensions = ";".join(SUFFIXES)

@@ -108,8 +108,9 @@ def shown(owners: list[bpy.types.ID], clip: Clip) -> Iterator[None]:
             change(data, "action", clip.actions.get(owner_key(owner)))
             if slot is not None:
                 undo.append((data, "action_slot", slot))
-            if data.action and getattr(data.action, "slots", None) and data.action_slot is None:
-                data.action_slot = data.action.slots[0]
+            if data.action and getattr(data, "action_slot", True) is None \
+                    and data.action_suitable_slots:
+                data.action_slot = data.action_suitable_slots[0]
             for track in data.nla_tracks if clip.strips else []:
                 named = any(strip.name == clip.strips for strip in track.strips)
                 adds = all(strip.blend_type != "REPLACE" for strip in track.strips)

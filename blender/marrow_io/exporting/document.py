@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
+from typing import Iterator
 
 import numpy
 
@@ -11,11 +12,12 @@ from ..glb import Writer
 from . import materials, surfaces
 from .clips import Clip
 from .plan import Item, Names, Plan
-from .samples import Bound, Samples
+from .samples import Bound, Samples, Shape, placed
 
 # Shares of the scene's size: less is noise of single precision.
 STILL = 2e-6
 _SAME_SHAPE = 1e-5
+_ASTRAY = 2e-4
 _UNIT_SCALE = 1e-4
 _UNEVEN = 1e-3
 _WEIGHTS_PER_SET = 4
@@ -76,6 +78,11 @@ class Builder:
         self._materials: dict[str, int] = {}
         self._names = Names()
         self._size = self._extent()
+        # Joints of one scale in all directions and frames have axes with these products.
+        linear = samples.joints[..., :3, :3]
+        products = linear.swapaxes(-1, -2) @ linear
+        even = numpy.trace(products[:1], axis1=-2, axis2=-1)[..., None, None] / 3 * numpy.eye(3)
+        self._uneven = numpy.abs(products - even).max(axis=(0, 2, 3), initial=0) > _UNEVEN
 
     def build(self) -> Writer:
         self._add_joints()
@@ -90,9 +97,13 @@ class Builder:
         return not (self._still(samples.joints) and self._still(samples.items)
                     and all(self._same_shape(rows) for rows in samples.shapes.values()))
 
+    def beyond_bones(self) -> list[int]:
+        """Items of an mdc whose shapes bones alone do not give; their shapes go out instead."""
+        return [index for index, own in self._bound.items() if own.skin
+                and self._kind == "mdc" and not self._bends(index)]
+
     def _extent(self) -> float:
-        points = [(bound.geometry.vertices @ bound.matrix[:3, :3].T) for bound in
-                  self._bound.values() if len(bound.geometry.vertices)]
+        points = [bound.world() for bound in self._bound.values() if len(bound.geometry.vertices)]
         points.append(self._bind[:, :3, 3] - self._bind[:1, :3, 3] if len(self._bind)
                       else numpy.zeros((1, 3)))
         return max(float(numpy.ptp(rows, axis=0).max()) for rows in points) or 1.0
@@ -102,11 +113,15 @@ class Builder:
         return not change.size or (change[..., :3, :3].max() < STILL
                                    and change[..., :3, 3].max() < STILL * self._size)
 
-    def _same_shape(self, rows: list) -> bool:
-        first = rows[0][0]
-        return all(len(row) == len(first)
-                   and (not len(row) or numpy.abs(row - first).max() < _SAME_SHAPE * self._size)
-                   for row, _ in rows)
+    def _same_shape(self, rows: list[Shape]) -> bool:
+        first = rows[0].vertices
+        return all(row is rows[0] or (len(row.vertices) == len(first) and numpy.abs(
+            row.vertices - first).max(initial=0) < _SAME_SHAPE * self._size) for row in rows)
+
+    def _bends(self, index: int) -> bool:
+        skin = self._bound[index].skin
+        uneven = self._uneven[skin.joints[skin.shares > 0]].any()
+        return not uneven and self._samples.astray.get(index, 0) < _ASTRAY * self._size
 
     # Nodes -------------------------------------------------------------------------------------
 
@@ -133,16 +148,11 @@ class Builder:
             self._names.take(joint.name)
             self._node(joint.name, joint.parent, track, extras={"bone": True})
             self._tracks.append(([index], track))
-        # Joints of one scale in all directions and frames have axes with these products.
-        linear = worlds[..., :3, :3]
-        products = linear.swapaxes(-1, -2) @ linear
-        even = numpy.trace(products[:1], axis1=-2, axis2=-1)[..., None, None] / 3 * numpy.eye(3)
-        self._uneven = numpy.abs(products - even).max(axis=(0, 2, 3), initial=0) > _UNEVEN
         if self._kind != "mdc" and not self._plan.joints:
             self._node(self._names.take("root"), None, None, extras={"bone": True})
 
     def _add_item(self, index: int, item: Item) -> None:
-        if item.is_geometry and item.skin and self._bends(index, item):
+        if item.is_geometry and item.skin and index not in self._samples.shapes:
             self._add_skinned(index, item)
         elif item.is_geometry:
             self._add_rigid(index, item)
@@ -169,59 +179,20 @@ class Builder:
 
     # Meshes ------------------------------------------------------------------------------------
 
-    def _bends(self, index: int, item: Item) -> bool:
-        """Whether bones alone give the shapes that are seen, which an mdc can do without: says so
-        where a skeletal file has to do with less."""
-        bound, worst = self._bound[index], 0.0
-        skin = self._skin_arrays(bound)
-        if self._kind == "mdc" and self._uneven[skin[0][skin[1] > 0]].any():
-            return False
-        for row, (seen, _) in zip(self._samples.shape_rows, self._samples.shapes[index]):
-            if len(seen) != len(bound.geometry.vertices):
-                worst = numpy.inf
-                break
-            matrix = self._samples.items[row, index]
-            world = seen @ matrix[:3, :3].T + matrix[:3, 3]
-            if len(seen):
-                worst = max(worst, float(numpy.abs(world - self._skinned(bound, skin, row)).max()))
-        if worst < _SAME_SHAPE * 20 * self._size:
-            return True
-        if self._kind == "mdc":
-            return False
-        self.warnings.append(
-            f"{item.source.name}: its modifiers do more than its bones can: up to {worst:.3g} units "
-            "away from what is seen" if numpy.isfinite(worst) else
-            f"{item.source.name}: its modifiers change the number of vertices over the frames")
-        return True
-
-    def _skin_arrays(self, bound: Bound) -> tuple[numpy.ndarray, numpy.ndarray]:
-        width = max((len(row) for row in bound.weights), default=1) or 1
-        joints = numpy.zeros((len(bound.weights), width), numpy.int64)
-        shares = numpy.zeros((len(bound.weights), width))
-        for at, row in enumerate(bound.weights):
-            for column, (joint, weight) in enumerate(row):
-                joints[at, column], shares[at, column] = joint, weight
-        return joints, shares
-
-    def _skinned(self, bound: Bound, skin: tuple[numpy.ndarray, numpy.ndarray],
-                 row: int) -> numpy.ndarray:
-        motion = (self._samples.joints[row] @ numpy.linalg.inv(self._bind))[:, :3]
-        world = bound.geometry.vertices @ bound.matrix[:3, :3].T + bound.matrix[:3, 3]
-        points = numpy.column_stack([world, numpy.ones(len(world))])
-        joints, shares = skin
-        moved = numpy.zeros_like(world)
-        for column in range(joints.shape[1]):
-            moved += shares[:, column, None] * numpy.einsum(
-                "nij,nj->ni", motion[joints[:, column]], points)
-        return moved
-
     def _add_skinned(self, index: int, item: Item) -> None:
-        bound = self._bound[index]
-        if bound.loose:
+        bound, name = self._bound[index], item.source.name
+        joints, shares = bound.skin.joints, bound.skin.shares
+        if bound.skin.loose:
             first = next(joint.name for joint in self._plan.joints if joint.armature == item.skin)
-            self.warnings.append(f"{item.source.name}: {bound.loose} vertices without a weight "
-                                 f"follow the bone {first}")
-        joints, shares = self._skin_arrays(bound)
+            self.warnings.append(f"{name}: {bound.skin.loose} vertices without a weight follow the "
+                                 f"bone {first}")
+        astray = self._samples.astray.get(index, 0)
+        if numpy.isinf(astray):
+            self.warnings.append(f"{name}: its modifiers change the number of vertices over the "
+                                 "frames")
+        elif astray >= _ASTRAY * self._size:
+            self.warnings.append(f"{name}: its modifiers do more than its bones can: up to "
+                                 f"{astray:.3g} units away from what is seen")
         used = numpy.unique(joints[shares > 0])
         place = numpy.zeros(len(self._plan.joints), numpy.int64)
         place[used] = numpy.arange(len(used))
@@ -265,7 +236,7 @@ class Builder:
             self.warnings.append(f"{item.source.name}: its shape changes, which only an mdc can "
                                  "hold: it is exported as in the first frame")
             changes = False
-        if changes and any(len(row) != len(rows[0][0]) for row, _ in rows):
+        if changes and any(len(row.vertices) != len(rows[0].vertices) for row in rows):
             self.warnings.append(f"{item.source.name}: its modifiers change the number of vertices "
                                  "over the frames: it is exported as in the first frame")
             changes = False
@@ -273,7 +244,7 @@ class Builder:
         shape = bound.geometry
         for surface, name in self._surfaces(item, bound):
             if changes:
-                shown = [self._shape(index, row, stretch, baked) for row in range(len(rows))]
+                shown = (self._shape(index, row, stretch, baked) for row in range(len(rows)))
                 attributes, targets, weights = self._morphs(surface, shown)
                 mesh = self._mesh(item, name, surface, attributes, stretch, targets)
             else:
@@ -287,16 +258,16 @@ class Builder:
 
     def _shape(self, index: int, row: int, stretch: numpy.ndarray, baked: bool):
         """Vertices and corner normals of a frame below the item's node, in glTF's axes."""
-        points, normals = self._samples.shapes[index][row]
+        shape = self._samples.shapes[index][row]
         matrix = self._samples.items[row, index] if baked else stretch
-        return _placed(points, matrix), _directed(normals, matrix)
+        return _placed(shape.vertices, matrix), _directed(shape.normals, matrix)
 
-    def _morphs(self, surface: surfaces.Surface, shown: list):
+    def _morphs(self, surface: surfaces.Surface, shown: Iterator):
         """The first frame as the mesh, each other shape as a target that its frames show."""
-        frames = [(points[surface.source], normals[surface.corner]) for points, normals in shown]
-        base, base_normals = frames[0]
+        frames = ((points[surface.source], normals[surface.corner]) for points, normals in shown)
+        base, base_normals = next(frames)
         known: dict[bytes, int] = {base.astype("<f4").tobytes(): -1}
-        targets, rows = [], []
+        targets, rows = [], [-1]
         for points, normals in frames:
             key = points.astype("<f4").tobytes()
             if key not in known:
@@ -390,7 +361,7 @@ class Builder:
 
 
 def _placed(points: numpy.ndarray, matrix: numpy.ndarray) -> numpy.ndarray:
-    return (points @ matrix[:3, :3].T + matrix[:3, 3]) @ TO_GLTF.T
+    return placed(points, matrix) @ TO_GLTF.T
 
 
 def _directed(normals: numpy.ndarray, matrix: numpy.ndarray) -> numpy.ndarray:

@@ -74,16 +74,17 @@ def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: 
         poses = samples.Poses(made)
         joints, bound = samples.bind(made, context, poses)
     rows = samples.Samples(numpy.empty(0), numpy.empty(0))
-    yield from samples.sample(made, found, context, poses, kind == "mdc", rows)
+    yield from samples.sample(made, found, context, poses, joints, bound, kind == "mdc", rows)
     for item in made.items:
         if item.source.name == options.choice.origin:
             extra += ["--origin", item.name]
     rate = scene.render.fps / scene.render.fps_base
     builder = document.Builder(made, found, rows, joints, bound, kind, rate)
+    beyond = builder.beyond_bones()
+    if beyond:
+        yield from samples.sample_shapes(made, found, context, beyond, rows)
     if not builder.moves():
-        rows.joints, rows.items = rows.joints[:1], rows.items[:1]
-        rows.shapes = {index: shapes[:1] for index, shapes in rows.shapes.items()}
-        rows.shape_rows = rows.shape_rows[:1]
+        rows.first_only()
         messages.append(Message("note", f"{options.target.name}: nothing moves: one frame"))
     elif options.sequence_file and kind != "mdc":
         extra += ["--sequences", "--force"] if options.replace else ["--sequences"]

@@ -54,19 +54,25 @@ def lay_out(owners: list[bpy.types.ID], clips: list[Clip], scene_rate: int,
     turns       from the axes that the importer gave each bone to those that it has now
     """
     moving = [owner for owner in owners if owner.animation_data]
+    rewritten = set()
     for owner in moving:
         data = owner.animation_data
-        actions = {track.name: track.strips[0].action for track in data.nla_tracks if track.strips}
+        strips = {track.name: track.strips[0] for track in data.nla_tracks if track.strips}
+        actions = {name: (strip.action, getattr(strip, "action_slot", None))
+                   for name, strip in strips.items()}
         data.action = None
         for track in list(data.nla_tracks):
             data.nla_tracks.remove(track)
         for clip in clips:
-            action = actions.get(clip.name)
-            if action:
-                action.name = clip.name if len(moving) == 1 or owner == moving[0] \
-                    else f"{clip.name} {owner.name}"
+            if clip.name not in actions:
+                continue
+            action, slot = actions[clip.name]
+            # With slots, owners may share an action.
+            if action.as_pointer() not in rewritten:
+                rewritten.add(action.as_pointer())
+                action.name = clip.name if owner == moving[0] else f"{clip.name} {owner.name}"
                 _rewrite(action, clip.rate / scene_rate, turns)
-                _add_strip(data, action, clip)
+            _add_strip(data, action, slot, clip)
 
 
 def _rewrite(action: bpy.types.Action, factor: float, turns: dict[str, Quaternion]) -> None:
@@ -92,15 +98,15 @@ def _rewrite(action: bpy.types.Action, factor: float, turns: dict[str, Quaternio
             curves.set_keys(curve, rows)
 
 
-def _add_strip(data: bpy.types.AnimData, action: bpy.types.Action, clip: Clip) -> None:
+def _add_strip(data: bpy.types.AnimData, action: bpy.types.Action, slot, clip: Clip) -> None:
     action.use_frame_range = True
     action.frame_start, action.frame_end = 0, max(clip.count - 1, 1)
     track = data.nla_tracks.new()
     track.name = clip.name
     strip = track.strips.new(clip.name, clip.first, action)
     strip.name = clip.name
-    if getattr(action, "slots", None) and getattr(strip, "action_slot", True) is None:
-        strip.action_slot = action.slots[0]
+    if slot is not None:
+        strip.action_slot = slot
     strip.action_frame_start, strip.action_frame_end = action.frame_start, action.frame_end
     strip.extrapolation = "NOTHING"
     track.select = strip.select = False

@@ -1,5 +1,5 @@
-"""Animation curves as arrays. Blender 5 keeps an action's curves in channel bags, 3 and 4 in the
-action itself."""
+"""Animation curves as arrays. From Blender 4.4 on an action has slots and keeps each one's curves in
+channel bags; before, it has one list of curves."""
 
 from __future__ import annotations
 
@@ -8,10 +8,10 @@ import numpy
 
 
 def of_action(action: bpy.types.Action) -> list[bpy.types.FCurve]:
-    if hasattr(action, "fcurves"):
-        return list(action.fcurves)
-    return [curve for layer in action.layers for strip in layer.strips
-            for bag in strip.channelbags for curve in bag.fcurves]
+    if hasattr(action, "layers"):
+        return [curve for layer in action.layers for strip in layer.strips
+                for bag in strip.channelbags for curve in bag.fcurves]
+    return list(action.fcurves)
 
 
 def keys(curve: bpy.types.FCurve) -> numpy.ndarray:
