@@ -1,5 +1,6 @@
 #include "command/finish/normals.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <stdexcept>
