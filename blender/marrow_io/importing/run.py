@@ -9,7 +9,7 @@ from pathlib import Path
 from typing import Iterator
 
 import bpy
-from mathutils import Vector
+from mathutils import Quaternion, Vector
 
 from .. import glb, sidefiles
 from ..conventions import PATH_PROPERTY, is_tag, plain_name
@@ -69,36 +69,52 @@ def _build(context: bpy.types.Context, scene_file: Path, options: Options,
 
     order = {node.get("name", ""): at for at, node in enumerate(document["nodes"])}
     objects = sorted(new.of("objects"), key=lambda obj: order.get(plain_name(obj.name), 0))
-    collection = bpy.data.collections.new(options.model.stem)
-    scene.collection.children.link(collection)
-    for obj in objects:
-        for holder in list(obj.users_collection):
-            holder.objects.unlink(obj)
-        collection.objects.link(obj)
-    size = _size(objects)
-    turns = {}
-    for obj in objects:
-        if obj.type == "ARMATURE":
-            stem = options.model.stem
-            if obj.name != stem:
-                obj.name = stem if stem not in bpy.data.objects else f"{stem} rig"
-            obj.data.name = obj.name
-            turns.update(armature.dress(obj, order, context))
-        elif obj.type == "EMPTY" and is_tag(obj.name):
-            obj.empty_display_type = "ARROWS"
-            obj.empty_display_size = _ARROWS * size
+    _collect(objects, options.model.stem, scene)
+    turns = _dress(objects, order, options.model.stem, context)
     clips.lay_out([*objects, *new.of("shape_keys")], found, scene.render.fps, turns)
     for material in new.of("materials"):
         kept = material.get(PATH_PROPERTY)
         if kept:
             material[PATH_PROPERTY] = sidefiles.game_path(kept) or kept
     _keep_notes(document, options.model.name)
+    _select(objects, context)
+    scene.frame_set(scene.frame_current)
+
+
+def _collect(objects: list[bpy.types.Object], name: str, scene: bpy.types.Scene) -> None:
+    collection = bpy.data.collections.new(name)
+    scene.collection.children.link(collection)
+    for obj in objects:
+        for holder in list(obj.users_collection):
+            holder.objects.unlink(obj)
+        collection.objects.link(obj)
+
+
+def _dress(objects: list[bpy.types.Object], order: dict[str, int], stem: str,
+           context: bpy.types.Context) -> dict[str, Quaternion]:
+    """Names, bones and tags as users expect them; returns how the bones' axes were turned."""
+    turns = {}
+    size = _size(objects)
+    for obj in objects:
+        if obj.type == "ARMATURE":
+            obj.name = obj.data.name = f"{stem} rig" if stem in order else stem
+            turns.update(armature.dress(obj, order, context))
+        elif obj.type == "EMPTY" and is_tag(obj.name):
+            obj.empty_display_type = "ARROWS"
+            obj.empty_display_size = _ARROWS * size
+    for obj in objects:
+        # A name that the rig had for a moment.
+        if plain_name(obj.name) in order and plain_name(obj.name) not in bpy.data.objects:
+            obj.name = plain_name(obj.name)
+    return turns
+
+
+def _select(objects: list[bpy.types.Object], context: bpy.types.Context) -> None:
     for obj in context.view_layer.objects:
         obj.select_set(obj in objects)
+    rigs = [obj for obj in objects if obj.type == "ARMATURE"]
     if objects:
-        rigs = [obj for obj in objects if obj.type == "ARMATURE"]
         context.view_layer.objects.active = (rigs or objects)[0]
-    scene.frame_set(scene.frame_current)
 
 
 def _join_skeleton(document: dict, scene_file: Path, name: str) -> None:
