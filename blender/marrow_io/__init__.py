@@ -15,10 +15,12 @@ import bpy  # noqa: E402: Blender reads bl_info from the file's head without run
 
 from . import menus, panels
 from .export_operator import EXPORT_SCENE_OT_marrow
-from .import_operator import IMPORT_SCENE_OT_marrow, MARROW_SequenceChoice
+from .import_operator import (IMPORT_SCENE_OT_marrow, MARROW_Attachment,
+                              MARROW_SequenceChoice)
 from .preferences import MARROW_Preferences
 
-_CLASSES = (MARROW_Preferences, MARROW_SequenceChoice, IMPORT_SCENE_OT_marrow,
+_CLASSES = (MARROW_Preferences, MARROW_SequenceChoice, MARROW_Attachment,
+            IMPORT_SCENE_OT_marrow,
             EXPORT_SCENE_OT_marrow, *panels.CLASSES)
 
 

@@ -44,6 +44,9 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
     use_selection: BoolProperty(name="Selected objects", description="Leave out what is not selected")
     use_visible: BoolProperty(name="Visible objects", default=True,
                               description="Leave out what is hidden")
+    use_collection: BoolProperty(
+        name="Active collection", description="Leave out what is not in the active collection, or in "
+        "one inside it")
     use_deform_bones: BoolProperty(
         name="Deforming bones",
         description="Leave out bones that deform nothing, such as controls; tags stay")
@@ -134,7 +137,8 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
             arguments.append("--no-helper-bones")
         if kind == ".mdm":
             arguments += ["--mdx", str(target.with_suffix(".mdx"))]
-        choice = plan.Choice(self.use_selection, self.use_visible, self.use_deform_bones,
-                             self.origin)
+        collection = context.collection if self.use_collection else None
+        choice = plan.Choice(self.use_selection, self.use_visible, collection,
+                             self.use_deform_bones, self.origin)
         return run.Options(program, target, self.scale, first, last, sequences,
                            self.write_sequences, self.replace_sequences, choice, arguments)

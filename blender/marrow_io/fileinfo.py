@@ -12,6 +12,9 @@ from . import sidefiles
 from .program import ANSWER_SECONDS, no_window
 
 
+MODELS = (".mdc", ".mds", ".mdm")
+
+
 @dataclass
 class FileInfo:
     """`frames` and `tags` are there once the program has answered; `fault` where it would not."""
@@ -40,6 +43,18 @@ def of(model: Path, mdx: str, program: Path | None) -> FileInfo | None:
         if program:
             threading.Thread(target=_ask, args=(info, model, mdx, program), daemon=True).start()
     return _cache[key]
+
+
+def models_around(model: Path | None) -> list[str]:
+    """Models in the folder of one and in the folders beside it, relative to it."""
+    if model is None:
+        return []
+    own = [path.name for suffix in MODELS for path in sidefiles.with_suffix(model.parent, suffix)
+           if path != model]
+    folders = sorted(path for path in model.parent.parent.iterdir() if path.is_dir()
+                     and path != model.parent)
+    return own + [f"../{folder.name}/{path.name}" for folder in folders for suffix in MODELS
+                  for path in sidefiles.with_suffix(folder, suffix)]
 
 
 def _ask(info: FileInfo, model: Path, mdx: str, program: Path) -> None:

@@ -12,11 +12,10 @@ from bpy_extras.io_utils import ImportHelper
 
 from . import fileinfo, log, preferences
 from .conventions import facing_items
-from .importing import run
+from .importing import attach, run
 from .program import Message, ProgramError
 from .stepping import Stepping
 
-SUFFIXES = (".mdc", ".mds", ".mdm")
 GAME_UNITS_PER_METRE = 40.0
 
 
@@ -24,6 +23,15 @@ class MARROW_SequenceChoice(bpy.types.PropertyGroup):
     """A sequence to import; `name` is the sequence's."""
 
     use: BoolProperty(name="Import", default=True)
+
+
+class MARROW_Attachment(bpy.types.PropertyGroup):
+    """A model to hang from a tag; `name` is the tag's."""
+
+    model: StringProperty(
+        name="Model", search=lambda self, context, text: fileinfo.models_around(panel_path(
+            context.space_data.active_operator, context)),
+        description="The model to hang from this tag, relative to the imported one")
 
 
 class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
@@ -70,6 +78,10 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
         name="Mdx", search=lambda self, context, text: panel_info(self, context).mdx,
         description="The mdx file with skeleton and animation; the one named as the model if empty",
         options={"SKIP_SAVE"})
+    attach: StringProperty(
+        name="Attach", options={"HIDDEN", "SKIP_SAVE"},
+        description="For scripts: models to hang from tags, as TAG=FILE, separated by commas")
+    attachments: CollectionProperty(type=MARROW_Attachment, options={"HIDDEN", "SKIP_SAVE"})
     filled_from: StringProperty(options={"HIDDEN", "SKIP_SAVE"})
 
     def invoke(self, context: bpy.types.Context, event: bpy.types.Event) -> set[str]:
@@ -105,8 +117,9 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
         for number, path in enumerate(paths):
             messages: list[Message] = []
             try:
-                yield from ((number / len(paths) + share / len(paths), text) for share, text in
-                            run.steps(context, self._options(program, path), messages))
+                yield from attach.shares(
+                    attach.steps(context, self._options(program, path), self._parts(program, path),
+                                 messages), number / len(paths), 1 / len(paths))
                 self._done += 1
             except ProgramError as fault:
                 self._faults.append(str(fault))
@@ -127,11 +140,23 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
             bpy.ops.ed.undo_push(message=self.bl_label)
         return {"FINISHED"}
 
-    def _options(self, program: Path, path: Path) -> run.Options:
+    def _parts(self, program: Path, path: Path) -> list[tuple[str, run.Options]]:
+        pairs = [(row.name, row.model) for row in self.attachments if row.model]
+        for pair in self.attach.split(","):
+            tag, _, model = pair.partition("=")
+            if model.strip():
+                pairs.append((tag.strip(), model.strip()))
+        return [(tag, self._options(program, path.parent / bpy.path.abspath(model), part=True))
+                for tag, model in pairs]
+
+    def _options(self, program: Path, path: Path, part: bool = False) -> run.Options:
+        """Of a model, or of a part of one: skins, sequences and the mdx are a model's own."""
         kind = path.suffix.lower()
-        if kind not in SUFFIXES:
+        if kind not in fileinfo.MODELS:
             raise ProgramError(f"{path}: is no mdc, mds or mdm file")
         arguments = ["--facing", self.facing]
+        if part:
+            return run.Options(program, path, self.scale, arguments)
         if kind == ".mdc":
             arguments += ["--frame", str(self.frame)]
         else:
@@ -176,6 +201,6 @@ def panel_info(operator: bpy.types.Operator, context: bpy.types.Context) -> file
         program = preferences.program_path(context)
     except ProgramError:
         program = None
-    found = fileinfo.of(path, operator.mdx, program) if path and path.suffix.lower() in SUFFIXES \
+    found = fileinfo.of(path, operator.mdx, program) if path and path.suffix.lower() in fileinfo.MODELS \
         else None
     return found or fileinfo.FileInfo()

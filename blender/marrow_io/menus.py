@@ -5,7 +5,8 @@ from __future__ import annotations
 import bpy
 
 from .export_operator import EXPORT_SCENE_OT_marrow, KINDS
-from .import_operator import IMPORT_SCENE_OT_marrow, SUFFIXES
+from .fileinfo import MODELS
+from .import_operator import IMPORT_SCENE_OT_marrow
 
 _IMPORTS = (("RTCW model (.mdc, .mds)", "*.mdc;*.mds"), ("RTCW-ET model (.mdm)", "*.mdm"))
 
@@ -43,7 +44,7 @@ if hasattr(bpy.types, "FileHandler"):
         bl_idname = "MARROW_FH_models"
         bl_label = "Game models"
         bl_import_operator = IMPORT_SCENE_OT_marrow.bl_idname
-        bl_file_extensions = ";".join(SUFFIXES)
+        bl_file_extensions = ";".join(MODELS)
 
         @classmethod
         def poll_drop(cls, context: bpy.types.Context) -> bool:

@@ -5,9 +5,11 @@ from __future__ import annotations
 import bpy
 
 from .export_operator import EXPORT_SCENE_OT_marrow
+from .fileinfo import FileInfo
 from .import_operator import IMPORT_SCENE_OT_marrow, panel_info, panel_path
 
 _SHOWN_SEQUENCES = 8
+_SHOWN_TAGS = 16
 
 
 class _BrowserPanel:
@@ -49,7 +51,16 @@ def draw_import(layout: bpy.types.UILayout, operator: bpy.types.Operator,
         layout.prop(operator, "frame")
         if info.frames is not None:
             layout.label(text=f"{info.frames} frames, {len(info.tags)} tags")
-        return
+    else:
+        _draw_skeletal(layout, operator, kind, info)
+    if operator.attachments:
+        column = layout.column(heading="Attach")
+        for row in operator.attachments:
+            column.prop(row, "model", text=row.name)
+
+
+def _draw_skeletal(layout: bpy.types.UILayout, operator: bpy.types.Operator, kind: str,
+                   info: FileInfo) -> None:
     if kind == ".mdm":
         layout.prop(operator, "mdx")
     column = layout.column(heading="Include")
@@ -73,17 +84,20 @@ def draw_import(layout: bpy.types.UILayout, operator: bpy.types.Operator,
                              "choice_at", rows=_SHOWN_SEQUENCES)
 
 
-def _fill(operator: bpy.types.Operator, path: str, info) -> None:
-    if operator.filled_from == path:
-        return
-    operator.filled_from = path
-    operator.choices.clear()
-    for sequence in info.sequences:
-        operator.choices.add().name = sequence.name
-    if operator.skin not in info.skins:
-        operator.skin = ""
-    if operator.mdx not in info.mdx:
-        operator.mdx = ""
+def _fill(operator: bpy.types.Operator, path: str, info: FileInfo) -> None:
+    if operator.filled_from != path:
+        operator.filled_from = path
+        operator.choices.clear()
+        operator.attachments.clear()
+        for sequence in info.sequences:
+            operator.choices.add().name = sequence.name
+        if operator.skin not in info.skins:
+            operator.skin = ""
+        if operator.mdx not in info.mdx:
+            operator.mdx = ""
+    if info.tags and not operator.attachments:
+        for tag in info.tags[:_SHOWN_TAGS]:
+            operator.attachments.add().name = tag
 
 
 class MARROW_PT_import(_BrowserPanel, bpy.types.Panel):
@@ -103,6 +117,7 @@ class MARROW_PT_export_include(_BrowserPanel, bpy.types.Panel):
         column = layout.column(heading="Limit to")
         column.prop(operator, "use_selection")
         column.prop(operator, "use_visible")
+        column.prop(operator, "use_collection")
         layout.prop(operator, "scale")
         layout.prop(operator, "facing")
         layout.prop_search(operator, "origin", context.scene, "objects")

@@ -62,14 +62,16 @@ class Plan:
 class Choice:
     selected_only: bool = False
     visible_only: bool = True
+    collection: bpy.types.Collection | None = None
     deform_only: bool = False
     origin: str = ""
 
 
 def plan(context: bpy.types.Context, choice: Choice, geometry: bool = True) -> Plan:
     """Raises ProgramError where nothing is left to go out."""
-    objects = [obj for obj in context.view_layer.objects
-               if (obj.visible_get() or not choice.visible_only)
+    inside = set(choice.collection.all_objects) if choice.collection else None
+    objects = [obj for obj in context.view_layer.objects if (inside is None or obj in inside)
+               and (obj.visible_get() or not choice.visible_only)
                and (obj.select_get() or not choice.selected_only)]
     made = Plan()
     chosen = [obj for obj in objects

@@ -6,7 +6,7 @@ import tempfile
 from collections import Counter
 from dataclasses import dataclass, field
 from pathlib import Path
-from typing import Iterator
+from typing import Generator
 
 import bpy
 from mathutils import Quaternion, Vector
@@ -30,10 +30,18 @@ class Options:
     mdx: str = ""
 
 
-def steps(context: bpy.types.Context, options: Options,
-          messages: list[Message]) -> Iterator[tuple[float, str]]:
-    """Imports one model. Yields what share is done; a failure or an early end leaves the scene as
-    it was. `messages` takes what the program and the import have to say."""
+@dataclass
+class Imported:
+    """What a model became."""
+
+    collection: bpy.types.Collection
+    objects: list[bpy.types.Object]
+
+
+def steps(context: bpy.types.Context, options: Options, holder: bpy.types.Collection,
+          messages: list[Message]) -> Generator[tuple[float, str], None, Imported]:
+    """Imports one model into a collection below `holder`. Yields what share is done. `messages`
+    takes what the program and the import have to say."""
     name = options.model.name
     with tempfile.TemporaryDirectory(prefix="marrow-") as folder:
         scene_file = Path(folder) / "scene.glb"
@@ -46,18 +54,12 @@ def steps(context: bpy.types.Context, options: Options,
         finally:
             messages.extend(run.messages)
         yield 0.4, f"{name}: building the scene"
-        new, settings = NewData(), SceneSettings(context)
-        try:
-            _build(context, scene_file, options, messages, new, settings)
-        except Exception:
-            new.remove()
-            settings.restore()
-            raise
+        return _build(context, scene_file, options, holder, messages)
 
 
 def _build(context: bpy.types.Context, scene_file: Path, options: Options,
-           messages: list[Message], new: NewData, settings: SceneSettings) -> None:
-    scene = context.scene
+           holder: bpy.types.Collection, messages: list[Message]) -> Imported:
+    scene, new, settings = context.scene, NewData(), SceneSettings(context)
     document = glb.read_json(scene_file)
     found = clips.of_document(document, sidefiles.sequences(options.model, options.mdx))
     _set_times(scene, found, messages, options.model.name)
@@ -69,7 +71,7 @@ def _build(context: bpy.types.Context, scene_file: Path, options: Options,
 
     order = {node.get("name", ""): at for at, node in enumerate(document["nodes"])}
     objects = sorted(new.of("objects"), key=lambda obj: order.get(plain_name(obj.name), 0))
-    _collect(objects, options.model.stem, scene)
+    collection = _collect(objects, options.model.stem, holder)
     turns = _dress(objects, order, options.model.stem, context)
     clips.lay_out([*objects, *new.of("shape_keys")], found, scene.render.fps, turns)
     for material in new.of("materials"):
@@ -79,15 +81,18 @@ def _build(context: bpy.types.Context, scene_file: Path, options: Options,
     _keep_notes(document, options.model.name)
     _select(objects, context)
     scene.frame_set(scene.frame_current)
+    return Imported(collection, objects)
 
 
-def _collect(objects: list[bpy.types.Object], name: str, scene: bpy.types.Scene) -> None:
+def _collect(objects: list[bpy.types.Object], name: str,
+             holder: bpy.types.Collection) -> bpy.types.Collection:
     collection = bpy.data.collections.new(name)
-    scene.collection.children.link(collection)
+    holder.children.link(collection)
     for obj in objects:
-        for holder in list(obj.users_collection):
-            holder.objects.unlink(obj)
+        for other in list(obj.users_collection):
+            other.objects.unlink(obj)
         collection.objects.link(obj)
+    return collection
 
 
 def _dress(objects: list[bpy.types.Object], order: dict[str, int], stem: str,
