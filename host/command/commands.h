@@ -29,7 +29,7 @@ void DefineConvert(CLI::App& app, programstate& state);
 void DefineInfo(CLI::App& app, programstate& state);
 void DefineSequences(CLI::App& app, programstate& state);
 
-// What every command has: --quiet, --module.
+// What every command has: --quiet with --progress, --module.
 void DefineQuiet(CLI::App& app, programstate& state);
 void DefineModule(CLI::App& app, programstate& state);
 

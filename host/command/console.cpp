@@ -73,11 +73,17 @@ void console::Line(const char* kind, const std::string& subject, const std::stri
 
 void console::Progress(int position, int high, const std::string& text) {
   const auto now = std::chrono::steady_clock::now();
-  if (quiet_ || !terminal_ || now - lastDrawn_ < kRedrawTime) {
+  const bool drawn = terminal_ && !quiet_ && !progressLines_;
+  if (!(drawn || progressLines_) || now - lastDrawn_ < kRedrawTime) {
     return;
   }
   lastDrawn_ = now;
   const double share = high > 0 ? std::clamp(static_cast<double>(position) / high, 0.0, 1.0) : 0.0;
+  if (progressLines_) {
+    std::fprintf(stderr, "marrow: progress: %d %s\n", static_cast<int>(share * 100),
+                 OneLine(text).c_str());
+    return;
+  }
   const int full = static_cast<int>(share * kBarWidth);
   std::string line = "[";
   line.append(static_cast<std::size_t>(full), '#');

@@ -17,6 +17,9 @@ class console {
 
   // Quiet leaves warnings and errors alone.
   void SetQuiet(bool quiet) { quiet_ = quiet; }
+  // Progress as lines "marrow: progress: PERCENT TEXT" for a program that reads them, whatever
+  // standard error is.
+  void SetProgressLines(bool lines) { progressLines_ = lines; }
 
   void Error(const std::string& subject, const std::string& text);
   void Warning(const std::string& subject, const std::string& text);
@@ -33,6 +36,7 @@ class console {
   void Line(const char* kind, const std::string& subject, const std::string& text);
 
   bool quiet_ = false;
+  bool progressLines_ = false;
   bool terminal_;
   std::size_t drawn_ = 0;  // columns of the bar's line
   std::chrono::steady_clock::time_point lastDrawn_;

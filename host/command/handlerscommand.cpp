@@ -32,6 +32,10 @@ void DefineQuiet(CLI::App& app, programstate& state) {
   app.add_flag_callback(
       "--quiet,-q", [&state] { state.out.SetQuiet(true); },
       "Say nothing but warnings and errors, and draw no progress bar");
+  app.add_flag_callback(
+      "--progress", [&state] { state.out.SetProgressLines(true); },
+      "Print progress as lines of a percentage and a text on standard error, for a program that "
+      "reads them");
 }
 
 void DefineModule(CLI::App& app, programstate& state) {

@@ -217,6 +217,8 @@ class Export(program.ProgramTest):
             os.close(main)
             os.close(side)
             self.assertEqual(b"] " in text, shown, text)
+        lines = self.export("a.mds", "--progress").err
+        self.assertRegex(lines, r"^(marrow: progress: \d{1,3} .+\n)+$")
 
 
 if __name__ == "__main__":
