@@ -97,15 +97,17 @@ def no_window() -> dict:
 
 
 class Run:
-    """One run of the program. Iterate over `wait()` until it ends; closing it ends the program."""
+    """One run of the program. Iterate over `wait()` until it ends; closing it ends the program.
+    `share` and `text` are the progress that it tells of."""
 
     def __init__(self, path: Path, arguments: list[str]):
         check(path)
         self.messages: list[Message] = []
+        self.share, self.text = 0.0, ""
         self._plain: list[str] = []
         try:
             self._process = subprocess.Popen(
-                [str(path), *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                [str(path), *arguments, "--progress"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                 stderr=subprocess.STDOUT, **no_window())
         except OSError as fault:
             raise ProgramError(f"{path}: cannot be run ({fault})") from fault
@@ -115,8 +117,11 @@ class Run:
     def _read(self) -> None:
         for raw in self._process.stdout:
             line = raw.decode("utf-8", "replace").strip()
-            found = re.match(r"marrow: (error|warning|note): (.*)", line)
-            if found:
+            found = re.match(r"marrow: (error|warning|note|progress): (.*)", line)
+            if found and found[1] == "progress":
+                percent, _, self.text = found[2].partition(" ")
+                self.share = int(percent) / 100
+            elif found:
                 self.messages.append(Message(found[1], found[2]))
             elif line:
                 self._plain.append(line)

@@ -56,7 +56,7 @@ def steps(context: bpy.types.Context, options: Options,
         run = Run(options.program, arguments)
         try:
             for _ in run.wait():
-                yield _SAMPLING, f"{name}: writing"
+                yield _SAMPLING + (1 - _SAMPLING) * run.share, f"{name}: {run.text or 'writing'}"
         finally:
             # The scene file is of no concern to a user.
             messages.extend(Message(message.kind, message.text.replace(str(scene_file), name))

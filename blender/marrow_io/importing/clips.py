@@ -95,6 +95,8 @@ def _rewrite(action: bpy.types.Action, factor: float, turns: dict[str, Quaternio
             for rows, values in zip(vector, turned.T):
                 rows[:, 1] = values
         for curve, rows in group:
+            if path.startswith("key_blocks["):
+                rows = curves.thin(curve, rows)
             curves.set_keys(curve, rows)
 
 

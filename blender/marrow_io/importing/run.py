@@ -17,6 +17,9 @@ from ..program import Message, ProgramError, Run
 from ..scenestate import NewData, SceneSettings
 from . import armature, clips
 
+# The share of an import that is the program's.
+_READING = 0.4
+
 # A tag's arrows, as a share of the model's largest side.
 _ARROWS = 0.04
 
@@ -50,10 +53,10 @@ def steps(context: bpy.types.Context, options: Options, holder: bpy.types.Collec
                    repr(options.scale), *options.arguments])
         try:
             for _ in run.wait():
-                yield 0.1, f"{name}: reading"
+                yield _READING * run.share, f"{name}: {run.text or 'reading'}"
         finally:
             messages.extend(run.messages)
-        yield 0.4, f"{name}: building the scene"
+        yield _READING, f"{name}: building the scene"
         return _build(context, scene_file, options, holder, messages)
 
 
