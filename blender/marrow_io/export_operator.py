@@ -103,18 +103,21 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
 
     def steps(self, context: bpy.types.Context) -> Iterator[tuple[float, str]]:
         self._messages: list[Message] = []
+        edited = context.object.mode if context.object else "OBJECT"
         try:
             program = preferences.program_path(context)
             if not self.filepath:
                 raise ProgramError("no file is chosen")
-            if context.mode != "OBJECT" and context.object:
-                # Blender shows what is being edited only once it is left.
+            if edited != "OBJECT":
+                # What is being edited is seen by others only once it is left.
                 bpy.ops.object.mode_set(mode="OBJECT")
             yield from run.steps(context, self._options(context, program), self._messages)
         except Exception as fault:
             log.add_error(self._messages, fault)
             raise
         finally:
+            if edited != "OBJECT" and context.object.mode != edited:
+                bpy.ops.object.mode_set(mode=edited)
             log.keep(Path(self.filepath).name, self._messages)
             log.report(self, self._messages)
 

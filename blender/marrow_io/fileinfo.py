@@ -27,14 +27,18 @@ class FileInfo:
     fault: str = ""
 
 
-_cache: dict[tuple[str, int], FileInfo] = {}
+_cache: dict[tuple, FileInfo] = {}
 
 
 def of(model: Path, mdx: str, program: Path | None) -> FileInfo | None:
     """None where there is no such file. Returns at once; the program's part comes later."""
+    beside = sidefiles.sequence_file(model, mdx)
     try:
-        key = (f"{model}\0{mdx}", model.stat().st_mtime_ns)
+        key = (model, mdx, *(path.stat().st_mtime_ns for path in (model, model.parent, beside)
+                             if path and path.exists()))
     except OSError:
+        return None
+    if not model.is_file():
         return None
     if key not in _cache:
         info = FileInfo(sidefiles.skins(model), sidefiles.sequences(model, mdx),

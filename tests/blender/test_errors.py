@@ -83,6 +83,16 @@ class Errors(support.Case):
         self.fails(bpy.ops.export_scene.marrow, self.folder / "x.mds", "no object of this scene",
                    use_visible=False, origin="nobody")
 
+    def test_without_the_importer(self):
+        bpy.context.view_layer.objects.active = scenes.prop()
+        model = self.folder / "crate.mds"
+        bpy.ops.object.mode_set(mode="EDIT")
+        bpy.ops.export_scene.marrow(filepath=str(model))
+        self.assertEqual(bpy.context.mode, "EDIT_MESH")
+        bpy.ops.object.mode_set(mode="OBJECT")
+        support.addon_utils.disable("io_scene_gltf2", default_set=True)
+        self.fails(bpy.ops.import_scene.marrow, model, 'add-on "glTF 2.0 format" is off')
+
     def test_fault_while_building(self):
         """Blender's importer or ours breaks half way: what was made is taken away again."""
         scenes.character()

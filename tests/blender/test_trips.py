@@ -218,6 +218,23 @@ class Trips(support.Case):
             if kind == "mdc":
                 self.came_back(path, model)
 
+    def test_parts_of_a_model(self):
+        scenes.character()
+        path = self.folder / "model.mdm"
+        bpy.ops.export_scene.marrow(filepath=str(path))
+        for options, kinds, actions in (
+                ({"meshes": False}, {"ARMATURE"}, 3), ({"bones": False}, {"MESH"}, 0),
+                ({"animation": "NONE"}, {"ARMATURE", "MESH"}, 0),
+                ({"sequences": "wave, idle"}, {"ARMATURE", "MESH"}, 2)):
+            with self.subTest(**options):
+                support.empty_scene()
+                bpy.ops.import_scene.marrow(filepath=str(path), **options)
+                self.assertEqual({obj.type for obj in bpy.context.scene.objects}, kinds)
+                self.assertEqual(len(bpy.data.actions), actions)
+                for obj in bpy.context.scene.objects:
+                    self.assertGreater(len(obj.data.vertices if obj.type == "MESH" else
+                                           obj.data.bones), 20)
+
     def came_back(self, path, model):
         """In and out again: the same bytes, but for coordinates cut to one step less."""
         support.empty_scene()

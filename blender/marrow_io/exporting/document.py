@@ -14,10 +14,12 @@ from .clips import Clip
 from .plan import Item, Names, Plan
 from .samples import Bound, Samples, Shape, placed
 
-# Shares of the scene's size: less is noise of single precision.
+# Of the scene's size: what changes by less is noise of single precision, ...
 STILL = 2e-6
 _SAME_SHAPE = 1e-5
+# ... and a shape that bones alone give by less is theirs.
 _ASTRAY = 2e-4
+# Of a scale of 1.
 _UNIT_SCALE = 1e-4
 _UNEVEN = 1e-3
 _WEIGHTS_PER_SET = 4

@@ -69,6 +69,9 @@ def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: 
     scene = context.scene
     made = plan(context, options.choice, geometry=kind != "mdx")
     found = _clips(made.moving(), scene, options, kind)
+    if options.sequences in ("STRIPS", "ACTIONS") and not (found[0].strips or found[0].actions):
+        messages.append(Message("warning", f"{options.target.name}: there are no "
+                                f"{options.sequences.lower()}: the frames are exported as seen"))
     with clips.shown(made.moving(), found[0]):
         scene.frame_set(found[0].first)
         poses = samples.Poses(made)

@@ -68,7 +68,8 @@ def _build(context: bpy.types.Context, scene_file: Path, options: Options,
     _set_times(scene, found, messages, options.model.name)
     if context.mode != "OBJECT":
         bpy.ops.object.mode_set(mode="OBJECT")
-    _join_skeleton(document, scene_file, options.model.stem)
+    if options.model.suffix.lower() != ".mdc":
+        _join_skeleton(document, scene_file, options.model.stem)
     _read(scene_file)
     settings.restore_engine_and_properties()
 
@@ -130,8 +131,8 @@ def _join_skeleton(document: dict, scene_file: Path, name: str) -> None:
     bones = [index for index, node in enumerate(document["nodes"])
              if node.get("extras", {}).get("bone")]
     joints = {joint for skin in document.get("skins", []) for joint in skin["joints"]}
-    if joints and not joints.issuperset(bones):
-        document["skins"].append({"name": name, "joints": bones})
+    if not joints.issuperset(bones):
+        document.setdefault("skins", []).append({"name": name, "joints": bones})
         glb.rewrite_json(scene_file, document)
 
 
