@@ -218,6 +218,28 @@ class Trips(support.Case):
             if kind == "mdc":
                 self.came_back(path, model)
 
+    def test_names(self):
+        """At most 63 bytes, distinct, without Blender's numbers; bones keep theirs. What is left out
+        is told."""
+        crate = scenes.prop()
+        crate.name = "ü" * 31
+        for letter in "mn":
+            crate.data.materials.append(bpy.data.materials.new(letter * 40))
+        crate.data.polygons[0].material_index, crate.data.polygons[1].material_index = 1, 2
+        scenes.prop().name = "lamp.003"
+        bpy.ops.object.collection_instance_add(collection=bpy.data.collections.new("more").name)
+        bpy.ops.object.armature_add()
+        bpy.context.object.data.bones[0].name = "spine.001"
+        path = self.folder / "names.mds"
+        bpy.ops.export_scene.marrow(filepath=str(path))
+        model = models.read_mds(path)
+        found = [s.name.encode("latin-1") for s in model.surfaces]
+        self.assertEqual(len(set(found)), 4)
+        self.assertIn(b"lamp", found)
+        self.assertLessEqual(max(map(len, found)), 63)
+        self.assertEqual(model.names, ["spine.001"])
+        self.assertIn("instances are left out", bpy.data.texts["Marrow messages"].as_string())
+
     def test_parts_of_a_model(self):
         scenes.character()
         path = self.folder / "model.mdm"

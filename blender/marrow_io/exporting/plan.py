@@ -46,6 +46,7 @@ class Plan:
     items: list[Item] = field(default_factory=list)
     armatures: list[bpy.types.Object] = field(default_factory=list)
     joint_of: dict[tuple[str, str], int] = field(default_factory=dict)
+    warnings: list[str] = field(default_factory=list)
 
     def moving(self) -> list[bpy.types.ID]:
         """Everything whose actions and strips take part."""
@@ -80,6 +81,8 @@ def plan(context: bpy.types.Context, choice: Choice, geometry: bool = True) -> P
     rigs = [obj for obj in objects if obj.type == "ARMATURE"]
     rigs += [rig for obj in chosen for rig in (bending(obj), _carrier(obj)[0]) if rig]
     made.armatures = list(dict.fromkeys(rigs))
+    made.warnings += [f"{obj.name}: its instances are left out: make them real to export them"
+                      for obj in objects if obj.instance_type != "NONE"]
     names = Names()
     for rig in made.armatures:
         _add_joints(made, rig, choice.deform_only, names)

@@ -92,7 +92,7 @@ def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: 
     elif options.sequence_file and kind != "mdc":
         extra += ["--sequences", "--force"] if options.replace else ["--sequences"]
     writer = builder.build()
-    messages.extend(Message("warning", text) for text in builder.warnings)
+    messages.extend(Message("warning", text) for text in made.warnings + builder.warnings)
     tags = any(is_tag(item.name) for item in made.items)
     if not (tags or made.joints or "meshes" in writer.data):
         raise ProgramError("nothing to export: no object has faces")

@@ -119,8 +119,9 @@ def _dress(objects: list[bpy.types.Object], order: dict[str, int], stem: str,
 
 
 def _select(objects: list[bpy.types.Object], context: bpy.types.Context) -> None:
+    own = set(objects)
     for obj in context.view_layer.objects:
-        obj.select_set(obj in objects)
+        obj.select_set(obj in own)
     rigs = [obj for obj in objects if obj.type == "ARMATURE"]
     if objects:
         context.view_layer.objects.active = (rigs or objects)[0]
