@@ -115,7 +115,8 @@ def _body(rig):
     for at, row in enumerate(weights):
         for name, weight in row.items():
             if weight:
-                body.vertex_groups[name].add([at], weight, "REPLACE")
+                # Weights need not add up to 1 in Blender.
+                body.vertex_groups[name].add([at], 0.8 * weight, "REPLACE")
     body.data.materials.append(_material("skin", "/game/main/models/players/hero/Skin.tga"))
     body.data.materials.append(_material("trousers", shader="models/players/hero/cloth"))
     body.data.polygons.foreach_set("material_index", [int(flag) for flag in cloth])

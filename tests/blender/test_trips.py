@@ -218,6 +218,27 @@ class Trips(support.Case):
             if kind == "mdc":
                 self.came_back(path, model)
 
+    def test_strips_that_touch(self):
+        """A frame that two strips share is the last of the one and the first of the other."""
+        bpy.ops.object.armature_add()
+        rig = bpy.context.object
+        crate = scenes.prop()
+        crate.parent, crate.parent_type, crate.parent_bone = rig, "BONE", "Bone"
+        track = rig.animation_data_create().nla_tracks.new()
+        for number in range(2):
+            rig.animation_data.action = bpy.data.actions.new(f"pose{number}")
+            rig.pose.bones[0].rotation_quaternion = (1, number, 0, 0)
+            for frame in (0, 5):
+                rig.pose.bones[0].keyframe_insert("rotation_quaternion", frame=frame)
+            track.strips.new(f"pose{number}", 5 * number, rig.animation_data.action)
+        rig.animation_data.action = None
+        bpy.ops.export_scene.marrow(filepath=str(self.folder / "poses.mds"))
+        model = models.read_mds(self.folder / "poses.mds")
+        axes = np.array([model.pose(frame)[0][0] for frame in range(len(model.angles))])
+        wanted = np.repeat(axes[[0, -1]], 6, axis=0)
+        self.assertGreater(abs(axes[0] - axes[-1]).max(), 0.9)
+        np.testing.assert_allclose(axes, wanted, atol=1e-3)
+
     def test_names(self):
         """At most 63 bytes, distinct, without Blender's numbers; bones keep theirs. What is left out
         is told."""
@@ -321,6 +342,7 @@ class Trips(support.Case):
             bpy.ops.export_scene.marrow(filepath=str(path), replace_sequences=True, **options)
             return models.read_mds(path)
 
+        rig.data.bones["toe.L"]["marrow_order"] = 0
         track = rig.animation_data.nla_tracks[0]
         track.mute, track.strips[1].mute = True, True
         export()
@@ -337,7 +359,7 @@ class Trips(support.Case):
         model = export(use_selection=True, use_deform_bones=True, origin="tag_head")
         self.assertEqual([s.name for s in model.surfaces], ["sword"])
         self.assertNotIn("ik_foot.L", model.names)
-        self.assertIn("thigh.L", model.names)
+        self.assertEqual(model.names[model.parents[model.names.index("toe.L")]], "foot.L")
         bpy.context.scene.frame_set(0)
         wanted = support.world_vertices(bpy.data.objects["sword"]) - np.array(
             bpy.data.objects["tag_head"].matrix_world.translation)
@@ -362,6 +384,9 @@ class Trips(support.Case):
             bpy.ops.import_scene.marrow(filepath=str(self.folder / "body.mds"),
                                         attach="tag_foot=head.mdc")
         self.assertEqual(len(bpy.data.objects) + len(bpy.data.collections), 0)
+        # Frame for frame in a scene of another rate.
+        bpy.context.collection.objects.link(bpy.data.objects.new("other", None))
+        bpy.context.scene.render.fps = 24
         bpy.ops.import_scene.marrow(filepath=str(self.folder / "body.mds"),
                                     attach="tag_head=head.mdc, tag_hat=head.mdc")
         crates = [obj for obj in bpy.data.objects if obj.name.startswith("crate")]

@@ -11,6 +11,9 @@ import bpy
 from ..importing import curves
 
 
+# Of a frame: too short for anything to move by a step of an angle.
+_JUST_AFTER = 1e-4
+
 Owner = tuple[str, str]
 
 
@@ -22,7 +25,8 @@ def owner_key(block: bpy.types.ID) -> Owner:
 class Clip:
     """Frames first to last of the scene: of strips of that name, or of an action for each owner,
     where it names some. `taking_part` has every owner of any clip: what moves by other means, by
-    an action beside strips say, moves on in all of them."""
+    an action beside strips say, moves on in all of them. `shares_first`: another strip of the
+    track ends at the first frame, which Blender gives to that one, muted or not."""
 
     name: str
     first: int
@@ -30,6 +34,11 @@ class Clip:
     strips: str = ""
     actions: dict[Owner, bpy.types.Action] = field(default_factory=dict)
     taking_part: set[Owner] = field(default_factory=set)
+    shares_first: bool = False
+
+    def show(self, scene: bpy.types.Scene, frame: int) -> None:
+        late = self.shares_first and frame == self.first
+        scene.frame_set(frame, subframe=_JUST_AFTER if late else 0.0)
 
     def cover(self, first: float, last: float) -> None:
         self.first, self.last = min(self.first, round(first)), max(self.last, round(last))
@@ -53,6 +62,8 @@ def of_strips(owners: list[bpy.types.ID]) -> list[Clip]:
                     strip.name, round(strip.frame_start), round(strip.frame_end), strip.name,
                     taking_part=taking_part))
                 clip.cover(strip.frame_start, strip.frame_end)
+                clip.shares_first |= any(other.frame_end == strip.frame_start
+                                         for other in track.strips)
     return sorted(found.values(), key=lambda clip: clip.first)
 
 

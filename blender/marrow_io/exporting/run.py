@@ -73,7 +73,7 @@ def _write(context: bpy.types.Context, options: Options, kind: str, scene_file: 
         messages.append(Message("warning", f"{options.target.name}: there are no "
                                 f"{options.sequences.lower()}: the frames are exported as seen"))
     with clips.shown(made.moving(), found[0]):
-        scene.frame_set(found[0].first)
+        found[0].show(scene, found[0].first)
         poses = samples.Poses(made)
         joints, bound = samples.bind(made, context, poses)
     rows = samples.Samples(numpy.empty(0), numpy.empty(0))

@@ -169,13 +169,13 @@ def _skin(weights: list[list[tuple[int, float]]], first: int) -> Skin:
     return Skin(joints, shares, loose)
 
 
-def frames(made: Plan, clips: list[Clip], scene: bpy.types.Scene) -> Iterator[tuple[Clip, int]]:
+def _frames(made: Plan, clips: list[Clip], scene: bpy.types.Scene) -> Iterator[tuple[Clip, int]]:
     """Shows each frame of each clip in turn."""
     owners = made.moving()
     for clip in clips:
         with shown(owners, clip):
             for frame in range(clip.first, clip.last + 1):
-                scene.frame_set(frame)
+                clip.show(scene, frame)
                 yield clip, frame
 
 
@@ -188,7 +188,7 @@ def sample(made: Plan, clips: list[Clip], context: bpy.types.Context, poses: Pos
     samples.joints = numpy.empty((total, len(made.joints), 4, 4))
     samples.items = numpy.empty((total, len(made.items), 4, 4))
     inverse = numpy.linalg.inv(bind_pose)
-    for row, (clip, frame) in enumerate(frames(made, clips, context.scene)):
+    for row, (clip, frame) in enumerate(_frames(made, clips, context.scene)):
         depsgraph = context.evaluated_depsgraph_get()
         samples.joints[row] = poses.read(depsgraph)
         for index, item in enumerate(made.items):
@@ -209,7 +209,7 @@ def sample_shapes(made: Plan, clips: list[Clip], context: bpy.types.Context, ind
                   samples: Samples) -> Iterator[float]:
     """The shapes of further items in every frame."""
     total = sum(clip.last - clip.first + 1 for clip in clips)
-    for row, _ in enumerate(frames(made, clips, context.scene)):
+    for row, _ in enumerate(_frames(made, clips, context.scene)):
         for index in indices:
             _look(made.items[index], context, True, samples.shapes.setdefault(index, []))
         yield (row + 1) / total
