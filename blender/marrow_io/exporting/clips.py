@@ -26,7 +26,7 @@ class Clip:
     """Frames first to last of the scene: of strips of that name, or of an action for each owner,
     where it names some. `taking_part` has every owner of any clip: what moves by other means, by
     an action beside strips say, moves on in all of them. `shares_first`: another strip of the
-    track ends at the first frame, which Blender gives to that one, muted or not."""
+    track ends at the first frame, which Blender gives to that one."""
 
     name: str
     first: int
@@ -126,8 +126,6 @@ def shown(owners: list[bpy.types.ID], clip: Clip) -> Iterator[None]:
                 named = any(strip.name == clip.strips for strip in track.strips)
                 adds = all(strip.blend_type != "REPLACE" for strip in track.strips)
                 change(track, "mute", not named and (track.mute or not adds))
-                for strip in track.strips if named else []:
-                    change(strip, "mute", strip.mute or strip.name != clip.strips)
         yield
     finally:
         # An action before its slot, which Blender chooses anew with the action.
