@@ -41,17 +41,19 @@ class EXPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ExportHelper):
         description="Units of the game to one of Blender: a unit of the games is about an inch")
     facing: EnumProperty(name="Facing", items=facing_items(), default="+z",
                          description="Which way the character looks in Blender")
-    use_selection: BoolProperty(name="Selected objects", description="Leave out what is not selected")
+    use_selection: BoolProperty(name="Selected objects",
+                                description="Leave out what is not selected")
     use_visible: BoolProperty(name="Visible objects", default=True,
                               description="Leave out what is hidden")
     use_collection: BoolProperty(
-        name="Active collection", description="Leave out what is not in the active collection, or in "
-        "one inside it")
+        name="Active collection",
+        description="Leave out what is not in the active collection, or in one inside it")
     use_deform_bones: BoolProperty(
         name="Deforming bones",
         description="Leave out bones that deform nothing, such as controls; tags stay")
     origin: StringProperty(
-        name="Origin", description="The object whose place at the first frame is the model's origin")
+        name="Origin",
+        description="The object whose place at the first frame is the model's origin")
     frames: EnumProperty(
         name="Frames", default="SCENE",
         items=(("SCENE", "Scene range", "The frames of the scene, or of its preview where one is "

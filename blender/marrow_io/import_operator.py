@@ -201,6 +201,7 @@ def panel_info(operator: bpy.types.Operator, context: bpy.types.Context) -> file
         program = preferences.program_path(context)
     except ProgramError:
         program = None
-    found = fileinfo.of(path, operator.mdx, program) if path and path.suffix.lower() in fileinfo.MODELS \
-        else None
+    found = None
+    if path and path.suffix.lower() in fileinfo.MODELS:
+        found = fileinfo.of(path, operator.mdx, program)
     return found or fileinfo.FileInfo()

@@ -107,8 +107,8 @@ class Run:
         self._plain: list[str] = []
         try:
             self._process = subprocess.Popen(
-                [str(path), *arguments, "--progress"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                stderr=subprocess.STDOUT, **no_window())
+                [str(path), *arguments, "--progress"], stdin=subprocess.DEVNULL,
+                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **no_window())
         except OSError as fault:
             raise ProgramError(f"{path}: cannot be run ({fault})") from fault
         self._reader = threading.Thread(target=self._read, daemon=True)

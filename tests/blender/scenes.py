@@ -8,15 +8,19 @@ from mathutils import Matrix, Quaternion, Vector
 
 # Bones in centimetres, Y up and Z to the front: name, parent, head, tail.
 _MIDDLE = [("root", None, (0, 0, 0), (0, 20, 0)), ("pelvis", "root", (0, 95, 0), (0, 106, 0)),
-           ("spine", "pelvis", (0, 106, 0), (0, 120, 1)), ("spine1", "spine", (0, 120, 1), (0, 134, 0)),
-           ("spine2", "spine1", (0, 134, 0), (0, 150, -1)), ("neck", "spine2", (0, 150, -1), (0, 159, 0)),
+           ("spine", "pelvis", (0, 106, 0), (0, 120, 1)),
+           ("spine1", "spine", (0, 120, 1), (0, 134, 0)),
+           ("spine2", "spine1", (0, 134, 0), (0, 150, -1)),
+           ("neck", "spine2", (0, 150, -1), (0, 159, 0)),
            ("head", "neck", (0, 159, 0), (0, 180, 2))]
 _SIDE = [("clavicle", "spine2", (3, 146, 0), (17, 147, -1)),
          ("upperarm", "clavicle", (17, 147, -1), (44, 147, -2)),
-         ("forearm", "upperarm", (44, 147, -2), (69, 147, 0)), ("hand", "forearm", (69, 147, 0), (80, 146, 1)),
+         ("forearm", "upperarm", (44, 147, -2), (69, 147, 0)),
+         ("hand", "forearm", (69, 147, 0), (80, 146, 1)),
          ("thigh", "pelvis", (10, 93, 0), (11, 50, 2)), ("calf", "thigh", (11, 50, 2), (11, 9, -2)),
          ("foot", "calf", (11, 9, -2), (12, 3, 12)), ("toe", "foot", (12, 3, 12), (12, 2, 18))]
-_CONTROLS = [("ik_foot.L", "root", (11, 9, -2), (11, 9, -12)), ("ik_foot.R", "root", (-11, 9, -2), (-11, 9, -12))]
+_CONTROLS = [("ik_foot.L", "root", (11, 9, -2), (11, 9, -12)),
+             ("ik_foot.R", "root", (-11, 9, -2), (-11, 9, -12))]
 
 CLIPS = (("idle", 0, 20), ("walk", 21, 45), ("wave", 46, 61))
 
@@ -197,7 +201,8 @@ def flag():
     for number, name in enumerate(("left", "right")):
         key = cloth.shape_key_add(name=name)
         for point, moved in zip(points, key.data):
-            moved.co = Vector(point) + Vector((0, 0.2 * math.sin(3 * point[0] + number), 0.1 * point[0]))
+            wave = 0.2 * math.sin(3 * point[0] + number)
+            moved.co = Vector(point) + Vector((0, wave, 0.1 * point[0]))
         for frame in (0, 10, 20):
             key.value = (frame == 10) if number else frame / 20
             key.keyframe_insert("value", frame=frame)

@@ -1,7 +1,6 @@
 """What goes wrong: said plainly, and the scene is as it was."""
 
 import os
-import pathlib
 import shutil
 import sys
 import unittest.mock

@@ -15,7 +15,7 @@ from .plan import Item, Names, Plan
 from .samples import Bound, Samples, Shape, placed
 
 # Of the scene's size: what changes by less is noise of single precision, ...
-STILL = 2e-6
+_STILL = 2e-6
 _SAME_SHAPE = 1e-5
 # ... and a shape that bones alone give by less is theirs.
 _ASTRAY = 2e-4
@@ -112,8 +112,8 @@ class Builder:
 
     def _still(self, matrices: numpy.ndarray) -> bool:
         change = numpy.abs(matrices - matrices[:1])
-        return not change.size or (change[..., :3, :3].max() < STILL
-                                   and change[..., :3, 3].max() < STILL * self._size)
+        return not change.size or (change[..., :3, :3].max() < _STILL
+                                   and change[..., :3, 3].max() < _STILL * self._size)
 
     def _same_shape(self, rows: list[Shape]) -> bool:
         first = rows[0].vertices
@@ -349,7 +349,7 @@ class Builder:
         for nodes, track in self._tracks:
             for path in ("translation", "rotation", "scale"):
                 values = getattr(track, path)
-                limit = STILL * self._size if path == "translation" else STILL
+                limit = _STILL * self._size if path == "translation" else _STILL
                 if nodes and numpy.abs(values - values[0]).max() > limit:
                     add(nodes, path, values[start:end])
         for node, weights in self._weights:

@@ -84,15 +84,16 @@ def _parents_first(bones) -> list:
 def _tail(bone, sizes: dict[str, int], height: float) -> Vector:
     """On the child that carries the chain on: the straightest, at the start the one with most
     bones below it. The last bone of a chain keeps its parent's direction."""
+    near = _SAME_PLACE * height
     children = [child for child in bone.children
-                if not is_tag(child.name) and (child.head - bone.head).length > _SAME_PLACE * height]
+                if not is_tag(child.name) and (child.head - bone.head).length > near]
     arriving = bone.head - bone.parent.head if bone.parent else Vector()
-    if len(children) > 1 and arriving.length > _SAME_PLACE * height:
+    if len(children) > 1 and arriving.length > near:
         return max(children, key=lambda child: (child.head - bone.head).normalized().dot(
             arriving)).head.copy()
     if children:
         return max(children, key=lambda child: sizes[child.name]).head.copy()
-    if arriving.length > _SAME_PLACE * height:
+    if arriving.length > near:
         length = min(arriving.length * _LEAF_SHARE, _LEAF_LENGTH * height)
         return bone.head + arriving.normalized() * length
     return bone.head + Vector((0, 0, _LEAF_LENGTH * height))

@@ -1,5 +1,5 @@
-"""Animation curves as arrays. From Blender 4.4 on an action has slots and keeps each one's curves in
-channel bags; before, it has one list of curves."""
+"""Animation curves as arrays. From Blender 4.4 on an action has slots and keeps the curves of each
+in a channel bag; before, it has one list of curves."""
 
 from __future__ import annotations
 
