@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 #include "command/wording.h"
 
@@ -27,8 +28,9 @@ class limits {
     }
   }
   void Name(const namefield<64>& field) {
-    if (std::string name = NameText(field).data(); name.size() >= kLongestName) {
-      names_.push_back(std::move(name));
+    const auto text = NameText(field);
+    if (const std::string_view name = text.data(); name.size() >= kLongestName) {
+      names_.emplace_back(name);
     }
   }
   template <class Surface>
