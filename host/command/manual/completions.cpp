@@ -60,7 +60,9 @@ std::string ZshOption(const optiontext& option) {
   if (option.names.size() == 1 || option.repeated) {
     std::vector<std::string> lines;
     for (const std::string& name : option.names) {
-      lines.push_back(Quoted(repeated + name + text + value));
+      std::string line = repeated;
+      line.append(name).append(text).append(value);
+      lines.push_back(Quoted(line));
     }
     return JoinedBy(lines, " ");
   }

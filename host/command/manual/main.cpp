@@ -1,6 +1,7 @@
 // Writes the manual pages and the shells' completions into a folder.
 
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 
@@ -19,17 +20,10 @@ bool Write(const std::filesystem::path& path, const std::string& text) {
   return !file.fail();
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fputs("usage: marrow_manual FOLDER\n", stderr);
-    return 2;
-  }
+int WriteAll(const std::filesystem::path& folder) {
   command::programstate state;
   CLI::App program;
   command::DefineProgram(program, state);
-  const std::filesystem::path folder = argv[1];
   std::filesystem::create_directories(folder / "man1");
   bool written = Write(folder / "marrow", manual::BashCompletion(program)) &&
                  Write(folder / "_marrow", manual::ZshCompletion(program)) &&
@@ -38,4 +32,17 @@ int main(int argc, char** argv) {
     written = Write(folder / "man1" / (page.name + ".1"), page.text) && written;
   }
   return written ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  if (argc != 2) {
+    std::fputs("usage: marrow_manual FOLDER\n", stderr);
+    return 2;
+  }
+  return WriteAll(argv[1]);
+} catch (const std::exception& failure) {
+  std::fprintf(stderr, "marrow_manual: error: %s\n", failure.what());
+  return 1;
 }
