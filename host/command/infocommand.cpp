@@ -18,7 +18,8 @@ struct infojob {
   sceneoptions scene;
 };
 
-description Describe(programstate& state, const infojob& job) {
+// The fault is that of a model that an importer would refuse.
+description Describe(programstate& state, const infojob& job, std::string& fault) {
   const filekind kind = KindOf(job.path);
   if (kind == filekind::Other) {
     throw failure(
@@ -32,20 +33,28 @@ description Describe(programstate& state, const infojob& job) {
     return DescribeScene(scene, job.scene.how.fps);
   }
   RequireReadable(job.path);
-  std::vector<std::string> limits;
-  description whole = DescribeModel(job.path, kind, limits);
-  for (const std::string& limit : limits) {
+  modelfindings found;
+  description whole = DescribeModel(job.path, kind, found);
+  for (const std::string& limit : found.limits) {
     state.out.Warning(job.path, limit);
+  }
+  if (!found.fault.empty()) {
+    fault = found.fault;
+    whole["refused"] = fault;
   }
   return whole;
 }
 
 void ShowInfo(programstate& state, const infojob& job) {
-  const description whole = Describe(state, job);
+  std::string fault;
+  const description whole = Describe(state, job, fault);
   const std::string text =
       job.json ? whole.dump(2, ' ', false, description::error_handler_t::replace) + "\n"
                : DescriptionText(whole);
   std::fputs(text.c_str(), stdout);
+  if (!fault.empty()) {
+    throw failure(job.path, "is refused: " + fault);
+  }
 }
 
 }  // namespace

@@ -80,7 +80,18 @@ int cmesh::SetVert(int index, const cpoint3& position) {
 int cmesh::SetTVert(int index, const cpoint3& coordinates) {
   return SetEntry(mesh_->tverts, index, coordinates);
 }
-int cmesh::SetFace(int index, const cface& face) { return SetEntry(mesh_->faces, index, face); }
+int cmesh::SetFace(int index, const cface& face) {
+  const auto isVertex = [this](std::int32_t v) {
+    return v >= 0 && static_cast<std::size_t>(v) < mesh_->verts.size();
+  };
+  if (!std::ranges::all_of(face.v, isVertex)) {
+    cface none = face;
+    none.v[0] = core::kNoVertex;
+    SetEntry(mesh_->faces, index, none);
+    return 0;
+  }
+  return SetEntry(mesh_->faces, index, face);
+}
 
 int cmesh::AutoSmooth(float angle, int /*mode*/) {
   core::SmoothNormals(*mesh_, angle);

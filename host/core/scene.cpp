@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <string>
 
 #include "core/changes.h"
 #include "core/deform.h"
@@ -22,6 +23,25 @@ void ForgetJoint(skinstate& skin, const cnode* joint) {
     }
   }
   skin.prepared.reset();
+}
+
+// Faces of the node's mesh that name vertices which it does not have; their number.
+std::size_t LeaveOutFaces(cnode& node) {
+  const auto leaveOut = [](meshstate& mesh, std::int32_t& numFaces) {
+    const std::size_t count =
+        std::erase_if(mesh.faces, [](const cface& face) { return face.v[0] == kNoVertex; });
+    numFaces = static_cast<std::int32_t>(mesh.faces.size());
+    return count;
+  };
+  if (node.GetType() == kNodeMesh) {
+    auto& mesh = static_cast<cmesh&>(node);
+    return leaveOut(mesh.Mesh(), mesh.numFaces);
+  }
+  if (node.GetType() == kNodeSkin) {
+    auto& skin = static_cast<cskin&>(node);
+    return leaveOut(skin.Skin().mesh, skin.numFaces);
+  }
+  return 0;
 }
 
 }  // namespace
@@ -65,6 +85,12 @@ void scene::Add(cnode* node) {
     return;
   }
   try {
+    if (const std::size_t faces = LeaveOutFaces(*node); faces > 0) {
+      warnings.push_back(std::string(node->GetName()) + ": " + std::to_string(faces) +
+                         (faces == 1 ? " triangle names a vertex that does not exist and is"
+                                     : " triangles name vertices that do not exist and are") +
+                         " left out");
+    }
     nodes_.push_back(node);
   } catch (const std::bad_alloc&) {
     node->Destroy();

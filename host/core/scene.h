@@ -52,6 +52,8 @@ class CORE_API scene {
   int ticksPerFrame = 50;  // of 1 ms: 20 frames a second
   std::string notes;
   std::vector<clip> clips;
+  // What nodes that were added lacked, a line each.
+  std::vector<std::string> warnings;
 
   // Forgets the poses that were evaluated; whoever changes a track or a parent calls it. Costs
   // nothing worth counting, so it may be called for every key.

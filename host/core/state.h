@@ -47,6 +47,10 @@ struct nodestate {
   int index = -1;                   // its place among the owner's nodes
 };
 
+// In place of the first vertex of a face that names vertices which its mesh does not have. Such
+// faces are left out when the mesh comes into a scene.
+inline constexpr std::int32_t kNoVertex = -2;
+
 // One normal for each vertex; one texture vertex for each vertex in what the importers make.
 struct meshstate {
   std::vector<cpoint3> verts;

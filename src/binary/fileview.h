@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -30,7 +31,38 @@ class fileview {
     return reinterpret_cast<const T*>(data_ + offset);
   }
 
+  // Points `list` to the records where there are any. A list without entries is null, wherever its
+  // offset leads. False where the records do not lie inside the block.
+  template <class T>
+  bool List(std::int64_t offset, std::int64_t count, const T*& list) const {
+    list = count > 0 ? Records<T>(offset, count) : nullptr;
+    return count <= 0 || list != nullptr;
+  }
+
  private:
   const unsigned char* data_ = nullptr;
   std::size_t size_ = 0;
+};
+
+// A count of a file; a negative one counts nothing.
+inline std::int32_t CountOf(std::int32_t stored) { return std::max(stored, 0); }
+
+// What a file's parts may claim together. Parts may share blocks, so that their sum can be larger
+// than the file: a small file could name one block millions of times over. Such a sum is held to
+// what its scene takes in memory.
+class claimlimit {
+ public:
+  explicit claimlimit(const fileview& file) : left_(std::max(file.Size(), kMostShared)) {}
+
+  // False when it is more than is left.
+  bool Claim(std::int64_t size) {
+    left_ -= size;
+    return left_ >= 0;
+  }
+
+ private:
+  // A byte of a file takes up to 8 bytes in a scene: at most 256 MiB for blocks that are shared.
+  static constexpr std::int64_t kMostShared = std::int64_t{32} << 20;
+
+  std::int64_t left_;
 };

@@ -64,7 +64,7 @@ void CreateShaderMaterials(const cmdcfile& file) {
   run->surfmaterials.assign(file.surfaces.size(), nullptr);
   for (std::size_t s = 0; s < file.surfaces.size(); ++s) {
     const cmdcsurfentry& entry = file.surfaces[s];
-    for (std::int32_t k = 0; k < entry.surface->numShaders; ++k) {
+    for (std::int32_t k = 0; k < entry.numShaders; ++k) {
       std::string path = run->gamedir + NameText(entry.shaders[k].name).data();
       cmaterial* material = run->materials.Require(path);
       if (k == 0) {
@@ -75,8 +75,8 @@ void CreateShaderMaterials(const cmdcfile& file) {
 }
 
 void CreateSurfaceMesh(const cmdcsurfentry& entry, cmaterial* material, int frame) {
-  const std::int32_t numVerts = entry.surface->numVerts;
-  const std::int32_t numTriangles = entry.surface->numTriangles;
+  const std::int32_t numVerts = entry.numVerts;
+  const std::int32_t numTriangles = entry.numTriangles;
   ownednode<cmesh> m(RequireNew(CreateNewMesh(), {"m", kSource}));
   if (m->Allocate(numVerts, numVerts, numTriangles) == 0) {
     return;
@@ -110,6 +110,9 @@ int ImportMdc(const char* path) {
   int frame = 0;
   if (ShowMDCImportOptions(file.header->numFrames, &frame) == 0) {
     return kRunNothing;
+  }
+  if (std::string fault; !file.HoldsFrame(frame, fault)) {
+    return kRunFailed;
   }
   run->gamedir = GameDirectoryOrOwn(path);
   AddModelNote();

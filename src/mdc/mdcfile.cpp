@@ -8,13 +8,13 @@ namespace {
 std::string SurfacePlace(std::size_t index) { return "surface " + std::to_string(index); }
 
 // Bytes of the blocks that an import of the surface goes through whole, whatever the frame.
-std::int64_t BlockBytes(const mdcSurface& surface, std::int64_t numFrames) {
+std::int64_t BlockBytes(const cmdcsurfentry& entry, std::int64_t numFrames) {
   constexpr std::int64_t kTableBytesPerFrame = 2 * sizeof(std::uint16_t);
   const auto bytes = [](std::int64_t count, std::size_t size) {
     return count * static_cast<std::int64_t>(size);
   };
-  return bytes(surface.numShaders, sizeof(mdcShader)) +
-         bytes(surface.numTriangles, sizeof(mdcTriangle)) + bytes(surface.numVerts, sizeof(mdcSt)) +
+  return bytes(1, sizeof(mdcSurface)) + bytes(entry.numShaders, sizeof(mdcShader)) +
+         bytes(entry.numTriangles, sizeof(mdcTriangle)) + bytes(entry.numVerts, sizeof(mdcSt)) +
          numFrames * kTableBytesPerFrame;
 }
 
@@ -31,8 +31,8 @@ bool cmdcfile::Parse(fileview block) {
   }
 }
 
-bool cmdcfile::Refuse(std::string fault) {
-  fault_ = std::move(fault);
+bool cmdcfile::Refuse(const std::string& fault) {
+  fault_ += fault_.empty() ? fault : "; " + fault;
   return false;
 }
 
@@ -41,53 +41,52 @@ bool cmdcfile::ParseBlock() {
   if (header == nullptr) {
     return Refuse("the header does not fit into the file");
   }
-  const std::int64_t numFrames = header->numFrames;
-  const std::int64_t numTags = header->numTags;
+  // Without frames nothing else of the file has a meaning.
+  if (!ParseFrames()) {
+    return false;
+  }
+  const bool tagsHold = ParseTags();
+  return ParseSurfaces() && tagsHold;
+}
+
+bool cmdcfile::ParseFrames() {
+  const std::int32_t numFrames = header->numFrames;
   if (numFrames < 1) {
     return Refuse("numFrames is " + std::to_string(numFrames) + ": a model has at least 1 frame");
   }
   frames = block_.Records<mdcFrame>(header->ofsFrames, numFrames);
-  if (frames == nullptr) {
-    return Refuse("the frames do not lie inside the file (numFrames, ofsFrames)");
-  }
-  tagNames = block_.Records<namefield<64>>(header->ofsTagNames, numTags);
-  tags =
-      tagNames != nullptr ? block_.Records<mdcTag>(header->ofsTags, numTags * numFrames) : nullptr;
-  if (tags == nullptr) {
+  return frames != nullptr ||
+         Refuse("the frames do not lie inside the file (numFrames, ofsFrames)");
+}
+
+bool cmdcfile::ParseTags() {
+  const std::int64_t numFrames = header->numFrames;
+  const std::int64_t numTags = CountOf(header->numTags);
+  if (!block_.List(header->ofsTagNames, numTags, tagNames) ||
+      !block_.List(header->ofsTags, numTags * numFrames, tags)) {
     return Refuse("the tags do not lie inside the file (numTags, ofsTagNames, ofsTags)");
   }
   tagTable.reserve(static_cast<std::size_t>(numTags));
   for (std::int64_t t = 0; t < numTags; ++t) {
     tagTable.push_back({tagNames + t, tags + t * numFrames});
   }
+  return true;
+}
 
-  // Each surface takes at least its header, so their number is bound by the file's size.
-  const std::int64_t numSurfaces = header->numSurfaces;
+bool cmdcfile::ParseSurfaces() {
+  claimlimit limit(block_);
   std::int64_t offset = header->ofsSurfaces;
-  if (numSurfaces < 0 || offset < 0 ||
-      numSurfaces > block_.Size() / static_cast<std::int64_t>(sizeof(mdcSurface))) {
-    return Refuse("the surfaces do not lie inside the file (numSurfaces, ofsSurfaces)");
-  }
-  // Surfaces may share a block, but not so that together they claim more than the file has: a small
-  // file could name the same blocks thousands of times and take memory far beyond its size.
-  std::int64_t bytesLeft = block_.Size();
-  surfaces.reserve(static_cast<std::size_t>(numSurfaces));
-  for (std::int64_t s = 0; s < numSurfaces; ++s) {
-    if (!ParseSurface(offset, static_cast<std::size_t>(s))) {
+  for (std::int32_t s = 0; s < header->numSurfaces; ++s) {
+    const auto index = static_cast<std::size_t>(s);
+    if (!ParseSurface(offset, index)) {
       return false;
     }
-    const mdcSurface& surface = *surfaces.back().surface;
-    // From the last surface nothing is stepped to.
-    if (s + 1 < numSurfaces && surface.ofsEnd < static_cast<std::int32_t>(sizeof(mdcSurface))) {
-      return Refuse(SurfacePlace(static_cast<std::size_t>(s)) +
-                    ": ofsEnd is smaller than the surface's header");
+    if (!limit.Claim(BlockBytes(surfaces.back(), header->numFrames))) {
+      return Refuse(SurfacePlace(index) + ": the surfaces so far share blocks for more than " +
+                    "a scene takes");
     }
-    offset += surface.ofsEnd;
-    bytesLeft -= BlockBytes(surface, numFrames);
-    if (bytesLeft < 0) {
-      return Refuse(SurfacePlace(static_cast<std::size_t>(s)) +
-                    ": the surfaces' blocks so far are larger than the file");
-    }
+    // Surfaces may lie in any order, so that a step may lead back.
+    offset += surfaces.back().surface->ofsEnd;
   }
   return true;
 }
@@ -98,81 +97,75 @@ bool cmdcfile::ParseSurface(std::int64_t offset, std::size_t index) {
   if (surface == nullptr) {
     return Refuse(place + ": its header does not lie inside the file");
   }
-  const std::int64_t numVerts = surface->numVerts;
   cmdcsurfentry entry;
   entry.surface = surface;
-  entry.triangles =
-      block_.Records<mdcTriangle>(offset + surface->ofsTriangles, surface->numTriangles);
-  if (entry.triangles == nullptr) {
+  entry.numVerts = CountOf(surface->numVerts);
+  entry.numTriangles = CountOf(surface->numTriangles);
+  entry.numShaders = CountOf(surface->numShaders);
+  if (!block_.List(offset + surface->ofsTriangles, entry.numTriangles, entry.triangles)) {
     return Refuse(place + ": the triangles do not lie inside the file");
   }
-  entry.shaders = block_.Records<mdcShader>(offset + surface->ofsShaders, surface->numShaders);
-  if (entry.shaders == nullptr) {
+  if (!block_.List(offset + surface->ofsShaders, entry.numShaders, entry.shaders)) {
     return Refuse(place + ": the shaders do not lie inside the file");
   }
-  entry.st = block_.Records<mdcSt>(offset + surface->ofsSt, numVerts);
-  if (entry.st == nullptr) {
+  if (!block_.List(offset + surface->ofsSt, entry.numVerts, entry.st)) {
     return Refuse(place + ": the texture coordinates do not lie inside the file");
   }
-  const std::int64_t numFrames = header->numFrames;
-  entry.frameBaseFrames =
-      block_.Records<little<std::uint16_t>>(offset + surface->ofsFrameBaseFrames, numFrames);
-  entry.frameCompFrames =
-      block_.Records<little<std::uint16_t>>(offset + surface->ofsFrameCompFrames, numFrames);
-  if (entry.frameBaseFrames == nullptr || entry.frameCompFrames == nullptr) {
+  const std::int32_t numFrames = header->numFrames;
+  if (!block_.List(offset + surface->ofsFrameBaseFrames, numFrames, entry.frameBaseFrames) ||
+      !block_.List(offset + surface->ofsFrameCompFrames, numFrames, entry.frameCompFrames)) {
     return Refuse(place + ": the frame tables do not lie inside the file");
   }
-  // The table entries decide which vertices are reached; those are checked one by one below.
-  entry.xyzNormals = block_.Records<mdcXyzNormal>(offset + surface->ofsXyzNormals, 0);
-  entry.xyzCompressed = block_.Records<mdcXyzCompressed>(offset + surface->ofsXyzCompressed, 0);
-  if (entry.xyzNormals == nullptr || entry.xyzCompressed == nullptr) {
-    return Refuse(place + ": the vertices do not lie inside the file");
-  }
-  if (!ParseFrameTables(entry, place)) {
-    return false;
-  }
-  for (std::int32_t t = 0; t < surface->numTriangles; ++t) {
-    for (const std::int32_t vertex : entry.triangles[t]) {
-      if (vertex < 0 || vertex >= numVerts) {
-        return Refuse(place + ": triangle " + std::to_string(t) + " names vertex " +
-                      std::to_string(vertex) + " of " + std::to_string(numVerts));
-      }
-    }
-  }
+  FindFrames(entry, offset);
   surfaces.push_back(std::move(entry));
   return true;
 }
 
-bool cmdcfile::ParseFrameTables(cmdcsurfentry& entry, const std::string& place) {
-  const std::int64_t numVerts = entry.surface->numVerts;
-  const std::int64_t normals =
-      reinterpret_cast<const unsigned char*>(entry.xyzNormals) - block_.Data();
-  const std::int64_t compressed =
-      reinterpret_cast<const unsigned char*>(entry.xyzCompressed) - block_.Data();
+// The table entries decide which vertices are reached, so each is looked at by itself.
+void cmdcfile::FindFrames(cmdcsurfentry& entry, std::int64_t offset) const {
+  if (entry.numVerts == 0) {
+    return;
+  }
+  const std::int64_t normals = offset + entry.surface->ofsXyzNormals;
+  const std::int64_t compressed = offset + entry.surface->ofsXyzCompressed;
+  const std::int64_t numVerts = entry.numVerts;
   const auto numFrames = static_cast<std::size_t>(header->numFrames);
   entry.baseByFrame.reserve(numFrames);
   entry.compByFrame.reserve(numFrames);
   for (std::size_t f = 0; f < numFrames; ++f) {
     const std::int64_t base = entry.frameBaseFrames[f];
-    const auto* baseVerts = block_.Records<mdcXyzNormal>(
-        normals + base * numVerts * static_cast<std::int64_t>(sizeof(mdcXyzNormal)), numVerts);
-    if (baseVerts == nullptr) {
-      return Refuse(place + ": frame " + std::to_string(f) + " names base frame " +
-                    std::to_string(base) + ", which does not lie inside the file");
-    }
+    entry.baseByFrame.push_back(block_.Records<mdcXyzNormal>(
+        normals + base * numVerts * static_cast<std::int64_t>(sizeof(mdcXyzNormal)), numVerts));
     const std::uint16_t comp = entry.frameCompFrames[f];
-    const mdcXyzCompressed* compVerts = nullptr;
-    if (comp != kMdcNoCompressedFrame) {
-      compVerts = block_.Records<mdcXyzCompressed>(
-          compressed + comp * numVerts * static_cast<std::int64_t>(sizeof(mdcXyzCompressed)),
-          numVerts);
-      if (compVerts == nullptr) {
-        return Refuse(place + ": frame " + std::to_string(f) + " names compressed frame " +
-                      std::to_string(comp) + ", which does not lie inside the file");
-      }
+    entry.compByFrame.push_back(
+        comp == kMdcNoCompressedFrame
+            ? nullptr
+            : block_.Records<mdcXyzCompressed>(
+                  compressed +
+                      comp * numVerts * static_cast<std::int64_t>(sizeof(mdcXyzCompressed)),
+                  numVerts));
+  }
+}
+
+bool cmdcfile::HoldsFrame(int frame, std::string& fault) const {
+  const auto f = static_cast<std::size_t>(frame);
+  for (std::size_t s = 0; s < surfaces.size(); ++s) {
+    const cmdcsurfentry& entry = surfaces[s];
+    const auto refuse = [&](const char* kind, std::uint16_t number) {
+      fault = SurfacePlace(s) + ": frame " + std::to_string(frame) + " names " + kind + " frame " +
+              std::to_string(number) + ", which does not lie inside the file";
+      return false;
+    };
+    if (entry.numVerts == 0) {
+      continue;
     }
-    entry.baseByFrame.push_back(baseVerts);
-    entry.compByFrame.push_back(compVerts);
+    if (entry.baseByFrame[f] == nullptr) {
+      return refuse("base", entry.frameBaseFrames[f]);
+    }
+    if (const std::uint16_t comp = entry.frameCompFrames[f];
+        comp != kMdcNoCompressedFrame && entry.compByFrame[f] == nullptr) {
+      return refuse("compressed", comp);
+    }
   }
   return true;
 }

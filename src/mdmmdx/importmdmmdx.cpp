@@ -76,7 +76,7 @@ int cimpmdmmdx::Import(const char* path) {
     CacheSkinFiles();
     return model.Run({
         .loadSkinFile = [&](const char* skin) { LoadSkinFile(skin); },
-        .addModelNote = [&] { model.AddModelNote(*mesh.header); },
+        .addModelNote = [&] { model.AddModelNote(*mesh.header, *skeleton.header); },
         .createTags = CreateTags,
         .calcBoneFrame = [&](unsigned long frame) { CalcBoneFrame(&mesh, &skeleton, frame); },
         .createSurfMaterials = [&] { CreateSurfMaterials(); },

@@ -3,8 +3,7 @@
 #include "mdmmdx/records.h"
 #include "skeletal/modelfile.h"
 
-// An mdx file with pointers into it. A file that holds has at least one frame; parents stand
-// before their children.
+// An mdx file with pointers into it. In a file that holds parents stand before their children.
 class cmdxfile final : public cmodelfile, public skelrig {
  public:
   const mdxHeader* header = nullptr;

@@ -31,7 +31,7 @@ int cimpmds::Import(const char* path) {
     CacheSkinFiles();
     return model.Run({
         .loadSkinFile = [&](const char* skin) { LoadSkinFile(skin); },
-        .addModelNote = [&] { model.AddModelNote(*file.header); },
+        .addModelNote = [&] { model.AddModelNote(*file.header, *file.header); },
         .createTags = {},
         .calcBoneFrame = [&](unsigned long frame) { CalcBoneFrame(&file, frame); },
         .createSurfMaterials = [&] { CreateSurfMaterials(); },

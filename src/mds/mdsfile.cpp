@@ -1,15 +1,17 @@
 #include "mds/mdsfile.h"
 
 bool cmdsfile::ParseBlock() {
-  header = ParseHeader<mdsHeader>(kMdsIdent, kMdsVersion);
-  if (header == nullptr) {
+  if (!ParseHeader(header, kMdsIdent, kMdsVersion)) {
     return false;
   }
   vertexSize = sizeof(mdsVertex);
-  if (!ParseRig(*this, header->numBones, header->ofsBones, header->numFrames, header->ofsFrames) ||
-      !ParseMesh(*this, header->numSurfaces, header->ofsSurfaces, kMdsSurfaceIdent, numBones)) {
-    return false;
+  numTags = CountOf(header->numTags);
+  if (!block_.List(header->ofsTags, numTags, tags)) {
+    numTags = 0;
   }
-  tags = block_.Records<mdsTag>(header->ofsTags, header->numTags);
-  return tags != nullptr || Refuse("the tags do not lie inside the file (numTags, ofsTags)");
+  const bool rigHolds =
+      ParseRig(*this, header->numBones, header->ofsBones, header->numFrames, header->ofsFrames);
+  return ParseMesh(*this, header->numSurfaces, header->ofsSurfaces, kMdsSurfaceIdent,
+                   CountOf(header->numBones)) &&
+         rigHolds;
 }

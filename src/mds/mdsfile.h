@@ -3,12 +3,14 @@
 #include "mds/records.h"
 #include "skeletal/modelfile.h"
 
-// An mds file with pointers into it. A file that holds has at least one frame if it has bones;
-// parents stand before their children; a weight names a bone of the list or -1.
+// An mds file with pointers into it. In a file that holds parents stand before their children, and
+// a weight names a bone of the list or -1.
 class cmdsfile final : public cmodelfile, public skelrig, public skelmesh {
  public:
   const mdsHeader* header = nullptr;
-  // numTags records. Their boneIndex is not tested.
+  // The tags, which no import follows. None where they do not lie inside the file, and their
+  // boneIndex is not tested.
+  std::int32_t numTags = 0;
   const mdsTag* tags = nullptr;
 
  private:

@@ -1,6 +1,7 @@
 #include "sidefiles/materials.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "plugin/run/allocation.h"
 #include "plugin/run/owned.h"
@@ -8,7 +9,7 @@
 
 namespace {
 
-std::string WithoutSuffix(const std::string& path) {
+std::string_view WithoutSuffix(std::string_view path) {
   // The last full stop counts, wherever it stands: that of a directory too.
   return path.substr(0, path.rfind('.'));
 }
@@ -28,13 +29,17 @@ cmaterial* cmaterials::Require(std::string& path) {
 }
 
 cmaterial* cmaterials::FindMatByImage(const std::string& path) const {
-  const auto found = byImage_.find(WithoutSuffix(path));
-  return found == byImage_.end() ? nullptr : found->second;
+  const std::string_view wanted = WithoutSuffix(path);
+  for (cmaterial* const material : materials_) {
+    if (WithoutSuffix(ImagePath(*material).data()) == wanted) {
+      return material;
+    }
+  }
+  return nullptr;
 }
 
 void cmaterials::AddMaterial(cmaterial* material) {
   AppendGrowing(materials_, material, {"materials", source_}, {"mats", source_});
-  byImage_.emplace(WithoutSuffix(ImagePath(*material).data()), material);
 }
 
 cmaterial* cmaterials::Make(std::string& path) {
@@ -58,21 +63,22 @@ cmaterial* cmaterials::Make(std::string& path) {
 
 cmaterial* cmaterials::PlaceInScene(cmaterial* made) {
   ownedmaterial mat(made);
-  if (numUnused_ == 0) {
+  if (unused_.NumNonZero() == 0) {
     // The scene owns it from the call on, even when it finds no room for it.
     Interface::AddToScene(mat.release(), 0);
     return made;
   }
-  while (unused_[nextUnused_] == 0) {
-    ++nextUnused_;
+  int index = 0;
+  while (unused_[index] == 0) {
+    ++index;
   }
-  cmaterial* old = Interface::GetMaterialAt(nextUnused_);
+  cmaterial* old = Interface::GetMaterialAt(index);
   old->Copy(mat.get());
   if (std::strcmp(old->GetName(), mat->GetName()) != 0) {
     UniqueNameForMaterial(mat->GetName(), -1);
     old->SetName(mat->GetName());
   }
-  unused_.Zero(nextUnused_);
-  --numUnused_;
+  mat.reset();
+  unused_.Zero(index);
   return old;
 }

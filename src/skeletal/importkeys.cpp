@@ -15,12 +15,18 @@ struct framestretch {
   int count;
 };
 
-framestretch CutToFile(const animseq& sequence, std::size_t numFrames) {
-  const auto limit = static_cast<std::int64_t>(numFrames);
+framestretch CutToFile(const animseq& sequence, std::int64_t limit) {
   const std::int64_t end = std::int64_t{sequence.startframe} + sequence.numframes;
   const std::int64_t from = std::clamp<std::int64_t>(sequence.startframe, 0, limit);
   const std::int64_t to = std::clamp<std::int64_t>(end, from, limit);
   return {&sequence, static_cast<int>(from), static_cast<int>(to - from)};
+}
+
+// A file without bones may count any number of frames and has none: as many as the bar can tell
+// apart are shown.
+int FramesToShow(const skelrig& rig, int frames) {
+  constexpr int kMostPositions = 65535;
+  return rig.numBones > 0 ? frames : std::min(frames, kMostPositions);
 }
 
 void AddSequenceNote(const animseq& sequence, int first, int count) {
@@ -33,11 +39,8 @@ void AddSequenceNote(const animseq& sequence, int first, int count) {
 }  // namespace
 
 void cskelimport::CreateKeys(const importsteps& steps) {
-  int count = 0;
+  const int count = importAnimation_ != 0 ? NumSelected() : 0;
   if (importAnimation_ != 0) {
-    for (int i = 0; i < animsequence_.Count(); ++i) {
-      count += animsequence_[i].selected ? 1 : 0;
-    }
     char text[128];
     const int length =
         std::snprintf(text, sizeof text, "%s anim sequences: %d\n", format_->game, count);
@@ -67,12 +70,11 @@ void cskelimport::SetAllKeys(const importsteps& steps) {
   const int numFrames = rig_->numFrames;
   progress_.SetRange(numFrames);
   progress_.SetPosition(0);
-  for (std::size_t f = 0; f < rig_->frames.size(); ++f) {
-    const auto frame = static_cast<int>(f);
+  for (int frame = 0; frame < FramesToShow(*rig_, numFrames); ++frame) {
     progress_.SetText("Calculating Frame: %d of %d\n", frame, numFrames);
     progress_.SetPosition(frame);
-    steps.calcBoneFrame(static_cast<unsigned long>(f));
-    SetBoneKeys(frame, f == 0 ? numFrames : 0);
+    steps.calcBoneFrame(static_cast<unsigned long>(frame));
+    SetBoneKeys(frame, frame == 0 ? numFrames : 0);
   }
   for (int i = 0; i < animsequence_.Count(); ++i) {
     AddSequenceNote(animsequence_[i], animsequence_[i].startframe, animsequence_[i].numframes);
@@ -87,7 +89,7 @@ void cskelimport::SetSequenceKeys(const importsteps& steps) {
   std::int64_t sum = 0;
   for (int i = 0; i < animsequence_.Count(); ++i) {
     if (animsequence_[i].selected) {
-      stretches.push_back(CutToFile(animsequence_[i], rig_->frames.size()));
+      stretches.push_back(CutToFile(animsequence_[i], rig_->numFrames));
       sum += stretches.back().count;
     }
   }
@@ -101,14 +103,15 @@ void cskelimport::SetSequenceKeys(const importsteps& steps) {
   for (const framestretch& stretch : stretches) {
     progress_.SetRange(stretch.count);
     progress_.SetPosition(0);
-    for (int f = 0; f < stretch.count; ++f) {
+    for (int f = 0; f < FramesToShow(*rig_, stretch.count); ++f) {
       progress_.SetText("Calculating Sequence [%s] Frame: %d of %d\n", stretch.sequence->name, f,
                         stretch.count);
       progress_.SetPosition(f);
       steps.calcBoneFrame(static_cast<unsigned long>(stretch.first) +
                           static_cast<unsigned long>(f));
-      SetBoneKeys(key++, 0);
+      SetBoneKeys(key + f, 0);
     }
+    key += stretch.count;
     AddSequenceNote(*stretch.sequence, stretch.count > 0 ? key - 1 : key, stretch.count);
   }
   animEnd_ = key;

@@ -28,6 +28,10 @@ int cskelimport::Run(const importsteps& steps) {
     progress_.Finish();
     return kRunNothing;
   }
+  if (AsksForFirstFrame() && !rig_->HasFirstFrame()) {
+    progress_.Finish();
+    return kRunFailed;
+  }
   progress_.Open("Importing - Please wait...");
   if (importMaterials_ != 0 && skinChoice_ >= 0 && skinChoice_ < skinfiles_.Count()) {
     steps.loadSkinFile((modeldir_ + skinfiles_.Names()[skinChoice_]).c_str());
@@ -57,6 +61,18 @@ bool cskelimport::AskOptions() {
   return ShowImportOptions(format_->title, &importMeshes_, &importMaterials_, &importBones_,
                            &importAnimation_, animsequence_.Records(), animsequence_.Count(),
                            skinfiles_.Names(), skinfiles_.Count(), &skinChoice_) != 0;
+}
+
+bool cskelimport::AsksForFirstFrame() const {
+  return importBones_ == 0 || importAnimation_ == 0 || NumSelected() == 0;
+}
+
+int cskelimport::NumSelected() const {
+  int count = 0;
+  for (int i = 0; i < animsequence_.Count(); ++i) {
+    count += animsequence_[i].selected ? 1 : 0;
+  }
+  return count;
 }
 
 bool cskelimport::LoadSkinFile(const char* path) {

@@ -52,8 +52,9 @@ class cskelimport {
   int Run(const importsteps& steps);
 
   bool LoadSkinFile(const char* path);
-  template <class Header>
-  void AddModelNote(const Header& header) const;
+  // What the headers say, whatever that is: that of the surfaces and that of the skeleton.
+  template <class Header, class RigHeader>
+  void AddModelNote(const Header& header, const RigHeader& rig) const;
   // A bone that hangs from a bone of the list, or from nothing where the index leads outside it.
   ownednode<cbone> CreateBone(const char* name, std::int32_t parent,
                               const allocationname& assertion) const;
@@ -69,6 +70,9 @@ class cskelimport {
 
  private:
   bool AskOptions();
+  // Whether the user's choice needs the pose of the file's first frame.
+  bool AsksForFirstFrame() const;
+  int NumSelected() const;
   void CreateBones();
   // The keys of the frames that the user's choice of sequences asks for.
   void CreateKeys(const importsteps& steps);
@@ -111,8 +115,8 @@ class cskelimport {
   cprogress progress_;
 };
 
-template <class Header>
-void cskelimport::AddModelNote(const Header& header) const {
+template <class Header, class RigHeader>
+void cskelimport::AddModelNote(const Header& header, const RigHeader& rig) const {
   const std::string ident(header.ident.data(), header.ident.size());
   char text[1024];
   const int length = std::snprintf(
@@ -120,7 +124,7 @@ void cskelimport::AddModelNote(const Header& header) const {
       "%s Model: %s\nident:        %s\nversion:      %d\nlodScale:     %f\nlodBias:      %f\n"
       "Num Frames:   %d\nNum Bones:    %d\nNum Surfaces: %d\nNum Tags:     %d\n\n",
       format_->game, NameText(header.name).data(), ident.c_str(), std::int32_t{header.version},
-      double{header.lodScale}, double{header.lodBias}, rig_->numFrames, rig_->numBones,
-      std::int32_t{header.numSurfaces}, std::int32_t{header.numTags});
+      double{header.lodScale}, double{header.lodBias}, std::int32_t{rig.numFrames},
+      std::int32_t{rig.numBones}, std::int32_t{header.numSurfaces}, std::int32_t{header.numTags});
   Interface::AddNotes(text, length);
 }

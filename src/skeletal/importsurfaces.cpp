@@ -33,10 +33,9 @@ void cskelimport::CreateSurfaces(const importsteps& steps) {
 }
 
 void cskelimport::CreateSurface(const skelsurfentry& entry, const importsteps& steps) {
-  const skelSurface& surface = *entry.surface;
-  const auto name = NameText(surface.name);
+  const auto name = NameText(entry.surface->name);
   ownednode<cmesh> m(RequireNew(CreateNewMesh(), {"m", format_->source}));
-  if (m->Allocate(surface.numVerts, surface.numVerts, surface.numTriangles) == 0) {
+  if (m->Allocate(entry.numVerts, entry.numVerts, entry.numTriangles) == 0) {
     return;
   }
   m->SetName(name.data());
@@ -61,10 +60,10 @@ void cskelimport::CreateSurface(const skelsurfentry& entry, const importsteps& s
 
 void cskelimport::FillMesh(cmesh& mesh, const skelsurfentry& entry) const {
   cvertexwalk walk = mesh_->Vertices(entry);
-  for (std::int32_t v = 0; v < entry.surface->numVerts; ++v, walk.Next()) {
+  for (std::int32_t v = 0; v < entry.numVerts; ++v, walk.Next()) {
     const skelVertex& vertex = walk.Vertex();
     cpoint3 position;
-    for (std::int32_t j = 0; j < vertex.numWeights; ++j) {
+    for (std::int32_t j = 0; j < walk.NumWeights(); ++j) {
       if (const skelWeight& weight = walk.Weights()[j]; HasBone(weight)) {
         const cimpbone& pose = pBone_[static_cast<std::size_t>(weight.boneIndex)];
         position = position + Offset(weight) * pose.worldTM * weight.boneWeight;
@@ -73,7 +72,7 @@ void cskelimport::FillMesh(cmesh& mesh, const skelsurfentry& entry) const {
     mesh.SetVert(v, position);
     mesh.SetTVert(v, MakePt3(vertex.texCoords[0], vertex.texCoords[1], 0.0F));
   }
-  for (std::int32_t t = 0; t < entry.surface->numTriangles; ++t) {
+  for (std::int32_t t = 0; t < entry.numTriangles; ++t) {
     cface face;
     for (std::size_t c = 0; c < 3; ++c) {
       face.v[c] = entry.triangles[t][c];
@@ -87,10 +86,10 @@ void cskelimport::FillMesh(cmesh& mesh, const skelsurfentry& entry) const {
 void cskelimport::SetWeights(cskin& skin, const skelsurfentry& entry) {
   const cmatrix4 toWorldRotation = skin.GetTMAtFrame(0, kRotationOnly);
   cvertexwalk walk = mesh_->Vertices(entry);
-  for (std::int32_t v = 0; v < entry.surface->numVerts; ++v, walk.Next()) {
+  for (std::int32_t v = 0; v < entry.numVerts; ++v, walk.Next()) {
     const cpoint3 normal = skin.GetNormal(v) * toWorldRotation;
     int count = 0;
-    for (std::int32_t j = 0; j < walk.Vertex().numWeights; ++j) {
+    for (std::int32_t j = 0; j < walk.NumWeights(); ++j) {
       if (const skelWeight& weight = walk.Weights()[j]; HasBone(weight)) {
         const auto bone = static_cast<std::size_t>(weight.boneIndex);
         cskinweight made;

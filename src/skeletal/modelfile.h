@@ -21,9 +21,8 @@ class cvertexwalk {
   const skelWeight* Weights() const {
     return reinterpret_cast<const skelWeight*>(at_ + vertexSize_);
   }
-  void Next() {
-    at_ += vertexSize_ + sizeof(skelWeight) * static_cast<std::size_t>(Vertex().numWeights);
-  }
+  std::int32_t NumWeights() const { return CountOf(Vertex().numWeights); }
+  void Next() { at_ += vertexSize_ + sizeof(skelWeight) * static_cast<std::size_t>(NumWeights()); }
 
  private:
   const unsigned char* at_;
@@ -32,6 +31,10 @@ class cvertexwalk {
 
 struct skelsurfentry {
   const skelSurface* surface = nullptr;
+  // The surface's counts; 0 for a negative one.
+  std::int32_t numVerts = 0;
+  std::int32_t numTriangles = 0;
+  // A list without entries is null. A triangle may name vertices that there are not.
   const skelTriangle* triangles = nullptr;
   // The first vertex; the others can only be walked to.
   const skelVertex* verts = nullptr;
@@ -49,9 +52,16 @@ struct skelrig {
   std::int32_t numBones = 0;
   const skelBoneInfo* bones = nullptr;
   std::int32_t numFrames = 0;
-  // numFrames entries, but none in a file without bones that counts frames and has no room for
-  // them: without bones nothing of a frame is read.
+  // numFrames entries; none without bones, since nothing of a frame is read then.
   std::vector<const skelFrame*> frames;
+
+  // The bone's parent, which stands before it; -1 for none and for one outside the list.
+  std::int32_t Parent(std::size_t bone) const {
+    const std::int32_t parent = bones[bone].parent;
+    return parent >= 0 && parent < numBones ? parent : -1;
+  }
+  // Whether the pose of the first frame can be had.
+  bool HasFirstFrame() const { return numBones == 0 || !frames.empty(); }
 
   // The poses of all bones in a frame.
   static const skelBoneFrame* BoneFrames(const skelFrame* frame) {
@@ -60,7 +70,7 @@ struct skelrig {
 };
 
 // A model file held whole in memory. After Load or Parse gave true everything that its tables
-// reach lies inside the file, and no index in it leads outside its list.
+// reach lies inside the file, and no weight's bone leads outside the list.
 class cmodelfile {
  public:
   cmodelfile(const cmodelfile&) = delete;
@@ -73,7 +83,7 @@ class cmodelfile {
 
   std::uint32_t Size() const { return static_cast<std::uint32_t>(block_.Size()); }
   // What does not hold, and where, after Load or Parse gave false; empty when the file could not
-  // be read at all.
+  // be read at all. The header and the tables are there as far as they could be read.
   const std::string& Fault() const { return fault_; }
 
  protected:
@@ -82,34 +92,34 @@ class cmodelfile {
 
   virtual bool ParseBlock() = 0;
 
-  // The header, if it has the ident and the version; null otherwise.
+  // Sets the header where there is one. False unless it has the ident and the version.
   template <class Header>
-  const Header* ParseHeader(const char (&ident)[4], std::int32_t version) {
-    const auto* header = block_.Records<Header>(0);
+  bool ParseHeader(const Header*& header, const char (&ident)[4], std::int32_t version) {
+    header = block_.Records<Header>(0);
     if (header == nullptr) {
-      Refuse("the header does not fit into the file");
-    } else if (std::memcmp(header->ident.data(), ident, sizeof ident) != 0) {
-      Refuse("ident is not " + std::string(ident, sizeof ident));
-    } else if (header->version != version) {
-      Refuse("version is " + std::to_string(header->version) + ": only " + std::to_string(version) +
-             " can be read");
-    } else {
-      return header;
+      return Refuse("the header does not fit into the file");
     }
-    return nullptr;
+    if (std::memcmp(header->ident.data(), ident, sizeof ident) != 0) {
+      return Refuse("ident is not " + std::string(ident, sizeof ident));
+    }
+    return header->version == version ||
+           Refuse("version is " + std::to_string(header->version) + ": only " +
+                  std::to_string(version) + " can be read");
   }
   bool ParseRig(skelrig& rig, std::int32_t numBones, std::int32_t ofsBones, std::int32_t numFrames,
                 std::int32_t ofsFrames);
   // A weight's bone is -1 or lies below boneLimit. mesh.vertexSize is set.
   bool ParseMesh(skelmesh& mesh, std::int32_t numSurfaces, std::int32_t ofsSurfaces,
                  std::int32_t surfaceIdent, std::int32_t boneLimit);
-  bool Refuse(std::string fault);
+  bool Refuse(const std::string& fault);
 
   fileview block_;
 
  private:
   bool ParseSurface(skelmesh& mesh, std::int64_t offset, std::int32_t surfaceIdent,
-                    std::int32_t boneLimit, std::int64_t& vertexBytesLeft);
+                    std::int32_t boneLimit, claimlimit& limit);
+  bool ParseVertices(const skelsurfentry& entry, std::int64_t ofsVerts, std::int64_t vertexSize,
+                     std::int32_t boneLimit, std::size_t surface, claimlimit& limit);
 
   loadedfile data_;
   std::string fault_;

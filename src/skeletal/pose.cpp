@@ -44,7 +44,7 @@ void CalcBonePoses(const skelrig& rig, std::size_t frame, std::vector<cimpbone>&
     pose.offsetTM = PitchAndYaw(packed[i].ofsAngles[0], packed[i].ofsAngles[1]);
     pose.pos = MakePt3(rig.bones[i].parentDist, 0.0F, 0.0F) * pose.offsetTM;
     cpoint3 world;
-    if (const std::int32_t parent = rig.bones[i].parent; parent == -1) {
+    if (const std::int32_t parent = rig.Parent(i); parent == -1) {
       pose.pos = parentOffset + pose.pos;
       world = pose.pos;
     } else {
@@ -57,7 +57,7 @@ void CalcBonePoses(const skelrig& rig, std::size_t frame, std::vector<cimpbone>&
 
 ckey BoneKey(const skelrig& rig, const std::vector<cimpbone>& pBone, std::size_t index, int frame) {
   cmatrix4 local = pBone[index].worldTM;
-  if (const std::int32_t parent = rig.bones[index].parent; parent != -1) {
+  if (const std::int32_t parent = rig.Parent(index); parent != -1) {
     local = local * Inverse(pBone[static_cast<std::size_t>(parent)].worldTM);
   }
   ckey key;

@@ -75,7 +75,7 @@ class Usage(program.ProgramTest):
             ("--no-models-dir", "export", SAMPLE, "-o", "x.mds", "--no-models-dir"),
             ("--sequences", "export", SAMPLE, "-o", "x.mdc", "--sequences"),
             ("--mdx", "export", SAMPLE, "-o", "x.mdm", "--sequences"),
-            (".mdx", "export", SAMPLE, "-o", "x.mdm", "--mdx", "x.mdc"),
+            ("same file", "export", SAMPLE, "-o", "x.mdm", "--mdx", "./x.mdm"),
             ("255", "export", SAMPLE, "-o", "x.mdm", "--mdx", "d/" * 130 + "x.mdx"),
             ("no kind of file", "info", "x.obj"),
             ("no command exprt", "exprt", SAMPLE),
@@ -104,12 +104,30 @@ class Usage(program.ProgramTest):
     def test_a_refused_model_says_what_does_not_hold(self):
         self.export("a.mdc")
         self.write("short.mdc", self.read("a.mdc")[:-1])
-        self.fails(1, "import", "short.mdc", "-o", "x.glb", saying=["short.mdc", "surface 1"])
+        self.fails(1, "import", "short.mdc", "-o", "x.glb", "--frame", "94",
+                   saying=["short.mdc", "surface 1", "frame 94"])
         self.export("a.mds")
         self.patch("a.mds", 4, 5)
         for command in (["import", "a.mds", "-o", "x.glb"], ["info", "a.mds"],
                         ["sequences", "a.mds", "--init"], ["convert", "a.mds", "x.mdc"]):
             self.fails(1, *command, saying=["a.mds", "version is 5"])
+        for offset, number, fault, told in (
+            (4, 5, "version is 5", {"version": 5, "numBones": 25, "bones": []}),
+            (96, 99, "", {"torsoParent": 99}),
+            (112, 1 << 30, "", {"ofsTags": 1 << 30, "tags": []}),
+            (80, 1 << 20, "the frames", {"numFrames": 1 << 20, "frames": []}),
+            (104, -8, "surface 0: its header", {"ofsSurfaces": -8, "surfaces": []}),
+        ):
+            self.export("a.mds")
+            self.patch("a.mds", offset, number)
+            result = self.marrow("info", "a.mds", "--json", code=1 if fault else 0)
+            info = json.loads(result.out)
+            self.assertIn(fault, info.get("refused", ""))
+            self.assertEqual({key: info[key] for key in told}, told)
+        self.patch("a.mdc", 76, 0)
+        result = self.marrow("info", "a.mdc", code=1)
+        self.assertIn("numFrames: 0\n", result.out)
+        self.assertIn("numFrames is 0", result.err)
         self.write("bad.glb", b"glTF" + bytes(40))
         self.fails(1, "export", "bad.glb", "-o", "x.mdc", saying=["bad.glb"])
         self.assertEqual(self.names(), ["a.mdc", "a.mds", "bad.glb", "short.mdc"])
@@ -120,7 +138,7 @@ class Export(program.ProgramTest):
         (self.dir / "models").mkdir()
         for name, options, header, frames in (
             ("x.mdc", [], "models/x.mdc", 95),
-            ("X.MDC", ["--no-models-dir"], "x.mdc", 95),
+            ("X.MDC", ["--no-models-dir"], (str(self.dir) + "/x.mdc").lower()[:63], 95),
             ("models/y.mdc", ["--start", "10", "--end", "12"], "models/y.mdc", 3),
             ("x.mdc", ["--start=-5", "--end", "0"], "models/x.mdc", 1),
             ("x.mdc", ["--start", "94", "--end", "100"], "models/x.mdc", 7),
@@ -129,6 +147,18 @@ class Export(program.ProgramTest):
             self.export(name, *options)
             info = self.info(name)
             self.assertEqual((info["name"], info["numFrames"]), (header, frames), options)
+
+    def test_stored_names_are_those_of_the_full_path(self):
+        folder = self.dir / "models" / "mapobjects"
+        (folder / "a").mkdir(parents=True)
+        for directory, typed in ((folder, "crate.mdc"), (folder / "a", "../crate.mdc"),
+                                 (self.dir, "models/mapobjects/a/../crate.mdc"),
+                                 (self.dir, "./models/mapobjects/crate.mdc")):
+            result = self.run_in(directory, "export", SAMPLE, "-o", typed, "--end", "0")
+            self.assertEqual(result.code, 0, result.err)
+            self.assertEqual(self.info("models/mapobjects/crate.mdc")["name"],
+                             "models/mapobjects/crate.mdc", typed)
+            (folder / "crate.mdc").unlink()
 
     def test_start_above_end_does_nothing(self):
         old = self.write("x.mdc", "old")

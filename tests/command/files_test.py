@@ -28,7 +28,7 @@ class Import(program.ProgramTest):
         self.export("a.mdc")
         result = self.marrow("import", "a.mdc", "-o", "94.glb", "--frame", "94")
         self.assertEqual(len(result.lines), 1, result.err)
-        self.assertRegex(result.err, r"1 image not found .*\./models/players/sample/figure\.tga")
+        self.assertRegex(result.err, r"1 image not found .*/models/players/sample/figure\.tga")
         for frame, clamped in ("95", "94"), ("-3", "0"):
             result = self.marrow("import", "a.mdc", "-o", clamped + ".glb", "--frame", frame)
             self.assertIn(f"frame {clamped} is imported", result.err)
@@ -94,6 +94,33 @@ class Import(program.ProgramTest):
         self.patch("b.mdx", 76, 5)  # numBones
         self.fails(1, "import", "a.mdm", "-o", "x.glb", "--mdx", "b.mdx",
                    saying=["a.mdm", "b.mdx", "surface 0", "vertex", "skeleton with 5"])
+
+    def test_an_mdx_may_have_any_suffix_and_needs_its_folder(self):
+        for name, written in ("skeleton.bin", "skeleton.bin"), ("skeleton", "skeleton.mdx"):
+            self.export("b.mdm", "--mdx", name)
+            self.assertEqual(self.read(written)[:4], b"MDXW")
+            self.assertEqual(types(self.imported("b.mdm", "--mdx", written)), {"bone", "skin"})
+        old = self.read("a.mdm")
+        self.fails(1, "export", program.SAMPLE, "-o", "a.mdm", "--mdx", "none/a.mdx",
+                   saying=["none/a.mdx", "no directory"])
+        self.assertEqual(self.read("a.mdm"), old)
+
+    def test_images_lie_in_the_game_however_the_path_is_typed(self):
+        folder = self.dir / "game" / "models" / "players"
+        folder.mkdir(parents=True)
+        self.export("game/models/players/a.mdc", "--end", "0")
+        info = self.info("game/models/players/a.mdc")
+        shader = next(row["shaders"][0] for row in info["surfaces"] if row["shaders"])
+        wanted = None
+        for directory, typed in ((folder, "a.mdc"), (folder.parent, "players/a.mdc"),
+                                 (folder.parent.parent, "models/players/a.mdc"),
+                                 (folder.parent, "../models/players/a.mdc"),
+                                 (self.dir, folder / "a.mdc")):
+            self.run_in(directory, "import", typed, "-o", self.dir / "out.glb")
+            images = [row["image"] for row in self.info("out.glb")["materials"]]
+            wanted = wanted or images
+            self.assertTrue(images[0].startswith(str(self.dir / "game") + "/"), (typed, images))
+            self.assertEqual(images, wanted, (typed, shader))
 
 
 class SequenceFiles(program.ProgramTest):

@@ -50,7 +50,8 @@ constexpr int kMutations = 100000;
 TEST(Hostile, Mdc) {
   const bytes good = SmallMdcModel().Write();
   const std::size_t surface = Offset(good, 104);
-  ExpectSafe(good, 0, {{0, 8}, {72, 112}, {surface + 68, surface + 124}}, kMutations, ReadMdc);
+  // Vertices of frames are asked for one by one: here those of the last surface.
+  ExpectSafe(good, 48, {{0, 8}, {72, 112}, {surface + 68, surface + 124}}, kMutations, ReadMdc);
   bytes last = good;
   SetNumber(last, surface + Offset(good, surface + 120) + 120, 0);
   EXPECT_TRUE(ReadBlock(last, ReadMdc)) << "nothing follows the last surface";
@@ -60,7 +61,9 @@ TEST(Hostile, Mds) {
   const bytes good = SmallSkelModel().WriteMds();
   const std::size_t bones = Offset(good, 92);
   const std::size_t surface = Offset(good, 104);
-  ExpectSafe(good, 0, {{0, 8}, {72, 120}, {bones + 64, bones + 80}, {surface + 132, surface + 240}},
+  // The two tags are not followed.
+  ExpectSafe(good, 144,
+             {{0, 8}, {72, 120}, {bones + 64, bones + 80}, {surface + 132, surface + 240}},
              kMutations, ReadMds);
 }
 
@@ -104,15 +107,31 @@ TEST(SkeletalReaders, FaultsNameTheirPlace) {
     std::size_t field;
     int value;
     const char* fault;
-  } cases[] = {
-      {0, 0, "ident is not MDSW"},
-      {4, 3, "version is 3: only 4 can be read"},
-      {bones + 80 + 64, 1, "bone 1 names parent 1: a parent is -1 or stands before its child"},
-      {second, 9, "surface 1: ident is 9 in place of 8"},
-      {second + 176 + 32, 3, "surface 1: vertex 0 names bone 3 of 3"},
-      {second + 176 + 32, -1, ""},
-      {second + 176 + 52 * 3, 7, "surface 1: triangle 0 names vertex 7 of 3"},
-      {80, 0, "numFrames is 0: a skeleton has at least 1 frame"}};
+  } cases[] = {{0, 0, "ident is not MDSW"},
+               {4, 3, "version is 3: only 4 can be read"},
+               {bones + 80 + 64, 1, "bone 1 names parent 1: a parent stands before its child"},
+               {bones + 80 + 64, 2, "bone 1 names parent 2: a parent stands before its child"},
+               {bones + 80 + 64, 3, ""},
+               {bones + 80 + 64, -2, ""},
+               {second, 9, "surface 1: ident is 9 in place of 8"},
+               {second + 176 + 32, 3, "surface 1: vertex 0 names bone 3 of 3"},
+               {second + 176 + 32, -1, ""},
+               {second + 172, 0, ""},
+               {second + 144, -1, ""},
+               {second + 152, -1, ""},
+               {second + 152, 9999,
+                "surface 1: the triangles do not lie inside the file (numTriangles, "
+                "ofsTriangles)"},
+               {second + 176 + 20, -1, ""},
+               {second + 176 + 52 * 3, 7, ""},
+               {84, -1, "surface 0: vertex 0 names bone 0 of 0"},
+               {104, 1 << 30, "surface 0: its header does not lie inside the file"},
+               {108, 7000, ""},
+               {112, 1 << 30, ""},
+               {112, -1, ""},
+               {80, -1, ""},
+               {80, 60, "the frames do not lie inside the file (numFrames, ofsFrames)"},
+               {80, 0, ""}};
   for (const auto& each : cases) {
     bytes bad = good;
     SetNumber(bad, each.field, each.value);
@@ -122,26 +141,78 @@ TEST(SkeletalReaders, FaultsNameTheirPlace) {
   }
 }
 
-// A small file cannot claim the same vertices or triangles for many surfaces.
-TEST(SkeletalReaders, SurfacesDoNotShareWhatTheyHold) {
-  constexpr std::size_t kSurfaces = 20;
-  constexpr std::size_t kHeader = 176;
-  constexpr std::size_t kNumVerts = 100 + 144;
-  skelmodel model = SmallSkelModel();
-  model.surfaces[0].verts.assign(200, model.surfaces[0].verts[0]);
-  model.surfaces[0].triangles.clear();
-  model.surfaces.resize(1);
-  model.surfaces.insert(model.surfaces.begin(), kSurfaces - 1, {"empty", {}, {}});
-  bytes file = model.WriteMdm();
-  const std::size_t offset = Offset(file, kNumVerts + (kSurfaces - 1) * kHeader + 4);
-  for (std::size_t s = 0; s < kSurfaces - 1; ++s) {
-    const std::size_t field = kNumVerts + s * kHeader;
-    SetNumber(file, field, 200);
-    SetNumber(file, field + 4, static_cast<int>(offset + (kSurfaces - 1 - s) * kHeader));
+using patches = std::vector<std::pair<std::size_t, std::int64_t>>;
+
+template <class File>
+std::string NamesIn(const bytes& good, const patches& changes) {
+  bytes changed = good;
+  for (const auto& [position, value] : changes) {
+    SetNumber(changed, position, static_cast<std::int32_t>(value));
   }
-  cmdmfile shared;
-  EXPECT_FALSE(shared.Parse({file.data(), file.size()}));
-  EXPECT_NE(shared.Fault().find("so far are larger than the file"), std::string::npos);
+  File file;
+  if (!file.Parse({changed.data(), changed.size()})) {
+    return file.Fault();
+  }
+  std::string names;
+  for (const auto& entry : file.surfaces) {
+    names += NameText(entry.surface->name).data() + std::string(" ");
+  }
+  if constexpr (requires { file.tags.front()->name; }) {
+    for (const mdmTag* tag : file.tags) {
+      names += NameText(tag->name).data() + std::string(" ");
+    }
+  }
+  return names;
+}
+
+// Surfaces and tags may lie in any order, and may be one and the same, as long as a small file
+// does not become a scene that no memory holds.
+TEST(Readers, OrderAndSharing) {
+  constexpr int kMany = 0x7FFFFFFF;
+  const auto expectShared = [](const std::string& fault) {
+    EXPECT_NE(fault.find("share blocks for more than a scene takes"), std::string::npos) << fault;
+  };
+  const bytes mdc = SmallMdcModel().Write();
+  const std::size_t one = Offset(mdc, 104);
+  const std::size_t two = one + Offset(mdc, one + 120);
+  const auto back = [](std::size_t from, std::size_t to) {
+    return static_cast<std::int64_t>(to) - static_cast<std::int64_t>(from);
+  };
+  EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{104, two}, {two + 120, back(two, one)}}), "cape body ");
+  EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{one + 120, 0}}), "body body ");
+  EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{one + 120, -9999}}),
+            "surface 1: its header does not lie inside the file");
+  expectShared(NamesIn<cmdcfile>(mdc, {{one + 120, 0}, {84, kMany}}));
+  // Lists without entries, wherever they are said to lie.
+  EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{80, 0}, {96, -1}, {100, 1 << 30}, {84, -3}, {104, -1}}), "");
+  EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{one + 80, -1},
+                                    {one + 96, 1 << 30},
+                                    {one + 84, 0},
+                                    {one + 100, -9999},
+                                    {one + 104, -9999},
+                                    {one + 108, 1 << 30},
+                                    {one + 88, -5},
+                                    {one + 92, 1 << 30}}),
+            "body cape ");
+  EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{one + 108, 1 << 30}}), "body cape ");
+
+  const bytes mdm = SmallSkelModel().WriteMdm();
+  const std::size_t second = 100 + Offset(mdm, 100 + 172);
+  const std::size_t tag = Offset(mdm, 92);
+  EXPECT_EQ(NamesIn<cmdmfile>(mdm, {{84, second},
+                                    {second + 172, back(second, 100)},
+                                    {92, tag + 132},
+                                    {tag + 132 + 124, -132}}),
+            "hat body tag_back tag_head ");
+  EXPECT_EQ(NamesIn<cmdmfile>(mdm, {{100 + 172, 0}, {tag + 124, 0}}),
+            "body body tag_head tag_head ");
+  EXPECT_EQ(NamesIn<cmdmfile>(mdm, {{tag + 124, -9999}}), "tag 1 does not lie inside the file");
+  expectShared(NamesIn<cmdmfile>(mdm, {{100 + 172, 0}, {80, kMany}}));
+  expectShared(NamesIn<cmdmfile>(mdm, {{tag + 124, 0}, {88, kMany}}));
+  EXPECT_EQ(NamesIn<cmdmfile>(mdm, {{80, 0}, {84, -1}, {88, -4}, {92, 1 << 30}}), "");
+  // Both lists are looked into, so that all that is wrong is told.
+  EXPECT_EQ(NamesIn<cmdmfile>(mdm, {{100, 8}, {92, -1}}),
+            "surface 0: ident is 8 in place of 9; tag 0 does not lie inside the file");
 }
 
 }  // namespace

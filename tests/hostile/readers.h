@@ -28,17 +28,20 @@ bool ReadAs(const unsigned char* data, std::size_t size, float (*use)(const File
 inline float SumOf(const cmdcfile& file) {
   float sum = 0.0F;
   for (int f = 0; f < file.header->numFrames; ++f) {
+    if (std::string fault; !file.HoldsFrame(f, fault)) {
+      continue;
+    }
     for (const cmdctagentry& tag : file.tagTable) {
       sum += file.TagPosition(tag, f)[0] + cmdcfile::TagAngles(tag, f)[2] + (*tag.name)[63];
     }
     for (const cmdcsurfentry& entry : file.surfaces) {
-      for (int v = 0; v < entry.surface->numVerts; ++v) {
+      for (int v = 0; v < entry.numVerts; ++v) {
         sum += file.VertexPosition(entry, f, v)[0] + entry.st[v][1];
       }
-      for (int t = 0; t < entry.surface->numTriangles; ++t) {
-        sum += entry.st[entry.triangles[t][2]][0];
+      for (int t = 0; t < entry.numTriangles; ++t) {
+        sum += static_cast<float>(entry.triangles[t][2]);
       }
-      for (int k = 0; k < entry.surface->numShaders; ++k) {
+      for (int k = 0; k < entry.numShaders; ++k) {
         sum += entry.shaders[k].name[63];
       }
     }
@@ -54,17 +57,16 @@ inline float SumOf(const skelmesh& mesh, std::int32_t numBones) {
   float sum = 0.0F;
   const std::vector<float> poses(static_cast<std::size_t>(numBones), 1.0F);
   for (const skelsurfentry& entry : mesh.surfaces) {
-    std::vector<float> us;
     cvertexwalk walk = mesh.Vertices(entry);
-    for (std::int32_t v = 0; v < entry.surface->numVerts; ++v, walk.Next()) {
-      us.push_back(walk.Vertex().texCoords[0]);
-      for (std::int32_t w = 0; w < walk.Vertex().numWeights; ++w) {
+    for (std::int32_t v = 0; v < entry.numVerts; ++v, walk.Next()) {
+      sum += walk.Vertex().texCoords[0];
+      for (std::int32_t w = 0; w < walk.NumWeights(); ++w) {
         const std::int32_t bone = walk.Weights()[w].boneIndex;
         sum += bone < 0 ? 0.0F : poses[static_cast<std::size_t>(bone)];
       }
     }
-    for (std::int32_t t = 0; t < entry.surface->numTriangles; ++t) {
-      sum += us[static_cast<std::size_t>(entry.triangles[t][2])];
+    for (std::int32_t t = 0; t < entry.numTriangles; ++t) {
+      sum += static_cast<float>(entry.triangles[t][2]);
     }
   }
   return sum;
@@ -75,7 +77,7 @@ inline float SumOf(const skelrig& rig) {
   std::vector<float> poses(static_cast<std::size_t>(rig.numBones));
   for (const skelFrame* frame : rig.frames) {
     for (std::size_t b = 0; b < poses.size(); ++b) {
-      const std::int32_t parent = rig.bones[b].parent;
+      const std::int32_t parent = rig.Parent(b);
       poses[b] =
           parent < 0 ? float{frame->parentOffset[2]} : poses[static_cast<std::size_t>(parent)];
       sum += poses[b] + static_cast<float>(skelrig::BoneFrames(frame)[b].ofsAngles[1]);
@@ -87,7 +89,7 @@ inline float SumOf(const skelrig& rig) {
 inline bool ReadMds(const unsigned char* data, std::size_t size) {
   return ReadAs<cmdsfile>(data, size, [](const cmdsfile& file) {
     float sum = SumOf(static_cast<const skelrig&>(file)) + SumOf(file, file.numBones);
-    for (std::int32_t t = 0; t < file.header->numTags; ++t) {
+    for (std::int32_t t = 0; t < file.numTags; ++t) {
       sum += file.tags[t].name[63];
     }
     return sum;

@@ -1,6 +1,7 @@
 // The importers of mds and of mdm with mdx, on files written byte by byte.
 
 #include <algorithm>
+#include <optional>
 
 #include "samples/skelmodel.h"
 #include "skeletal/exporttest.h"
@@ -34,8 +35,13 @@ class importtest : public exporttest {
   int Run() {
     NewScene();
     scene->animStart = scene->animTime = 9;
-    directory.Write("skeletons/run.mdx", model.WriteMdx());
-    return Import(mds ? directory.Write("models/x/test.mds", model.WriteMds())
+    bytewriter rig;
+    rig.I8(mds ? model.WriteMds() : model.WriteMdx());
+    if (countedFrames) {
+      rig.Patch(mds ? 80 : 72, *countedFrames);
+    }
+    directory.Write("skeletons/run.mdx", rig.Content());
+    return Import(mds ? directory.Write("models/x/test.mds", rig.Content())
                       : directory.Write("models/x/test.mdm", model.WriteMdm()));
   }
   void WriteSequences(const std::string& lines) const {
@@ -63,6 +69,8 @@ class importtest : public exporttest {
 
   const bool mds;
   skelmodel model = SmallSkelModel();
+  // In place of the number of the model's frames.
+  std::optional<int> countedFrames;
   std::string skeletonPath = directory.File("skeletons/run.mdx");
   // The user at the options dialog, and what it showed: its caption and its rows.
   std::vector<int> unchecked;
@@ -260,6 +268,67 @@ TEST_P(BothImports, LackingPartsAreNoFaultWrongOnesAre) {
   model.tags.clear();
   ASSERT_EQ(Run(), 1);
   EXPECT_EQ(scene->Nodes().size(), 3U);
+}
+
+// Without bones a file's frames are a number alone, which is what the exporters write.
+TEST_P(BothImports, FramesOfAModelWithoutBonesCount) {
+  model = {};
+  WriteSequences("a 0 3 0 0\nb 3 9 0 0\n");
+  const struct {
+    int frames;
+    std::vector<int> selected;
+    int animEnd;
+    std::string notes;
+    std::size_t texts;
+  } cases[] = {{8, {0, 1}, 8, "a 0 3 0 0\nb 3 9 0 0\n", 8},
+               {8, {1}, 5, "b 4 5 0 0\n", 5},
+               {8, {}, 100, "", 0},
+               {0, {}, 100, "", 0},
+               {0x7FFFFFFF, {0, 1}, 0x7FFFFFFF, "a 0 3 0 0\nb 3 9 0 0\n", 65535},
+               {-3, {0, 1}, 0, "a 0 3 0 0\nb 3 9 0 0\n", 0}};
+  for (const auto& each : cases) {
+    SCOPED_TRACE(std::to_string(each.frames));
+    countedFrames = each.frames;
+    selected = each.selected;
+    log = {};
+    ASSERT_EQ(Run(), 1);
+    EXPECT_EQ(scene->animEnd, each.animEnd);
+    EXPECT_NE(Notes().find("Num Frames:   " + std::to_string(each.frames) + "\n"),
+              std::string::npos);
+    EXPECT_TRUE(Notes().ends_with(": " + std::to_string(each.selected.size()) + "\n" + each.notes));
+    EXPECT_EQ(std::ranges::count_if(
+                  log.Texts(), [](const std::string& text) { return text.starts_with("Calc"); }),
+              static_cast<std::ptrdiff_t>(each.texts));
+  }
+}
+
+TEST_P(BothImports, WithoutFramesOnlyWhatAsksForNoneIsMade) {
+  countedFrames = 0;
+  WriteSequences("a 0 3 0 0\n");
+  selected = {0};
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(scene->Nodes().size(), NumBones() + 2);
+  EXPECT_EQ(KeysOf(0).size(), 0U);
+  EXPECT_EQ(scene->animEnd, 0);
+  for (const int box : {kBones, kAnimation}) {
+    unchecked = {box};
+    EXPECT_EQ(Run(), 0);
+    ExpectSceneUntouched();
+  }
+}
+
+TEST_P(BothImports, ABoneWhoseParentIsNoneOfTheListIsATopBone) {
+  std::vector<ckey> wanted;
+  for (const int parent : {-1, -2, 3, 0x7FFFFFFF}) {
+    SCOPED_TRACE(parent);
+    model.bones[1].parent = parent;
+    ASSERT_EQ(Run(), 1);
+    EXPECT_EQ(scene->Nodes()[1]->GetParent(), nullptr);
+    const ckey key = KeysOf(1).at(0);
+    wanted.push_back(key);
+    ExpectPoint(key.pos, wanted[0].pos, 0.0F);
+    EXPECT_EQ(key.rot.w, wanted[0].rot.w);
+  }
 }
 
 using PairImport = importtest;

@@ -15,9 +15,13 @@ using description = nlohmann::ordered_json;
 
 // Every field of the header under its name, then lists of bones, tags, surfaces and frames, as far
 // as the format has them; "normals" counts those that the file has room for, "normalsSet" those of
-// them that are not 0. `limits` gets a line for each limit of the games that the model passes.
-// Fails when the file does not hold.
-description DescribeModel(const std::string& path, filekind kind, std::vector<std::string>& limits);
+// them that are not 0.
+struct modelfindings {
+  std::string fault;                // why an importer would refuse the file; empty: it does not
+  std::vector<std::string> limits;  // a line for each limit of the games that the model passes
+};
+// Of a file that an importer would refuse, what comes before the fault is described.
+description DescribeModel(const std::string& path, filekind kind, modelfindings& found);
 
 // "fps", "clips" as they lie on the time line, "nodes", "skins", "meshes", "materials", "notes".
 description DescribeScene(const core::scene& scene, double fps);

@@ -2,7 +2,6 @@
 #include <set>
 
 #include "command/describe/describe.h"
-#include "command/failure.h"
 #include "command/files/modellimits.h"
 #include "mdc/mdcfile.h"
 #include "mdmmdx/mdmfile.h"
@@ -131,9 +130,9 @@ void CountNormals(description& whole, const skelmesh& mesh) {
   std::int64_t all = 0;
   std::int64_t set = 0;
   for (const skelsurfentry& entry : mesh.surfaces) {
-    all += entry.surface->numVerts;
+    all += entry.numVerts;
     cvertexwalk walk = mesh.Vertices(entry);
-    for (std::int32_t v = 0; v < entry.surface->numVerts; ++v, walk.Next()) {
+    for (std::int32_t v = 0; v < entry.numVerts; ++v, walk.Next()) {
       const auto& normal = walk.Vertex().normal;
       set += normal[0] != 0.0F || normal[1] != 0.0F || normal[2] != 0.0F ? 1 : 0;
     }
@@ -146,10 +145,11 @@ void CountNormals(description& whole, const cmdcfile& file) {
   std::int64_t all = 0;
   std::int64_t set = 0;
   for (const cmdcsurfentry& entry : file.surfaces) {
-    const std::set<const mdcXyzNormal*> bases(entry.baseByFrame.begin(), entry.baseByFrame.end());
+    std::set<const mdcXyzNormal*> bases(entry.baseByFrame.begin(), entry.baseByFrame.end());
+    bases.erase(nullptr);  // of a frame that names none inside the file
     for (const mdcXyzNormal* base : bases) {
-      all += entry.surface->numVerts;
-      set += std::count_if(base, base + entry.surface->numVerts,
+      all += entry.numVerts;
+      set += std::count_if(base, base + entry.numVerts,
                            [](const mdcXyzNormal& vertex) { return vertex.normal != 0; });
     }
   }
@@ -163,8 +163,8 @@ description Surfaces(const skelmesh& mesh) {
     std::int64_t weights = 0;
     std::int32_t most = 0;
     cvertexwalk walk = mesh.Vertices(entry);
-    for (std::int32_t v = 0; v < surface.numVerts; ++v, walk.Next()) {
-      const std::int32_t count = walk.Vertex().numWeights;
+    for (std::int32_t v = 0; v < entry.numVerts; ++v, walk.Next()) {
+      const std::int32_t count = walk.NumWeights();
       weights += count;
       most = std::max(most, count);
     }
@@ -193,7 +193,7 @@ description Describe(const cmdcfile& file) {
   for (const cmdcsurfentry& entry : file.surfaces) {
     const mdcSurface& surface = *entry.surface;
     description shaders = description::array();
-    for (std::int32_t s = 0; s < surface.numShaders; ++s) {
+    for (std::int32_t s = 0; s < entry.numShaders; ++s) {
       shaders.push_back(Value(entry.shaders[s].name));
     }
     surfaces.push_back({{"name", Value(surface.name)},
@@ -205,12 +205,19 @@ description Describe(const cmdcfile& file) {
                         {"numCompFrames", Value(surface.numCompFrames)}});
   }
   description& frames = whole["frames"] = description::array();
-  for (std::int32_t f = 0; f < file.header->numFrames; ++f) {
+  description refused = description::array();
+  for (std::int32_t f = 0; file.frames != nullptr && f < file.header->numFrames; ++f) {
     const mdcFrame& frame = file.frames[f];
     frames.push_back({{"name", Value(frame.name)},
                       {"bounds", Value(frame.bounds)},
                       {"localOrigin", Value(frame.localOrigin)},
                       {"radius", Value(frame.radius)}});
+    if (std::string fault; !file.HoldsFrame(f, fault)) {
+      refused.push_back({{"frame", f}, {"why", std::move(fault)}});
+    }
+  }
+  if (!refused.empty()) {
+    whole["refusedFrames"] = std::move(refused);
   }
   return whole;
 }
@@ -220,7 +227,7 @@ description Describe(const cmdsfile& file) {
   CountNormals(whole, file);
   whole["bones"] = Bones(file);
   description& tags = whole["tags"] = description::array();
-  for (std::int32_t t = 0; t < file.header->numTags; ++t) {
+  for (std::int32_t t = 0; t < file.numTags; ++t) {
     const mdsTag& tag = file.tags[t];
     tags.push_back({{"name", Value(tag.name)},
                     {"torsoWeight", Value(tag.torsoWeight)},
@@ -253,30 +260,31 @@ description Describe(const cmdxfile& file) {
   return whole;
 }
 
+// A file that is refused has its tables up to what does not hold.
 template <class File>
-description DescribeFile(const std::string& path, std::vector<std::string>& limits) {
+description DescribeFile(const std::string& path, modelfindings& found) {
   File file;
   if (!file.Load(path.c_str())) {
-    throw failure(path,
-                  "is refused: " + (file.Fault().empty() ? "it cannot be read" : file.Fault()));
+    found.fault = file.Fault().empty() ? "it cannot be read" : file.Fault();
   }
-  limits = PassedLimits(file);
-  return Describe(file);
+  if (found.fault.empty()) {
+    found.limits = PassedLimits(file);
+  }
+  return file.header == nullptr ? description::object() : Describe(file);
 }
 
 }  // namespace
 
-description DescribeModel(const std::string& path, filekind kind,
-                          std::vector<std::string>& limits) {
+description DescribeModel(const std::string& path, filekind kind, modelfindings& found) {
   switch (kind) {
     case filekind::Mdc:
-      return DescribeFile<cmdcfile>(path, limits);
+      return DescribeFile<cmdcfile>(path, found);
     case filekind::Mds:
-      return DescribeFile<cmdsfile>(path, limits);
+      return DescribeFile<cmdsfile>(path, found);
     case filekind::Mdm:
-      return DescribeFile<cmdmfile>(path, limits);
+      return DescribeFile<cmdmfile>(path, found);
     default:
-      return DescribeFile<cmdxfile>(path, limits);
+      return DescribeFile<cmdxfile>(path, found);
   }
 }
 

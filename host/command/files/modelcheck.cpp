@@ -94,6 +94,18 @@ std::string Summary(const foundmodel& found, std::uint32_t size) {
   return text + Counted(size, "byte");
 }
 
+// Why a file that holds cannot be imported with this frame, or without its first frame.
+template <class File>
+std::string FaultOfFrame(const File& file, int frame) {
+  std::string fault;
+  if constexpr (requires { file.HoldsFrame(frame, fault); }) {
+    file.HoldsFrame(frame, fault);
+  } else if constexpr (requires { file.HasFirstFrame(); }) {
+    fault = file.HasFirstFrame() ? "" : "numFrames is 0, and the first frame is asked for";
+  }
+  return fault;
+}
+
 template <class File>
 double Reach(const File& /*file*/) {
   return 0.0;
@@ -185,9 +197,10 @@ std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath) 
   });
 }
 
-std::string WhyRefused(const std::string& path, const std::string& mdxPath) {
+std::string WhyRefused(const std::string& path, const std::string& mdxPath,
+                       const std::optional<int>& frame) {
   const filekind kind = KindOf(path);
-  const auto holds = [](const auto& /*file*/) { return std::string(); };
+  const auto holds = [&](const auto& file) { return FaultOfFrame(file, frame.value_or(0)); };
   std::string fault = LoadKind(path, kind, holds);
   if (!fault.empty()) {
     return "is refused: " + fault;

@@ -38,8 +38,9 @@ std::string FaultOfWritten(const std::string& path, filekind kind, const expecte
 // What does not fit between the two files of a model; empty when they fit.
 std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath);
 
-// Why an importer gave 0 for the file. The mdx is that of an mdm.
-std::string WhyRefused(const std::string& path, const std::string& mdxPath);
+// Why an importer gave 0 for the file. The mdx is that of an mdm, the frame that of an mdc.
+std::string WhyRefused(const std::string& path, const std::string& mdxPath,
+                       const std::optional<int>& frame);
 
 // Frames of a skeletal model: of an mds or mdx file. Fails when it cannot be read.
 std::int64_t FramesOf(const std::string& path, filekind kind);

@@ -95,7 +95,7 @@ std::vector<std::string> PassedLimits(const cmdcfile& file) {
   }
   for (const cmdcsurfentry& entry : file.surfaces) {
     found.AddSurface(*entry.surface);
-    for (std::int32_t s = 0; s < entry.surface->numShaders; ++s) {
+    for (std::int32_t s = 0; s < entry.numShaders; ++s) {
       found.Name(entry.shaders[s].name);
     }
   }

@@ -113,19 +113,19 @@ void RequireReadable(const std::string& path) {
 
 bool HasModelsFolder(const std::string& path) { return ModelsFolder(path) != std::string::npos; }
 
-std::string ImportPath(const std::string& path) {
-  const std::size_t folder = ModelsFolder(path);
-  if (folder == 0) {
-    return "./" + path;
+std::string FullPath(const std::string& path) {
+  std::error_code error;
+  const fs::path whole = fs::absolute(core::PathOf(path), error);
+  if (error) {
+    return path;
   }
-  if (folder == std::string::npos) {
-    std::error_code error;
-    std::string whole = fs::absolute(core::PathOf(path), error).string();
-    if (!error && HasModelsFolder(whole)) {
-      return whole;
-    }
-  }
-  return path.find_first_of("/\\") == std::string::npos ? "./" + path : path;
+  // "a/../b" is b, unless a is a link to elsewhere.
+  const fs::path plain = whole.lexically_normal();
+  return (fs::equivalent(whole.parent_path(), plain.parent_path(), error) ? plain : whole).string();
+}
+
+std::string MdxToWrite(const std::string& mdx) {
+  return mdx.empty() || FullPath(mdx).find('.') != std::string::npos ? mdx : mdx + ".mdx";
 }
 
 std::string SkeletonOf(const std::string& mdmPath, const std::string& chosen) {

@@ -26,10 +26,12 @@ bool IsTagName(const std::string& name);
 // Fails unless the file can be read.
 void RequireReadable(const std::string& path);
 
-// The path that an importer gets for a model. It wants one that leads through the game's models
-// folder, with something before it, since it derives the game's directory and that of the files
-// beside the model from it: the user's own where it does, else the absolute path.
-std::string ImportPath(const std::string& path);
+// The path that a handler gets, from the file system's root on: handlers derive the game's
+// directory and the names that they store from it.
+std::string FullPath(const std::string& path);
+// The file that --mdx names for an export: the handler adds ".mdx" where the whole path has no full
+// stop. Empty stays empty.
+std::string MdxToWrite(const std::string& mdx);
 // Whether the path leads through a models folder, without which an importer reads no .skin file.
 bool HasModelsFolder(const std::string& path);
 

@@ -70,7 +70,7 @@ class normaltaker {
     const std::vector<cskin*> skins = SkinsOf(scene);
     for (std::size_t s = 0; s < skins.size() && skins.size() == file.surfaces.size(); ++s) {
       const skelsurfentry& entry = file.surfaces[s];
-      if (static_cast<std::size_t>(entry.surface->numVerts) == skins[s]->Skin().mesh.verts.size() &&
+      if (static_cast<std::size_t>(entry.numVerts) == skins[s]->Skin().mesh.verts.size() &&
           rest_.IsSkinned(Index(*skins[s]))) {
         Add(*skins[s], entry, file);
       }

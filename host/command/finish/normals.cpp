@@ -54,7 +54,7 @@ std::vector<source> SourcesOf(const cmdcfile& file, const core::scene& scene) {
     } else {
       from.mesh.BuildFromMesh(static_cast<cmesh*>(nodes[s]), 2);
     }
-    RequireVertices(file.surfaces[s].surface->numVerts, from.mesh, s);
+    RequireVertices(file.surfaces[s].numVerts, from.mesh, s);
   }
   return sources;
 }
@@ -162,7 +162,7 @@ void SetSkinNormals(const skelmesh& file, const core::scene& scene) {
     cexpmesh mesh;
     mesh.BuildFromSkin(&skin, 2);
     const skelsurfentry& entry = file.surfaces[s];
-    RequireVertices(entry.surface->numVerts, mesh, s++);
+    RequireVertices(entry.numVerts, mesh, s++);
     cvertexwalk walk = file.Vertices(entry);
     for (std::int32_t v = 0; v < mesh.numVerts; ++v, walk.Next()) {
       const core::skinstretch& weights = state.stretches[mesh.vertMap.Data()[v]];

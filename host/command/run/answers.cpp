@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "command/files/paths.h"
 #include "command/wording.h"
 
 namespace command {
@@ -67,7 +68,7 @@ void exportanswers::Attach(desktop::scripteddesktop& desk) {
     Answer(window, {1020, 1021, 1018});
   };
   desk.onSaveFile = [this](const cfiledialog& /*dialog*/, std::string& path) {
-    path = choices_.mdx;
+    path = choices_.mdx.empty() ? std::string() : FullPath(choices_.mdx);
     return !path.empty();
   };
 }
@@ -103,7 +104,7 @@ void importanswers::Attach(desktop::scripteddesktop& desk) {
     AnswerSkeletal(window);
   };
   desk.onOpenFile = [this](const cfiledialog& /*dialog*/, std::string& path) {
-    path = choices_.mdx;
+    path = choices_.mdx.empty() ? std::string() : FullPath(choices_.mdx);
     return !path.empty();
   };
 }
@@ -111,6 +112,7 @@ void importanswers::Attach(desktop::scripteddesktop& desk) {
 void importanswers::AnswerMdc(desktop::scriptedwindow& window) {
   Fill(window, kFrame, choices_.frame);
   const int last = Number(window, kNumFrames) - 1;
+  frame_ = std::clamp(choices_.frame.value_or(0), 0, std::max(last, 0));
   if (choices_.frame && (*choices_.frame > last || *choices_.frame < 0)) {
     clampedTo_ = std::clamp(*choices_.frame, 0, last);
   }

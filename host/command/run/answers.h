@@ -84,6 +84,8 @@ class importanswers {
   const std::string& Skin() const { return skin_; }
   // The frame that was too high, clamped to the model's last.
   std::optional<int> ClampedTo() const { return clampedTo_; }
+  // The frame of an mdc that was asked for, once it was.
+  std::optional<int> Frame() const { return frame_; }
 
  private:
   void AnswerMdc(desktop::scriptedwindow& window);
@@ -96,6 +98,7 @@ class importanswers {
   bool noSequences_ = false;
   std::string skin_;
   std::optional<int> clampedTo_;
+  std::optional<int> frame_;
 };
 
 }  // namespace command

@@ -73,9 +73,9 @@ void TellWhatWasHelped(console& out, const std::string& path, const helperbones&
   }
 }
 
-void TellWhatIsLost(console& out, const std::string& path, const core::scene& scene,
+void TellWhatIsLost(console& out, const std::string& path, filekind kind, const core::scene& scene,
                     const std::optional<framerange>& range) {
-  if (const filekind kind = KindOf(path); IsSkeletal(kind) && range) {
+  if (IsSkeletal(kind) && range) {
     for (const std::string& loss : SkeletonLosses(scene, kind, *range)) {
       out.Warning(path, loss);
     }
@@ -94,9 +94,8 @@ bool AddChosen(console& out, keptfiles& kept, const std::string& path) {
 }
 
 // Reads back what the run wrote; fails where it is not what the scene has.
-writtenmodel CheckWritten(const std::string& path, const core::scene& scene,
+writtenmodel CheckWritten(const std::string& path, filekind kind, const core::scene& scene,
                           const std::optional<framerange>& range) {
-  const filekind kind = KindOf(path);
   writtenmodel written;
   const std::string fault = FaultOfWritten(path, kind, ExpectedOf(scene, kind, range), written);
   if (!fault.empty()) {
@@ -139,7 +138,17 @@ void WriteSequences(console& out, const std::string& animated, const exportoptio
 void CheckExport(const std::string& path, const exportoptions& options) {
   const filekind kind = KindOf(path);
   options.table.RequireFor(kind, path);
-  CheckMdxPath(options.choices.mdx);
+  if (const std::string mdx = MdxToWrite(options.choices.mdx); !mdx.empty()) {
+    CheckMdxPath(mdx);
+    const std::string whole = FullPath(mdx);
+    if (whole == FullPath(path)) {
+      throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
+    }
+    const std::filesystem::path folder = core::PathOf(whole).parent_path();
+    if (std::error_code error; !std::filesystem::is_directory(folder, error)) {
+      throw failure(mdx, "there is no directory " + folder.string());
+    }
+  }
   if (kind == filekind::Mdm && options.sequences && options.choices.mdx.empty()) {
     throw failure(path,
                   "--sequences needs --mdx FILE: the sequence file of an mdm lies beside its mdx",
@@ -150,7 +159,7 @@ void CheckExport(const std::string& path, const exportoptions& options) {
 int ExportModel(console& out, modelhost& host, const std::string& path,
                 const exportoptions& options, double fps, core::scene& scene) {
   const filekind kind = KindOf(path);
-  std::string mdx = options.choices.mdx;
+  std::string mdx = MdxToWrite(options.choices.mdx);
   const module::handler& handler = host.ExporterOf(path);
   if (!scene.Nodes().empty()) {
     TellWhatIsLeftOut(out, path, kind, options.choices, scene);
@@ -167,6 +176,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     kept.Add(mdx);
   }
   exportchoices choices = options.choices;
+  choices.mdx = mdx;
   if (kind == filekind::Mdc) {
     choices.mostFrames = kMostMdcFrames;
   }
@@ -190,10 +200,10 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   const std::optional<framerange>& range = answers.Range();
   FinishModel(out, path, path, kind, options.finish, scene, range);
-  const writtenmodel written = CheckWritten(path, scene, range);
+  const writtenmodel written = CheckWritten(path, kind, scene, range);
   writtenmodel writtenMdx;
   if (!mdx.empty()) {
-    writtenMdx = CheckWritten(mdx, scene, range);
+    writtenMdx = CheckWritten(mdx, filekind::Mdx, scene, range);
     if (const std::string fault = FaultOfPair(path, mdx); !fault.empty()) {
       throw failure(path,
                     "does not fit to " + mdx + ", so everything is as it was before: " + fault);
@@ -201,9 +211,9 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   kept.Keep();
   TellWhatWasHelped(out, path, helped);
-  TellWhatIsLost(out, path, scene, range);
+  TellWhatIsLost(out, path, kind, scene, range);
   if (!mdx.empty()) {
-    TellWhatIsLost(out, mdx, scene, range);
+    TellWhatIsLost(out, mdx, filekind::Mdx, scene, range);
   }
   TellWritten(out, path, written);
   if (!mdx.empty()) {

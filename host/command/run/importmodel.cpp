@@ -29,7 +29,7 @@ void TellWhatChanged(console& out, const std::string& path, const importchoices&
     out.Warning(path, "has no frame " + std::to_string(*choices.frame) + ": frame " +
                           std::to_string(*answers.ClampedTo()) + " is imported");
   }
-  if (!answers.Skin().empty() && !HasModelsFolder(ImportPath(path))) {
+  if (!answers.Skin().empty() && !HasModelsFolder(FullPath(path))) {
     out.Warning(path, answers.Skin() +
                           " is not read, so surfaces wear no images: its paths begin "
                           "at the game's directory, which is known only of a model "
@@ -69,19 +69,22 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
     CheckMdxPath(chosen.mdx);
   }
   importanswers answers(chosen);
-  const int result = host.Import(handler, scene, ImportPath(path), answers,
-                                 [&](const std::string& mdx) { chosen.mdx = mdx; });
+  const int result =
+      host.Import(handler, scene, path, answers, [&](const std::string& mdx) { chosen.mdx = mdx; });
   if (!answers.Refusal().empty()) {
     throw failure(path, answers.Refusal());
   }
   if (result == kRunFailed && !host.Told()) {
-    throw failure(path, WhyRefused(path, chosen.mdx));
+    throw failure(path, WhyRefused(path, chosen.mdx, answers.Frame()));
   }
   if (result == kRunNothing) {
     return kExitNothing;
   }
   if (result == kRunFailed) {
     return kExitFailed;
+  }
+  for (const std::string& warning : scene.warnings) {
+    out.Warning(path, warning);
   }
   TellWhatChanged(out, path, chosen, answers);
   TellMissingImages(out, path, scene);

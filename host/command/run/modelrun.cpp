@@ -76,14 +76,14 @@ int modelhost::Import(const module::handler& handler, core::scene& scene, const 
                       importanswers& answers,
                       const std::function<void(const std::string&)>& onMdx) {
   return Run(scene, path, answers, {{}, onMdx, {}},
-             [&] { return handler.importer->Import(path.c_str()); });
+             [&] { return handler.importer->Import(FullPath(path).c_str()); });
 }
 
 int modelhost::Export(const module::handler& handler, core::scene& scene, const std::string& path,
                       exportanswers& answers,
                       const std::function<bool(const std::string&)>& onMdx) {
   return Run(scene, path, answers, {{}, {}, onMdx},
-             [&] { return handler.exporter->Export(path.c_str()); });
+             [&] { return handler.exporter->Export(FullPath(path).c_str()); });
 }
 
 template <class Answers, class Body>
