@@ -9,8 +9,10 @@ set_target_properties(marrow_module PROPERTIES INSTALL_RPATH "$ORIGIN" EXPORT_NA
 set_target_properties(marrow_formats PROPERTIES EXPORT_NAME formats)
 set_target_properties(marrow_gltf PROPERTIES EXPORT_NAME gltf)
 set_target_properties(marrow_loader PROPERTIES EXPORT_NAME loader)
+set_target_properties(marrow_files PROPERTIES EXPORT_NAME files)
 
-install(TARGETS marrow Core marrow_module marrow_formats marrow_gltf marrow_loader EXPORT Marrow
+install(TARGETS marrow Core marrow_module marrow_files marrow_formats marrow_gltf marrow_loader
+  EXPORT Marrow
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/scene.h"
+#include "files/replacement.h"
 
 namespace gltf {
 
@@ -48,8 +49,12 @@ bool ReadScene(const std::string& path, const options& how, core::scene& scene, 
 // Writes the scene. One animation for each of `NamedClips`; without any, one for all frames of a
 // scene in which something moves. A name that ends in .gltf gets its buffer and images in files of
 // their own beside it, every other name one binary file. False when the file cannot be written or
-// the scene has what no file can hold; an older file under the name is then as it was.
+// the scene has what no file can hold; older files under the names are then as they were.
 bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
                 report& told);
+
+// The same into a set of files that the caller commits.
+bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
+                files::replacement& into, report& told);
 
 }  // namespace gltf

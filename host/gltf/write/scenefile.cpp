@@ -9,7 +9,6 @@
 
 #include "core/utf8path.h"
 #include "gltf/write/fault.h"
-#include "gltf/write/newfiles.h"
 
 namespace gltf {
 
@@ -181,7 +180,7 @@ std::string scenefile::NameBeside(const std::string& tail) const {
   return core::PathOf(path_).stem().string() + tail;
 }
 
-void scenefile::Save() {
+void scenefile::Save(files::replacement& into) {
   static constexpr std::uint8_t kZeros[3] = {};
   std::vector<std::span<const std::uint8_t>> data;
   std::uint64_t size = 0;
@@ -210,16 +209,15 @@ void scenefile::Save() {
     throw writefault("the file would be larger than 4 GB");
   }
 
-  newfiles files;
   if (split_) {
     const std::filesystem::path folder = core::PathOf(path_).parent_path();
     for (const sidefile& image : images_) {
-      files.Write((folder / core::PathOf(image.name)).string(), std::array{std::span(image.bytes)});
+      into.Write((folder / core::PathOf(image.name)).string(), std::array{std::span(image.bytes)});
     }
     if (size != 0) {
-      files.Write((folder / core::PathOf(dataName)).string(), data);
+      into.Write((folder / core::PathOf(dataName)).string(), data);
     }
-    files.Write(path_, std::array{BytesOf(text)});
+    into.Write(path_, std::array{BytesOf(text)});
   } else {
     const auto textSize = static_cast<std::uint32_t>(text.size());
     const auto dataSize = static_cast<std::uint32_t>(size);
@@ -231,9 +229,8 @@ void scenefile::Save() {
       pieces.push_back(BytesOf(dataHead));
       pieces.insert(pieces.end(), data.begin(), data.end());
     }
-    files.Write(path_, pieces);
+    into.Write(path_, pieces);
   }
-  files.Commit();
 }
 
 }  // namespace gltf

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "files/replacement.h"
+
 namespace gltf {
 
 using nlohmann::ordered_json;
@@ -39,8 +41,9 @@ class scenefile {
   int AddImage(const std::string& name, const std::string& mimeType,
                std::vector<std::uint8_t> bytes);
 
-  // Writes all files. Throws writefault.
-  void Save();
+  // Writes all files, the scene's own last, without committing them. Throws writefault and
+  // files::fault.
+  void Save(files::replacement& into);
 
  private:
   struct viewdata {

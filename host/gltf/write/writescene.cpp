@@ -2,6 +2,7 @@
 #include <new>
 
 #include "core/state.h"
+#include "core/utf8path.h"
 #include "gltf/convention.h"
 #include "gltf/gltf.h"
 #include "gltf/write/animations.h"
@@ -78,7 +79,8 @@ void WriteNodes(const core::scene& scene, const skinning& skins, const layout& p
   }
 }
 
-void Write(const core::scene& scene, const std::string& path, const options& how, report& told) {
+void Write(const core::scene& scene, const std::string& path, const options& how,
+           files::replacement& into, report& told) {
   if (!(how.scale > 0.0) || !std::isfinite(how.scale) || !(how.fps > 0.0) ||
       !std::isfinite(how.fps)) {
     throw writefault("the scale and the frames a second must be above 0");
@@ -101,24 +103,48 @@ void Write(const core::scene& scene, const std::string& path, const options& how
     WriteSkin(skins, plan, how, file);
   }
   WriteAnimations(scene, plan, how, file);
-  file.Save();
+  file.Save(into);
   told.bind = skins.Residual();
+}
+
+std::string FileFault(const files::fault& fault) {
+  return core::PathOf(fault.Path()).filename().string() + ": " + fault.what();
 }
 
 }  // namespace
 
 bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
-                report& told) {
+                files::replacement& into, report& told) {
   told = {};
   try {
-    Write(scene, path, how, told);
+    Write(scene, path, how, into, told);
     return true;
   } catch (const writefault& fault) {
     told.fault = fault.what();
+  } catch (const files::fault& fault) {
+    told.fault = FileFault(fault);
   } catch (const std::bad_alloc&) {
     told.fault = "there is not enough memory to write the scene";
   }
   return false;
+}
+
+bool WriteScene(const core::scene& scene, const std::string& path, const options& how,
+                report& told) {
+  std::vector<std::string> warnings;
+  files::replacement into([&](const std::string& file, const std::string& text) {
+    warnings.push_back(file + " " + text);
+  });
+  if (!WriteScene(scene, path, how, into, told)) {
+    return false;
+  }
+  try {
+    into.Commit();
+  } catch (const files::fault& fault) {
+    told.fault = FileFault(fault);
+  }
+  told.warnings.insert(told.warnings.end(), warnings.begin(), warnings.end());
+  return told.fault.empty();
 }
 
 }  // namespace gltf

@@ -1,0 +1,55 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include "files/disk.h"
+
+namespace files {
+
+namespace {
+
+int Flush(const std::string& path, int flags) {
+  const int file = open(path.c_str(), flags | O_CLOEXEC);
+  if (file < 0) {
+    return errno;
+  }
+  // A file system that cannot flush (EINVAL) has nothing to lose by it.
+  const int error = fsync(file) == 0 || errno == EINVAL ? 0 : errno;
+  return close(file) == 0 || error != 0 ? error : errno;
+}
+
+}  // namespace
+
+int FlushFile(const std::string& path) { return Flush(path, O_RDONLY); }
+int FlushFolder(const std::string& path) { return Flush(path, O_RDONLY | O_DIRECTORY); }
+
+int RenameOver(const std::string& from, const std::string& to) {
+  return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+void CopyAttributes(const std::string& from, const std::string& to) {
+  struct stat old {};
+  if (stat(from.c_str(), &old) != 0) {
+    return;
+  }
+  // The owner first: a change of owner may take mode bits away.
+  if (chown(to.c_str(), old.st_uid, old.st_gid) != 0) {
+    // Only root may give a file away; the group may be one of the user's own all the same.
+    if (chown(to.c_str(), static_cast<uid_t>(-1), old.st_gid) != 0) {
+      errno = 0;
+    }
+  }
+  if (chmod(to.c_str(), old.st_mode & 07777) != 0) {
+    errno = 0;
+  }
+}
+
+int CheckWritable(const std::string& path) { return access(path.c_str(), W_OK) == 0 ? 0 : errno; }
+
+std::string SystemMessage(int error) { return std::generic_category().message(error); }
+
+}  // namespace files

@@ -1,0 +1,203 @@
+#include "files/replacement.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "samples/tempdirectory.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Replacement : public testing::Test {
+ protected:
+  std::string At(const std::string& name) const { return (folder_ / name).string(); }
+
+  void Put(const std::string& name, const std::string& text) const {
+    std::ofstream(folder_ / name, std::ios::binary) << text;
+  }
+
+  // Every file of the folder with its content.
+  std::map<std::string, std::string> Files() const {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::directory_iterator(folder_)) {
+      std::ostringstream text;
+      text << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+      files[entry.path().filename().string()] = text.str();
+    }
+    return files;
+  }
+
+  void Write(files::replacement& set, const std::string& name, const std::string& text) const {
+    std::ofstream(set.Add(At(name)), std::ios::binary) << text;
+  }
+
+  // Leaves what a run leaves that is killed with these files between its names.
+  void LeaveJournals(const std::vector<std::string>& names, std::size_t written,
+                     bool committed) const {
+    std::string text = "marrow journal 1\n";
+    for (const std::string& name : names) {
+      text += At(name) + "\n";
+    }
+    for (std::size_t i = 0; i < written; ++i) {
+      Put(names[i] + ".marrow-journal",
+          text + "end\n" + (i == 0 && committed ? "committed\n" : ""));
+    }
+  }
+
+  std::vector<std::string> told_;
+  files::replacement::teller tell_ = [this](const std::string&, const std::string& text) {
+    told_.push_back(text);
+  };
+
+ private:
+  tempdirectory holder_;
+  fs::path folder_ = fs::canonical(holder_.Path());
+};
+
+using filemap = std::map<std::string, std::string>;
+
+TEST_F(Replacement, NothingIsTouchedBeforeTheCommit) {
+  Put("a", "old");
+  fs::permissions(At("a"), fs::perms(0640));
+  fs::create_symlink("a", At("link"));
+  {
+    files::replacement set(tell_);
+    Write(set, "link", "lost");
+    EXPECT_EQ(Files()["a"], "old");
+  }
+  EXPECT_EQ(Files(), (filemap{{"a", "old"}, {"link", "old"}}));
+  files::replacement set(tell_);
+  Write(set, "link", "new");
+  Write(set, "b", "first");
+  set.Commit();
+  EXPECT_TRUE(fs::is_symlink(At("link")));
+  EXPECT_EQ(fs::status(At("a")).permissions(), fs::perms(0640));
+  const filemap files = Files();
+  EXPECT_EQ(files.at("a"), "new");
+  EXPECT_EQ(files.at("b"), "first");
+  EXPECT_TRUE(told_.empty());
+}
+
+TEST_F(Replacement, AFailedRenameTakesTheOthersBack) {
+  Put("a", "old");
+  {
+    files::replacement set(tell_);
+    Write(set, "a", "new");
+    Write(set, "b", "new");
+    Write(set, "c", "new");
+    fs::create_directory(At("c"));
+    EXPECT_THROW(set.Commit(), files::fault);
+  }
+  fs::remove(At("c"));
+  EXPECT_EQ(Files(), (filemap{{"a", "old"}}));
+}
+
+TEST_F(Replacement, TheNextRunEndsWhatAKilledOneLeft) {
+  struct row {
+    std::size_t journals;  // that the killed run had written
+    bool committed;
+    std::vector<std::string> renamed;
+    filemap left;
+  };
+  for (const row& killed :
+       {row{0, false, {}, {{"a", "old"}}},  // before it was sure: as it was
+        row{1, false, {}, {{"a", "old"}}}, row{2, false, {}, {{"a", "old"}}},
+        row{2, true, {}, {{"a", "new"}, {"b", "new"}}},  // after: as it was to be
+        row{2, true, {"a"}, {{"a", "new"}, {"b", "new"}}},
+        row{2, true, {"a", "b"}, {{"a", "new"}, {"b", "new"}}},
+        row{1, true, {"a", "b"}, {{"a", "new"}, {"b", "new"}}}}) {
+    for (const char* next : {"a", "b"}) {
+      Put("a", "old");
+      Put("a.marrow-old", "old");
+      for (const char* name : {"a", "b"}) {
+        Put(std::string(name) + ".marrow-new", "new");
+      }
+      LeaveJournals({"a", "b"}, killed.journals, killed.committed);
+      for (const std::string& name : killed.renamed) {
+        fs::rename(At(name + ".marrow-new"), At(name));
+      }
+      files::replacement(tell_).Add(At(next));
+      files::replacement(tell_).Add(At("a"));
+      files::replacement(tell_).Add(At("b"));
+      EXPECT_EQ(Files(), killed.left) << killed.journals << " journals, " << next << " first";
+      for (const auto& [name, text] : Files()) {
+        fs::remove(At(name));
+      }
+    }
+  }
+}
+
+// A journal that came with somebody's folder names files elsewhere.
+TEST_F(Replacement, AStrangersJournalMovesNothing) {
+  Put("victim", "old");
+  Put("victim.marrow-new", "evil");
+  Put("a", "old");
+  LeaveJournals({"a", "victim"}, 1, true);
+  files::replacement(tell_).Add(At("a"));
+  EXPECT_EQ(Files()["victim"], "old");
+}
+
+TEST_F(Replacement, AKilledRunLocksNothingAndALiveOneIsWaitedFor) {
+  Put("a", "old");
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    {
+      files::replacement set(tell_);
+      Write(set, "a", "child");
+      EXPECT_EQ(write(ready[1], "", 1), 1);
+      usleep(300'000);
+      set.Commit();
+    }
+    usleep(300'000);  // the parent's turn
+    files::replacement second(tell_);
+    Write(second, "a", "never");
+    raise(SIGKILL);
+  }
+  char byte = 0;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  {
+    files::replacement set(tell_);
+    Write(set, "a", "parent");
+    EXPECT_EQ(Files()["a"], "child");
+    set.Commit();
+  }
+  waitpid(child, nullptr, 0);
+  EXPECT_EQ(Files()["a"], "parent");
+  EXPECT_EQ(Files().count("a.marrow-new"), 1U);
+  files::replacement(tell_).Add(At("a"));
+  EXPECT_EQ(Files(), (filemap{{"a", "parent"}}));
+}
+
+TEST_F(Replacement, SaysWhatCannotBeWritten) {
+  fs::create_directory(At("folder"));
+  fs::create_symlink("nowhere", At("link"));
+  Put("twice", "old");
+  fs::create_hard_link(At("twice"), At("again"));
+  for (const auto& [name, cause] : filemap{{"folder", "is a folder, not a file"},
+                                           {"link", "the link leads nowhere"},
+                                           {"none/a", "does not exist"}}) {
+    files::replacement set(tell_);
+    try {
+      set.Add(At(name));
+      ADD_FAILURE() << name;
+    } catch (const files::fault& wrong) {
+      EXPECT_EQ(wrong.Path(), At(name));
+      EXPECT_NE(std::string(wrong.what()).find(cause), std::string::npos) << wrong.what();
+    }
+  }
+  files::replacement(tell_).Add(At("twice"));
+  ASSERT_EQ(told_.size(), 1U);
+  EXPECT_NE(told_[0].find("2 hard links"), std::string::npos);
+}
+
+}  // namespace
