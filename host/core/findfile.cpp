@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "core/directory.h"
+#include "binary/directory.h"
 
 namespace core {
 

@@ -1,9 +1,25 @@
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "desktop/scripted.h"
 
 namespace desktop {
+
+namespace {
+
+using fileanswer = std::function<bool(const cfiledialog&, std::string& path)>;
+
+int Answer(const fileanswer& answer, const cfiledialog& dialog, char* path, int size) {
+  std::string chosen;
+  if (!answer || !answer(dialog, chosen) || chosen.size() >= static_cast<std::size_t>(size)) {
+    return 0;
+  }
+  std::memcpy(path, chosen.c_str(), chosen.size() + 1);
+  return 1;
+}
+
+}  // namespace
 
 int scripteddesktop::RunDialog(const cdialogtemplate& dialog, cdialogrules& rules,
                                void* /*owner*/) {
@@ -36,12 +52,12 @@ void scripteddesktop::ShowMessage(const char* text, const char* caption, int sty
   }
 }
 
-bool scripteddesktop::AskOpenFile(const cfiledialog& dialog, std::string& path) {
-  return onOpenFile && onOpenFile(dialog, path);
+int scripteddesktop::AskOpenFile(const cfiledialog& dialog, char* path, int size) {
+  return Answer(onOpenFile, dialog, path, size);
 }
 
-bool scripteddesktop::AskSaveFile(const cfiledialog& dialog, std::string& path) {
-  return onSaveFile && onSaveFile(dialog, path);
+int scripteddesktop::AskSaveFile(const cfiledialog& dialog, char* path, int size) {
+  return Answer(onSaveFile, dialog, path, size);
 }
 
 void* scripteddesktop::SetWaitCursor() {

@@ -1,9 +1,10 @@
 // The node picker: a list of names, with resource 1 of this library.
 
+#include "desktop/win32picker.h"
+
 #include <windows.h>
 
 #include "desktop/picker.h"
-#include "desktop/win32.h"
 #include "desktop/win32attached.h"
 
 namespace desktop {

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <initializer_list>
 
+#include "desktop/currentdesktop.h"
 #include "dialogs/fields.h"
 #include "dialogs/options.h"
 #include "dialogs/templates.h"
@@ -83,8 +84,8 @@ class exportrules : public cdialogrules {
     optstart = NotNegative(ReadNumber(window, ids_.start));
     optend = NotNegative(ReadNumber(window, ids_.end));
     if (optstart > optend) {
-      desktop::ShowMessage("Start Frame must not be greater than End Frame!", ids_.message,
-                           desktop::kMessageExclamation);
+      CurrentDesktop().ShowMessage("Start Frame must not be greater than End Frame!", ids_.message,
+                                   kMessageExclamation);
       return;
     }
     pickedname[0] = '\0';
@@ -166,7 +167,7 @@ bool RunExportDialog(const cdialogtemplate& dialog, cdialogrules& rules, int* st
   origin[0] = '\0';
   optstart = *start;
   optend = *end;
-  if (desktop::RunDialog(dialog, rules, Interface::GetMainHWND()) != 1) {
+  if (CurrentDesktop().RunDialog(dialog, rules, Interface::GetMainHWND()) != 1) {
     return false;
   }
   *start = optstart;

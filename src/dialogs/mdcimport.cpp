@@ -1,5 +1,6 @@
 // Dialog 102: the one frame of an mdc model to import.
 
+#include "desktop/currentdesktop.h"
 #include "dialogs/fields.h"
 #include "dialogs/options.h"
 #include "dialogs/templates.h"
@@ -42,7 +43,7 @@ mdcimportrules rules;
 
 int ShowMDCImportOptions(int numframes, int* frame) {
   optnumframes = numframes;
-  if (desktop::RunDialog(MdcImportDialog(), rules, Interface::GetMainHWND()) != 1) {
+  if (CurrentDesktop().RunDialog(MdcImportDialog(), rules, Interface::GetMainHWND()) != 1) {
     return 0;
   }
   *frame = optframe;

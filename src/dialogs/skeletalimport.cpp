@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "desktop/currentdesktop.h"
 #include "dialogs/options.h"
 #include "dialogs/templates.h"
 #include "plugin/host/scene.h"
@@ -111,7 +112,7 @@ int ShowImportOptions(const char* title, int* meshes, int* materials, int* bones
   optskins = skins;
   optnumskins = numskins;
   optskinchoice = -1;
-  if (desktop::RunDialog(SkeletalImportDialog(), rules, Interface::GetMainHWND()) != 1) {
+  if (CurrentDesktop().RunDialog(SkeletalImportDialog(), rules, Interface::GetMainHWND()) != 1) {
     return 0;
   }
   *meshes = optmeshes;

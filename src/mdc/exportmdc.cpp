@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "binary/filewriter.h"
+#include "desktop/currentdesktop.h"
 #include "dialogs/options.h"
 #include "mdc/records.h"
 #include "plugin/handlers.h"
 #include "plugin/host/scene.h"
-#include "plugin/platform/dialogs.h"
 #include "plugin/run/allocation.h"
 #include "plugin/run/progress.h"
 #include "plugin/run/run.h"
@@ -270,7 +270,7 @@ void WriteFile(filewriter& file, const char* path) {
 
 int ExportMdc(const char* path) {
   if (Interface::NumNodes() == 0) {
-    desktop::ShowMessage("No objects in scene!", "Export MDC", desktop::kMessageExclamation);
+    CurrentDesktop().ShowMessage("No objects in scene!", "Export MDC", kMessageExclamation);
     return kRunNothing;
   }
   exportrange range{Interface::GetAnimStart(), Interface::GetAnimEnd(), {}};

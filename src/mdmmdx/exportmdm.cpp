@@ -2,11 +2,11 @@
 #include <optional>
 #include <string>
 
+#include "desktop/currentdesktop.h"
 #include "dialogs/options.h"
 #include "mdmmdx/records.h"
 #include "mdmmdx/writemdx.h"
 #include "plugin/handlers.h"
-#include "plugin/platform/services.h"
 #include "plugin/run/progress.h"
 #include "plugin/run/run.h"
 #include "sampling/names.h"
@@ -23,14 +23,17 @@ struct mdmbones {
 };
 
 // The path for the mdx file; none when the user gave none.
-std::optional<std::string> AskMDXFileName() {
+std::optional<std::string> AskMDXFileName(const char* model) {
   constexpr int kFileFieldSize = 256;
-  constexpr cfiledialog kDialog{"Save Animation File(MDX)", "RTCW-ET MDX Files (*.mdx)", "*.mdx",
-                                "mdx",
-                                kFileDialogFileMustExist | kFileDialogPathMustExist |
-                                    kFileDialogHideReadOnly | kFileDialogOverwritePrompt};
+  const cfiledialog dialog{"Save Animation File(MDX)",
+                           "RTCW-ET MDX Files (*.mdx)",
+                           "*.mdx",
+                           "mdx",
+                           kFileDialogFileMustExist | kFileDialogPathMustExist |
+                               kFileDialogHideReadOnly | kFileDialogOverwritePrompt,
+                           model};
   char field[kFileFieldSize] = {};
-  if (desktop::AskSaveFile(kDialog, field, kFileFieldSize) == 0 || field[0] == '\0') {
+  if (CurrentDesktop().AskSaveFile(dialog, field, kFileFieldSize) == 0 || field[0] == '\0') {
     return std::nullopt;
   }
   std::string path(field);
@@ -112,14 +115,14 @@ int WriteMDM(const char* path, const bonelist& list, cprogress& progress) {
 
 int Reported(int result, const char* failure) {
   if (result == kRunFailed) {
-    desktop::ShowMessage(failure, kFailureCaption, desktop::kMessageExclamation);
+    CurrentDesktop().ShowMessage(failure, kFailureCaption, kMessageExclamation);
   }
   return result;
 }
 
 int ExportMdm(const char* path) {
   if (Interface::NumNodes() == 0) {
-    desktop::ShowMessage("No objects in scene!", "Export MDM/MDX", desktop::kMessageExclamation);
+    CurrentDesktop().ShowMessage("No objects in scene!", "Export MDM/MDX", kMessageExclamation);
     return kRunNothing;
   }
   exportrange range{Interface::GetAnimStart(), Interface::GetAnimEnd(), {}};
@@ -132,7 +135,7 @@ int ExportMdm(const char* path) {
   const bonelist list(tagbones::Apart);
   int result = Reported(WriteMDM(path, list, progress), "Failed To Export MDM file!");
   if (result == kRunDone && exportmdx != 0) {
-    if (const auto mdxpath = AskMDXFileName(); mdxpath) {
+    if (const auto mdxpath = AskMDXFileName(path); mdxpath) {
       progress.SetFocus();
       result =
           Reported(WriteMDX(mdxpath->c_str(), list, range, progress), "Failed To Export MDX file!");

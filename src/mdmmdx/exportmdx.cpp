@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "desktop/currentdesktop.h"
 #include "dialogs/options.h"
 #include "mdmmdx/records.h"
 #include "mdmmdx/writemdx.h"
@@ -39,7 +40,7 @@ namespace {
 
 int ExportMdx(const char* path) {
   if (Interface::NumNodes() == 0) {
-    desktop::ShowMessage("No objects in scene!", "Export MDX", desktop::kMessageExclamation);
+    CurrentDesktop().ShowMessage("No objects in scene!", "Export MDX", kMessageExclamation);
     return kRunNothing;
   }
   exportrange range{Interface::GetAnimStart(), Interface::GetAnimEnd(), {}};

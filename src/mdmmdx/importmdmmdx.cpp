@@ -2,10 +2,10 @@
 #include <string>
 #include <utility>
 
+#include "desktop/currentdesktop.h"
 #include "mdmmdx/mdmfile.h"
 #include "mdmmdx/mdxfile.h"
 #include "plugin/handlers.h"
-#include "plugin/platform/services.h"
 #include "plugin/run/allocation.h"
 #include "plugin/run/run.h"
 #include "skeletal/importrun.h"
@@ -25,11 +25,15 @@ struct importrun {
 
 std::optional<importrun> run;
 
-int AskOpenMDXFileName(char* path) {
-  constexpr cfiledialog kDialog{
-      "Load Animation File(MDX)", "RTCW-ET MDX Files (*.mdx)", "*.mdx", "mdx",
-      kFileDialogFileMustExist | kFileDialogPathMustExist | kFileDialogHideReadOnly};
-  return desktop::AskOpenFile(kDialog, path, kPathSize);
+int AskOpenMDXFileName(const char* model, char* path) {
+  const cfiledialog dialog{
+      "Load Animation File(MDX)",
+      "RTCW-ET MDX Files (*.mdx)",
+      "*.mdx",
+      "mdx",
+      kFileDialogFileMustExist | kFileDialogPathMustExist | kFileDialogHideReadOnly,
+      model};
+  return CurrentDesktop().AskOpenFile(dialog, path, kPathSize);
 }
 
 // A tag keeps one key, relative to its parent bone, and follows that bone.
@@ -64,7 +68,7 @@ int cimpmdmmdx::Import(const char* path) {
     cmdxfile& skeleton = run->skeleton;
     cskelimport& model = run->model;
     char mdxPath[kPathSize] = {};
-    if (AskOpenMDXFileName(mdxPath) == 0) {
+    if (AskOpenMDXFileName(path, mdxPath) == 0) {
       return kRunNothing;
     }
     std::string fault;

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "desktop/currentdesktop.h"
 #include "dialogs/options.h"
 #include "mds/records.h"
 #include "plugin/handlers.h"
@@ -72,7 +73,7 @@ void CollectAndWrite(const bonelist& list, const exportrange& range, int torsoPa
 
 int ExportMds(const char* path) {
   if (Interface::NumNodes() == 0) {
-    desktop::ShowMessage("No objects in scene!", "Export MDS", desktop::kMessageExclamation);
+    CurrentDesktop().ShowMessage("No objects in scene!", "Export MDS", kMessageExclamation);
     return kRunNothing;
   }
   const bonelist list(tagbones::Listed);

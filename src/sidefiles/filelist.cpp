@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "binary/namefield.h"
-#include "plugin/platform/services.h"
+#include "sidefiles/filesearch.h"
 
 namespace {
 
-bool Accepts(int mode, const desktop::cfoundfile& file) {
+bool Accepts(int mode, const cfoundfile& file) {
   return (mode == kListPlainFiles && !file.directory) ||
          (mode == kListDirectories && file.directory && file.name[0] != '.');
 }
@@ -31,15 +31,15 @@ int ListFiles(int mode, const char* pattern, cfilelist& files) {
   if (std::strpbrk(pattern, "*?") == nullptr) {
     return kNoWildcard;
   }
-  const std::unique_ptr<desktop::cfilesearch, decltype(&desktop::CloseFileSearch)> search(
-      desktop::OpenFileSearch(pattern), &desktop::CloseFileSearch);
+  const std::unique_ptr<cfilesearch, decltype(&CloseFileSearch)> search(OpenFileSearch(pattern),
+                                                                        &CloseFileSearch);
   if (!search) {
     return kNothingFound;
   }
   cfilelist found;
   try {
-    desktop::cfoundfile file{};
-    while (desktop::NextFile(search.get(), file)) {
+    cfoundfile file{};
+    while (NextFile(search.get(), file)) {
       if (Accepts(mode, file)) {
         found.InsertSorted(file.name);
       }

@@ -148,7 +148,7 @@ realdesktop::realdesktop() { moduleinstance = GetModuleHandleA(nullptr); }
 int realdesktop::RunDialog(const cdialogtemplate& dialog, cdialogrules& rules, void* owner) {
   int result = 0;
   const auto script = scripts.try_emplace(dialog.id, [](realwindow& window) { window.Ok(); }).first;
-  WithUser(script->second, [&] { result = win32desktop::RunDialog(dialog, rules, owner); });
+  WithUser(script->second, [&] { result = passingdesktop::RunDialog(dialog, rules, owner); });
   return result;
 }
 
@@ -161,15 +161,15 @@ void realdesktop::ShowMessage(const char* text, const char* caption, int style) 
         shownCaption = window.Caption();
         window.Ok();
       },
-      [&] { win32desktop::ShowMessage(text, caption, style); });
+      [&] { passingdesktop::ShowMessage(text, caption, style); });
   if (onMessage) {
     onMessage(shownText, shownCaption, style);
   }
 }
 
-bool realdesktop::AskFile(const cfiledialog& dialog, const fileanswer& answer,
-                          const std::function<bool()>& ask) {
-  bool chosen = false;
+int realdesktop::AskFile(const cfiledialog& dialog, const fileanswer& answer,
+                         const std::function<int()>& ask) {
+  int chosen = 0;
   WithUser(
       [&](realwindow& window) {
         EXPECT_EQ(window.Caption(), dialog.title);
@@ -190,5 +190,5 @@ void realdesktop::SleepMilliseconds(int milliseconds) {
   if (onSleep) {
     onSleep(milliseconds);
   }
-  win32desktop::SleepMilliseconds(milliseconds);
+  passingdesktop::SleepMilliseconds(milliseconds);
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "desktop/win32.h"
+#include "desktop/passing.h"
 
 // An open dialog of the test's thread from the user's side, worked with by window messages from
 // another thread: the operations of desktop::scriptedwindow on a real window.
@@ -49,7 +49,7 @@ HWND WaitForDialog(DWORD thread, const std::vector<HWND>& known = {});
 
 // The desktop of Windows with a user: everything is shown, and another thread plays who sits
 // before it. The fields are those of desktop::scripteddesktop.
-class realdesktop final : public desktop::win32desktop {
+class realdesktop final : public desktop::passingdesktop {
  public:
   // The dialogs are resources of the test's program too.
   realdesktop();
@@ -66,17 +66,19 @@ class realdesktop final : public desktop::win32desktop {
 
   int RunDialog(const cdialogtemplate& dialog, cdialogrules& rules, void* owner) override;
   void ShowMessage(const char* text, const char* caption, int style) override;
-  bool AskOpenFile(const cfiledialog& dialog, std::string& path) override {
-    return AskFile(dialog, onOpenFile, [&] { return win32desktop::AskOpenFile(dialog, path); });
+  int AskOpenFile(const cfiledialog& dialog, char* path, int size) override {
+    return AskFile(dialog, onOpenFile,
+                   [&] { return passingdesktop::AskOpenFile(dialog, path, size); });
   }
-  bool AskSaveFile(const cfiledialog& dialog, std::string& path) override {
-    return AskFile(dialog, onSaveFile, [&] { return win32desktop::AskSaveFile(dialog, path); });
+  int AskSaveFile(const cfiledialog& dialog, char* path, int size) override {
+    return AskFile(dialog, onSaveFile,
+                   [&] { return passingdesktop::AskSaveFile(dialog, path, size); });
   }
   void SleepMilliseconds(int milliseconds) override;
 
  private:
-  static bool AskFile(const cfiledialog& dialog, const fileanswer& answer,
-                      const std::function<bool()>& ask);
+  static int AskFile(const cfiledialog& dialog, const fileanswer& answer,
+                     const std::function<int()>& ask);
 };
 
 // Leaves the thread's windows without the focus, which a closing dialog may or may not give to the

@@ -6,6 +6,8 @@
 
 #include "core/assertion.h"
 #include "core/picker.h"
+#include "desktop/currentdesktop.h"
+#include "desktop/win32picker.h"
 #include "dialogs/templates.h"
 #include "support/moduletest.h"
 #include "support/scenebuild.h"
@@ -103,12 +105,14 @@ TEST_F(RealRun, TheProgressWindowShowsWhatTheScriptedOneIsTold) {
 
 TEST_F(RealRun, TheBarHasSixteenBits) {
   norules rules;
-  cdialogwindow* const window = real.OpenDialog(ProgressDialog(), rules, "wide");
+  UseReal();
+  cdesktop& shown = CurrentDesktop();
+  cdialogwindow* const window = shown.OpenDialog(ProgressDialog(), rules, "wide");
   window->SetBarRange(kProgressBar, 65536 + 5);
   window->SetBarPosition(kProgressBar, 3);
   EXPECT_EQ(ReadBack(realwindow(progress.window)), (progressstep{"Static", 5, 3}));
   EXPECT_TRUE(IsWindowVisible(progress.window));
-  real.CloseDialog(window);
+  shown.CloseDialog(window);
 }
 
 TEST_F(RealRun, TheMdxDialogsGiveAFileAndTheProgressWindowGetsTheFocus) {

@@ -1,12 +1,14 @@
 #include "command/run/askuser.h"
 #include "core/picker.h"
-#include "desktop/win32.h"
+#include "desktop/passing.h"
+#include "desktop/win32picker.h"
 
 namespace command {
 
 namespace {
 
-class askingdesktop final : public desktop::win32desktop {
+// The module's own windows, watched for what the command wants to know.
+class askingdesktop final : public desktop::passingdesktop {
  public:
   explicit askingdesktop(const askhooks& hooks) : hooks_(hooks) {
     core::SetPicker(desktop::PickFromWindow);
@@ -14,17 +16,17 @@ class askingdesktop final : public desktop::win32desktop {
 
   void ShowMessage(const char* text, const char* caption, int style) override {
     hooks_.onMessage();
-    win32desktop::ShowMessage(text, caption, style);
+    passingdesktop::ShowMessage(text, caption, style);
   }
-  bool AskOpenFile(const cfiledialog& dialog, std::string& path) override {
-    const bool chosen = win32desktop::AskOpenFile(dialog, path);
-    if (chosen) {
+  int AskOpenFile(const cfiledialog& dialog, char* path, int size) override {
+    const int chosen = passingdesktop::AskOpenFile(dialog, path, size);
+    if (chosen != 0) {
       hooks_.onOpenFile(path);
     }
     return chosen;
   }
-  bool AskSaveFile(const cfiledialog& dialog, std::string& path) override {
-    return win32desktop::AskSaveFile(dialog, path) && hooks_.onSaveFile(path);
+  int AskSaveFile(const cfiledialog& dialog, char* path, int size) override {
+    return passingdesktop::AskSaveFile(dialog, path, size) != 0 && hooks_.onSaveFile(path) ? 1 : 0;
   }
 
  private:

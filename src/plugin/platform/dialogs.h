@@ -6,8 +6,6 @@
 
 #include <cstddef>
 
-#include "plugin/host/api.h"
-
 enum class ccontrolkind {
   Button,
   DefaultButton,
@@ -85,21 +83,3 @@ class cdialogrules {
  protected:
   ~cdialogrules() = default;
 };
-
-namespace desktop {
-
-// Runs a dialog to its end; owner is the window of Interface::GetMainHWND. The result is that of
-// End; 0 when the window was closed otherwise.
-CORE_API int RunDialog(const cdialogtemplate& dialog, cdialogrules& rules, void* owner);
-
-// Opens a dialog that stays beside the run, shown and painted. Null when that fails. Whoever
-// opened it closes it.
-CORE_API cdialogwindow* OpenDialog(const cdialogtemplate& dialog, cdialogrules& rules,
-                                   const char* caption);
-CORE_API void CloseDialog(cdialogwindow* window);
-
-// 48: an OK button and the exclamation icon. The active window is the owner.
-inline constexpr int kMessageExclamation = 48;
-CORE_API void ShowMessage(const char* text, const char* caption, int style);
-
-}  // namespace desktop

@@ -3,8 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "desktop/currentdesktop.h"
 #include "dialogs/templates.h"
-#include "plugin/platform/services.h"
 
 namespace {
 
@@ -26,9 +26,10 @@ progressrules rules;
 cprogress::~cprogress() { Close(); }
 
 void cprogress::Open(const char* caption) {
-  cursor_ = desktop::SetWaitCursor();
+  desktop_ = &CurrentDesktop();
+  cursor_ = desktop_->SetWaitCursor();
   waiting_ = true;
-  hprogress_ = desktop::OpenDialog(ProgressDialog(), rules, caption);
+  hprogress_ = desktop_->OpenDialog(ProgressDialog(), rules, caption);
 }
 
 void cprogress::SetRange(int count) {
@@ -61,17 +62,17 @@ void cprogress::SetFocus() {
 }
 
 void cprogress::Finish() {
-  desktop::SleepMilliseconds(kReadingTimeMs);
+  CurrentDesktop().SleepMilliseconds(kReadingTimeMs);
   Close();
 }
 
 void cprogress::Close() {
   if (hprogress_ != nullptr) {
-    desktop::CloseDialog(hprogress_);
+    desktop_->CloseDialog(hprogress_);
     hprogress_ = nullptr;
   }
   if (waiting_) {
     waiting_ = false;
-    desktop::RestoreCursor(cursor_);
+    desktop_->RestoreCursor(cursor_);
   }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/platform/dialogs.h"
+#include "plugin/platform/desktop.h"
 
 // The progress window of a run with its wait cursor. It exists from Open to Finish; a run that
 // the host ends early closes it on the way out.
@@ -26,5 +26,6 @@ class cprogress {
 
   cdialogwindow* hprogress_ = nullptr;
   bool waiting_ = false;
-  void* cursor_ = nullptr;  // the one that showed before; null for none
+  cdesktop* desktop_ = nullptr;  // that opened the window
+  void* cursor_ = nullptr;       // the one that showed before; null for none
 };

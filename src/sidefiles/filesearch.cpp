@@ -1,4 +1,4 @@
-// The wildcard file search over a directory.
+#include "sidefiles/filesearch.h"
 
 #include <memory>
 #include <new>
@@ -7,10 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/directory.h"
-#include "plugin/platform/services.h"
-
-namespace desktop {
+#include "binary/directory.h"
 
 struct cfilesearch {
   struct entry {
@@ -61,9 +58,9 @@ cfilesearch* OpenFileSearch(const char* pattern) {
                                              : std::string_view("./"));
     const std::string_view names = hasDirectory ? whole.substr(separator + 1) : whole;
     auto search = std::make_unique<cfilesearch>();
-    for (std::string& name : core::NamesIn(directory)) {
+    for (std::string& name : NamesIn(directory)) {
       if (Matches(names, name)) {
-        const bool isDirectory = core::EntryAt(directory + name) == core::diskentry::Directory;
+        const bool isDirectory = EntryAt(directory + name) == diskentry::Directory;
         search->entries.push_back({std::move(name), isDirectory});
       }
     }
@@ -83,5 +80,3 @@ bool NextFile(cfilesearch* search, cfoundfile& file) {
 }
 
 void CloseFileSearch(cfilesearch* search) { delete search; }
-
-}  // namespace desktop

@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-namespace desktop {
-
 // The object that a dialog was created with. Null for the messages that come before WM_INITDIALOG.
 template <class T>
 T* Attached(HWND window, UINT message, LPARAM parameter) {
@@ -13,5 +11,3 @@ T* Attached(HWND window, UINT message, LPARAM parameter) {
   // NOLINTNEXTLINE(performance-no-int-to-ptr): the system keeps it as a number
   return reinterpret_cast<T*>(GetWindowLongPtrA(window, DWLP_USER));
 }
-
-}  // namespace desktop

@@ -8,8 +8,6 @@
 
 #include "desktop/win32attached.h"
 
-namespace desktop {
-
 namespace {
 
 LPARAM TextParameter(const char* text) { return reinterpret_cast<LPARAM>(text); }
@@ -92,5 +90,3 @@ void win32window::SetBarPosition(int id, int position) {
 void win32window::SetFocus() { ::SetFocus(window_); }
 
 void win32window::End(int result) { EndDialog(window_, result); }
-
-}  // namespace desktop

@@ -1,13 +1,10 @@
 #pragma once
 
-#include "core/picker.h"
-#include "desktop/desktop.h"
-
-namespace desktop {
+#include "plugin/platform/desktop.h"
 
 // The desktop of Windows: the module's dialogs from its resources, message boxes, the system's
 // file dialogs and cursors. It belongs to the thread that makes it.
-class CORE_API win32desktop : public idesktop {
+class win32desktop : public cdesktop {
  public:
   win32desktop();
 
@@ -16,16 +13,12 @@ class CORE_API win32desktop : public idesktop {
                             const char* caption) override;
   void CloseDialog(cdialogwindow* window) override;
   void ShowMessage(const char* text, const char* caption, int style) override;
-  bool AskOpenFile(const cfiledialog& dialog, std::string& path) override;
-  bool AskSaveFile(const cfiledialog& dialog, std::string& path) override;
+  int AskOpenFile(const cfiledialog& dialog, char* path, int size) override;
+  int AskSaveFile(const cfiledialog& dialog, char* path, int size) override;
   void* SetWaitCursor() override;
   void RestoreCursor(void* cursor) override;
   void SleepMilliseconds(int milliseconds) override;
+
+ protected:
+  ~win32desktop() = default;
 };
-
-// A window with the nodes' names, in their order, and a button with the given text. For
-// core::SetPicker.
-CORE_API cnode* PickFromWindow(const std::vector<cnode*>& candidates, const char* title,
-                               const char* button);
-
-}  // namespace desktop

@@ -1,12 +1,10 @@
-#include "core/directory.h"
+#include "binary/directory.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
 
 #include <memory>
 #include <utility>
-
-namespace core {
 
 diskentry EntryAt(const std::string& path) {
   struct stat found {};
@@ -31,5 +29,3 @@ std::vector<std::string> NamesIn(const std::string& directory) {
   }
   return names;
 }
-
-}  // namespace core

@@ -1,17 +1,19 @@
+#include "desktop/win32desktop.h"
+
 #include <windows.h>
 
 #include <commctrl.h>
 #include <commdlg.h>
 
 #include <array>
+#include <cstring>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <system_error>
 
-#include "desktop/win32.h"
+#include "desktop/currentdesktop.h"
 #include "desktop/win32window.h"
-
-namespace desktop {
 
 namespace {
 
@@ -23,7 +25,7 @@ const char* Resource(const cdialogtemplate& dialog) {
 
 LPARAM Parameter(win32window& window) { return reinterpret_cast<LPARAM>(&window); }
 
-bool AskFile(BOOL(WINAPI* ask)(OPENFILENAMEA*), const cfiledialog& dialog, std::string& path) {
+int AskFile(BOOL(WINAPI* ask)(OPENFILENAMEA*), const cfiledialog& dialog, char* path, int size) {
   // Pairs of name and pattern, each with its zero, behind them one more.
   std::string filter;
   for (const char* text : {dialog.filterName, dialog.filterPattern, "All Files (*.*)", "*.*"}) {
@@ -48,11 +50,11 @@ bool AskFile(BOOL(WINAPI* ask)(OPENFILENAMEA*), const cfiledialog& dialog, std::
   const std::filesystem::path before = std::filesystem::current_path(ignored);
   const bool chosen = ask(&settings) != FALSE;
   std::filesystem::current_path(before, ignored);
-  if (!chosen) {
-    return false;
+  if (!chosen || std::strlen(file.data()) >= static_cast<std::size_t>(size)) {
+    return 0;
   }
-  path = file.data();
-  return true;
+  std::strcpy(path, file.data());
+  return 1;
 }
 
 }  // namespace
@@ -93,12 +95,12 @@ void win32desktop::ShowMessage(const char* text, const char* caption, int style)
   MessageBoxA(GetActiveWindow(), text, caption, static_cast<UINT>(style));
 }
 
-bool win32desktop::AskOpenFile(const cfiledialog& dialog, std::string& path) {
-  return AskFile(GetOpenFileNameA, dialog, path);
+int win32desktop::AskOpenFile(const cfiledialog& dialog, char* path, int size) {
+  return AskFile(GetOpenFileNameA, dialog, path, size);
 }
 
-bool win32desktop::AskSaveFile(const cfiledialog& dialog, std::string& path) {
-  return AskFile(GetSaveFileNameA, dialog, path);
+int win32desktop::AskSaveFile(const cfiledialog& dialog, char* path, int size) {
+  return AskFile(GetSaveFileNameA, dialog, path, size);
 }
 
 void* win32desktop::SetWaitCursor() {
@@ -111,4 +113,13 @@ void win32desktop::RestoreCursor(void* cursor) { SetCursor(static_cast<HCURSOR>(
 
 void win32desktop::SleepMilliseconds(int milliseconds) { Sleep(static_cast<DWORD>(milliseconds)); }
 
-}  // namespace desktop
+namespace {
+
+class owndesktop final : public win32desktop {};
+
+}  // namespace
+
+cdesktop& OwnDesktop() {
+  static owndesktop own;
+  return own;
+}

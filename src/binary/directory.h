@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-namespace core {
-
 enum class diskentry { None, File, Directory, Other };
 
 // Follows links.
@@ -15,5 +13,3 @@ diskentry EntryAt(const std::string& path);
 
 // The names in a directory but . and .., in the file system's order; none where it cannot be read.
 std::vector<std::string> NamesIn(const std::string& directory);
-
-}  // namespace core

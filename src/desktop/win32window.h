@@ -4,8 +4,6 @@
 
 #include "plugin/platform/dialogs.h"
 
-namespace desktop {
-
 // The rules' side of an open dialog: each operation is the message or call of the system that
 // does it.
 class win32window final : public cdialogwindow {
@@ -39,5 +37,3 @@ class win32window final : public cdialogwindow {
   cdialogrules* rules_;
   HWND window_ = nullptr;
 };
-
-}  // namespace desktop
