@@ -21,6 +21,17 @@ T EntryAt(const std::vector<T>& list, int index) {
              : nullptr;
 }
 
+// The nodes that are made.
+class bonenode final : public cbone {
+  void Destroy() override { delete this; }
+};
+class meshnode final : public cmesh {
+  void Destroy() override { delete this; }
+};
+class skinnode final : public cskin {
+  void Destroy() override { delete this; }
+};
+
 template <class T>
 T* NewOrNull() {
   try {
@@ -134,7 +145,7 @@ int Interface::PickFromList(unsigned /*first*/, unsigned /*second*/, char* title
   return 1;
 }
 
-cbone* CreateNewBone() { return NewOrNull<cbone>(); }
-cmesh* CreateNewMesh() { return NewOrNull<cmesh>(); }
-cskin* CreateNewSkin() { return NewOrNull<cskin>(); }
+cbone* CreateNewBone() { return NewOrNull<bonenode>(); }
+cmesh* CreateNewMesh() { return NewOrNull<meshnode>(); }
+cskin* CreateNewSkin() { return NewOrNull<skinnode>(); }
 cmaterial* CreateNewMaterial() { return NewOrNull<cmaterial>(); }

@@ -48,7 +48,6 @@ cmesh::cmesh() : cnode(kNodeMesh) {
 }
 
 cmesh::~cmesh() { delete mesh_; }
-void cmesh::Destroy() { delete this; }
 
 int cmesh::GetBBoxAtFrame(int /*frame*/, cpoint3& minimum, cpoint3& maximum) {
   return core::BoxOf(mesh_->verts, minimum, maximum) ? 1 : 0;

@@ -33,7 +33,7 @@ cnode::~cnode() {
   delete state_;
 }
 
-// Every kind of node destroys itself; there is no plain node.
+// Every kind of node that is made destroys itself; there is no plain node.
 void cnode::Destroy() {}
 
 void cnode::SetName(const char* name) { state_->name = name == nullptr ? "" : name; }
@@ -92,7 +92,6 @@ void cnode::UpdateAnim() {
 }
 
 cbone::cbone() : cnode(kNodeBone) { State().track = &anim; }
-void cbone::Destroy() { delete this; }
 
 core::cdummy::cdummy() : cnode(kNodeDummy) {
   State().ownTrack = std::make_unique<canim>();

@@ -48,7 +48,6 @@ cskin::cskin() : cnode(kNodeSkin) {
 }
 
 cskin::~cskin() { delete skin_; }
-void cskin::Destroy() { delete this; }
 
 int cskin::GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) {
   return core::BoxOf(core::DeformAtFrame(*this, frame, false).positions, minimum, maximum) ? 1 : 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <numbers>
 #include <optional>
 #include <unordered_set>
@@ -258,7 +259,10 @@ void AddHelper(core::scene& scene, cnode& bone, double longest, const framespan&
     upper.push_back(knee);
   }
   track.keys = std::move(lower);
-  cbone* const helper = new cbone;
+  cbone* const helper = CreateNewBone();
+  if (helper == nullptr) {
+    throw std::bad_alloc();
+  }
   helper->anim.State().keys = std::move(upper);
   scene.Add(helper);
   helper->SetName(name.c_str());

@@ -2,6 +2,11 @@
 
 // Scene nodes. Objects are made by the CreateNew functions of plugin/host/scene.h and belong to
 // the scene after Interface::AddToScene; until then the maker may Destroy them.
+//
+// A host derives the classes of its nodes from cbone, cmesh and cskin: Destroy is for it to
+// override, and whatever else it overrides is what a module calls. Behind the private pointers
+// (core::nodestate and the like) stands what the host's library wants: it defines these types in
+// its own sources, and no module looks at them.
 
 #include <cstdint>
 
@@ -85,18 +90,16 @@ class CORE_API canim {
   core::trackstate* state_;
 };
 
-class CORE_API cbone final : public cnode {
+class CORE_API cbone : public cnode {
  public:
   cbone();
   canim anim;
-
-  void Destroy() override;
 
  protected:
   ~cbone() = default;
 };
 
-class CORE_API cmesh final : public cnode {
+class CORE_API cmesh : public cnode {
  public:
   cmesh();
   std::int32_t numFaces = 0;
@@ -111,7 +114,6 @@ class CORE_API cmesh final : public cnode {
   // normals lie within the angle, in degrees, of the vertex's own faces.
   int AutoSmooth(float angle, int mode);
 
-  void Destroy() override;
   int GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) override;
 
   core::meshstate& Mesh() { return *mesh_; }
@@ -124,7 +126,7 @@ class CORE_API cmesh final : public cnode {
   core::meshstate* mesh_;
 };
 
-class CORE_API cskin final : public cnode {
+class CORE_API cskin : public cnode {
  public:
   cskin();
   std::int32_t numFaces = 0;
@@ -138,7 +140,6 @@ class CORE_API cskin final : public cnode {
   int GetVertNumWeights(int vertex);
   int GetVertWeight(int vertex, int index, cskinweight& weight);
 
-  void Destroy() override;
   int GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) override;
 
   core::skinstate& Skin() { return *skin_; }
