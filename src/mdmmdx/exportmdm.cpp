@@ -7,6 +7,7 @@
 #include "mdmmdx/records.h"
 #include "mdmmdx/writemdx.h"
 #include "plugin/handlers.h"
+#include "plugin/hierarchies.h"
 #include "plugin/run/progress.h"
 #include "plugin/run/run.h"
 #include "sampling/names.h"
@@ -120,6 +121,20 @@ int Reported(int result, const char* failure) {
   return result;
 }
 
+// Both files; what was collected is released with the last of them.
+int WriteFiles(const char* path, const exportrange& range, bool exportmdx, cprogress& progress) {
+  const bonelist list(tagbones::Apart, mdmmdxhierarchy);
+  int result = Reported(WriteMDM(path, list, progress), "Failed To Export MDM file!");
+  if (result == kRunDone && exportmdx) {
+    if (const auto mdxpath = AskMDXFileName(path); mdxpath) {
+      progress.SetFocus();
+      result =
+          Reported(WriteMDX(mdxpath->c_str(), list, range, progress), "Failed To Export MDX file!");
+    }
+  }
+  return result;
+}
+
 int ExportMdm(const char* path) {
   if (Interface::NumNodes() == 0) {
     CurrentDesktop().ShowMessage("No objects in scene!", "Export MDM/MDX", kMessageExclamation);
@@ -132,15 +147,7 @@ int ExportMdm(const char* path) {
   }
   cprogress progress;
   progress.Open("Exporting MDM - Please wait...");
-  const bonelist list(tagbones::Apart);
-  int result = Reported(WriteMDM(path, list, progress), "Failed To Export MDM file!");
-  if (result == kRunDone && exportmdx != 0) {
-    if (const auto mdxpath = AskMDXFileName(path); mdxpath) {
-      progress.SetFocus();
-      result =
-          Reported(WriteMDX(mdxpath->c_str(), list, range, progress), "Failed To Export MDX file!");
-    }
-  }
+  const int result = WriteFiles(path, range, exportmdx != 0, progress);
   progress.Finish();
   return result;
 }

@@ -5,6 +5,7 @@
 #include "mdmmdx/records.h"
 #include "mdmmdx/writemdx.h"
 #include "plugin/handlers.h"
+#include "plugin/hierarchies.h"
 #include "plugin/run/progress.h"
 #include "plugin/run/run.h"
 #include "sampling/names.h"
@@ -50,7 +51,7 @@ int ExportMdx(const char* path) {
   }
   cprogress progress;
   progress.Open("Exporting MDX - Please wait...");
-  const int result = WriteMDX(path, bonelist(tagbones::Apart), range, progress);
+  const int result = WriteMDX(path, bonelist(tagbones::Apart, mdmmdxhierarchy), range, progress);
   progress.Finish();
   return result;
 }

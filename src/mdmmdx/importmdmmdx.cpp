@@ -20,10 +20,14 @@ constexpr int kPathSize = 512;
 struct importrun {
   cmdmfile mesh;
   cmdxfile skeleton;
-  cskelimport model{kFormat};
+  cprogress progress;
+  std::optional<cskelimport> model{std::in_place, kFormat, progress};
 };
 
 std::optional<importrun> run;
+
+// The run's tables; null when no run has any.
+cskelimport* Model() { return run && run->model ? &*run->model : nullptr; }
 
 int AskOpenMDXFileName(const char* model, char* path) {
   const cfiledialog dialog{
@@ -55,7 +59,7 @@ void CreateTag(const cskelimport& model, const mdmTag& tag) {
 
 void CreateTags() {
   for (const mdmTag* tag : run->mesh.tags) {
-    CreateTag(run->model, *tag);
+    CreateTag(*run->model, *tag);
   }
 }
 
@@ -66,7 +70,7 @@ int cimpmdmmdx::Import(const char* path) {
     const runscope scope(run);
     cmdmfile& mesh = run->mesh;
     cmdxfile& skeleton = run->skeleton;
-    cskelimport& model = run->model;
+    cskelimport& model = *run->model;
     char mdxPath[kPathSize] = {};
     if (AskOpenMDXFileName(path, mdxPath) == 0) {
       return kRunNothing;
@@ -78,7 +82,7 @@ int cimpmdmmdx::Import(const char* path) {
     model.Begin(path, skeleton, mesh);
     LoadAnimConfig(mdxPath);
     CacheSkinFiles();
-    return model.Run({
+    const int result = model.Run({
         .loadSkinFile = [&](const char* skin) { LoadSkinFile(skin); },
         .addModelNote = [&] { model.AddModelNote(*mesh.header, *skeleton.header); },
         .createTags = CreateTags,
@@ -86,24 +90,44 @@ int cimpmdmmdx::Import(const char* path) {
         .createSurfMaterials = [&] { CreateSurfMaterials(); },
         .findMatBySurface = [&](const char* surface) { return FindMatBySurface(surface); },
     });
+    run->model.reset();
+    run->progress.Finish();
+    return result;
   });
 }
 
 bool cimpmdmmdx::CalcBoneFrame(void* /*mesh*/, void* skeleton, unsigned long frame) {
-  CalcBonePoses(*static_cast<cmdxfile*>(skeleton), frame, run->model.Poses());
+  cskelimport* const model = Model();
+  if (model == nullptr || skeleton == nullptr) {
+    return false;
+  }
+  CalcBonePoses(*static_cast<cmdxfile*>(skeleton), frame, model->Poses());
   return true;
 }
 
-void cimpmdmmdx::CacheSkinFiles() { run->model.CacheSkinFiles(); }
+void cimpmdmmdx::CacheSkinFiles() {
+  if (cskelimport* const model = Model(); model != nullptr) {
+    model->CacheSkinFiles();
+  }
+}
 
-bool cimpmdmmdx::LoadSkinFile(const char* path) { return run->model.LoadSkinFile(path); }
+bool cimpmdmmdx::LoadSkinFile(const char* path) {
+  cskelimport* const model = Model();
+  return model != nullptr && model->LoadSkinFile(path);
+}
 
-void cimpmdmmdx::CreateSurfMaterials() { run->model.CreateSurfMaterials(); }
+void cimpmdmmdx::CreateSurfMaterials() {
+  if (cskelimport* const model = Model(); model != nullptr) {
+    model->CreateSurfMaterials();
+  }
+}
 
 cmaterial* cimpmdmmdx::FindMatBySurface(const char* surface) {
-  return run->model.FindMatBySurface(surface);
+  const cskelimport* const model = Model();
+  return model != nullptr ? model->FindMatBySurface(surface) : nullptr;
 }
 
 bool cimpmdmmdx::LoadAnimConfig(const char* mdxPath) {
-  return LoadAninc(mdxPath, run->model.Sequences());
+  cskelimport* const model = Model();
+  return model != nullptr && LoadAninc(mdxPath, model->Sequences());
 }

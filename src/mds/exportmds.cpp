@@ -1,9 +1,11 @@
 #include <algorithm>
+#include <utility>
 
 #include "desktop/currentdesktop.h"
 #include "dialogs/options.h"
 #include "mds/records.h"
 #include "plugin/handlers.h"
+#include "plugin/hierarchies.h"
 #include "plugin/run/progress.h"
 #include "plugin/run/run.h"
 #include "sampling/names.h"
@@ -62,8 +64,8 @@ void WriteFile(filewriter& file, const char* path, int numFrames, int torsoParen
 }
 
 // Everything that is collected is released when the file stands.
-void CollectAndWrite(const bonelist& list, const exportrange& range, int torsoParent,
-                     filewriter& file, const char* path, cprogress& progress) {
+void CollectAndWrite(bonelist list, const exportrange& range, int torsoParent, filewriter& file,
+                     const char* path, cprogress& progress) {
   expskeleton skeleton;
   expsurfaces Surfaces;
   CalcFrames(list, range, kSource, progress, skeleton);
@@ -76,7 +78,7 @@ int ExportMds(const char* path) {
     CurrentDesktop().ShowMessage("No objects in scene!", "Export MDS", kMessageExclamation);
     return kRunNothing;
   }
-  const bonelist list(tagbones::Listed);
+  bonelist list(tagbones::Listed, mdshierarchy);
   const int torsoParent = FindTorsoParent(list.Bones());
   exportrange range{Interface::GetAnimStart(), Interface::GetAnimEnd(), {}};
   int usemodels = 0;  // disabled in the dialog: shaders always have the folder
@@ -89,7 +91,7 @@ int ExportMds(const char* path) {
   }
   cprogress progress;
   progress.Open("Exporting MDS - Please wait...");
-  CollectAndWrite(list, range, torsoParent, file, path, progress);
+  CollectAndWrite(std::move(list), range, torsoParent, file, path, progress);
   progress.Finish();
   return kRunDone;
 }

@@ -1,5 +1,7 @@
 #include "plugin/handlers.h"
 
+#include "plugin/hierarchies.h"
+
 namespace {
 
 constexpr char kMdcName[] = "RTCW mdc";
@@ -33,6 +35,9 @@ HANDLER(cimpmdmmdx, kMdmName, kMdmExt)
 HANDLER(cexpmdmmdx, kMdmName, kMdmExt)
 HANDLER(cexpmdx, kMdxName, kMdxExt)
 // NOLINTEND(bugprone-copy-constructor-init,bugprone-unhandled-self-assignment)
+
+culongarray mdmmdxhierarchy;
+culongarray mdshierarchy;
 
 cimpmdc impmdc;
 cimpmds impmds;

@@ -34,7 +34,7 @@ class MARROW_API cimpmds final : public cimporthandler {
   int Import(const char* path) override;
 
  private:
-  // Steps of a run.
+  // Steps of a run. Outside one they do nothing: false, null.
   bool CalcBoneFrame(void* file, unsigned long frame);
   void CacheSkinFiles();
   bool LoadSkinFile(const char* path);
@@ -76,7 +76,7 @@ class MARROW_API cimpmdmmdx final : public cimporthandler {
   int Import(const char* path) override;
 
  private:
-  // Steps of a run.
+  // Steps of a run. Outside one they do nothing: false, null.
   bool CalcBoneFrame(void* mesh, void* skeleton, unsigned long frame);
   void CacheSkinFiles();
   bool LoadSkinFile(const char* path);

@@ -2,8 +2,7 @@
 
 #include "sampling/names.h"
 
-bonelist::bonelist(tagbones choice) {
-  culongarray hierarchy;
+bonelist::bonelist(tagbones choice, culongarray& hierarchy) {
   Interface::GetNodesHierarchy(hierarchy);
   const int numNodes = Interface::NumNodes();
   for (int i = 0; i < numNodes; ++i) {

@@ -8,6 +8,7 @@
 #include "skeletal/records.h"
 
 class cnode;
+class culongarray;
 
 // Where a format has the bone nodes that are tags.
 enum class tagbones {
@@ -19,7 +20,8 @@ enum class tagbones {
 // once for a run; the nodes belong to the scene.
 class bonelist {
  public:
-  explicit bonelist(tagbones choice);
+  // hierarchy: filled with the scene's nodes in their order.
+  bonelist(tagbones choice, culongarray& hierarchy);
 
   const std::vector<cnode*>& Bones() const { return bones_; }
   // The tag bones that stand apart; none where there is no bone.

@@ -68,11 +68,11 @@ void cskelimport::SetSingleKeys(const importsteps& steps) {
 // Whatever the sequences cover.
 void cskelimport::SetAllKeys(const importsteps& steps) {
   const int numFrames = rig_->numFrames;
-  progress_.SetRange(numFrames);
-  progress_.SetPosition(0);
+  progress_->SetRange(numFrames);
+  progress_->SetPosition(0);
   for (int frame = 0; frame < FramesToShow(*rig_, numFrames); ++frame) {
-    progress_.SetText("Calculating Frame: %d of %d\n", frame, numFrames);
-    progress_.SetPosition(frame);
+    progress_->SetText("Calculating Frame: %d of %d\n", frame, numFrames);
+    progress_->SetPosition(frame);
     steps.calcBoneFrame(static_cast<unsigned long>(frame));
     SetBoneKeys(frame, frame == 0 ? numFrames : 0);
   }
@@ -101,12 +101,12 @@ void cskelimport::SetSequenceKeys(const importsteps& steps) {
   }
   int key = 0;
   for (const framestretch& stretch : stretches) {
-    progress_.SetRange(stretch.count);
-    progress_.SetPosition(0);
+    progress_->SetRange(stretch.count);
+    progress_->SetPosition(0);
     for (int f = 0; f < FramesToShow(*rig_, stretch.count); ++f) {
-      progress_.SetText("Calculating Sequence [%s] Frame: %d of %d\n", stretch.sequence->name, f,
-                        stretch.count);
-      progress_.SetPosition(f);
+      progress_->SetText("Calculating Sequence [%s] Frame: %d of %d\n", stretch.sequence->name, f,
+                         stretch.count);
+      progress_->SetPosition(f);
       steps.calcBoneFrame(static_cast<unsigned long>(stretch.first) +
                           static_cast<unsigned long>(f));
       SetBoneKeys(key + f, 0);

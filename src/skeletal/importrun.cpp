@@ -25,14 +25,12 @@ void cskelimport::CacheSkinFiles() {
 
 int cskelimport::Run(const importsteps& steps) {
   if (!AskOptions()) {
-    progress_.Finish();
     return kRunNothing;
   }
   if (AsksForFirstFrame() && !rig_->HasFirstFrame()) {
-    progress_.Finish();
     return kRunFailed;
   }
-  progress_.Open("Importing - Please wait...");
+  progress_->Open("Importing - Please wait...");
   if (importMaterials_ != 0 && skinChoice_ >= 0 && skinChoice_ < skinfiles_.Count()) {
     steps.loadSkinFile((modeldir_ + skinfiles_.Names()[skinChoice_]).c_str());
   }
@@ -53,7 +51,6 @@ int cskelimport::Run(const importsteps& steps) {
     CreateSurfaces(steps);
   }
   SetSceneRange();
-  progress_.Finish();
   return kRunDone;
 }
 
@@ -80,9 +77,9 @@ bool cskelimport::LoadSkinFile(const char* path) {
 }
 
 void cskelimport::CreateBones() {
-  progress_.SetRange(rig_->numBones);
-  progress_.SetPosition(0);
-  progress_.SetText("Creating Bones...\n");
+  progress_->SetRange(rig_->numBones);
+  progress_->SetPosition(0);
+  progress_->SetText("Creating Bones...\n");
   for (std::size_t ul = 0; ul < pBone_.size(); ++ul) {
     const skelBoneInfo& info = rig_->bones[ul];
     pBone_[ul].bone = HandOver(
@@ -103,12 +100,12 @@ ownednode<cbone> cskelimport::CreateBone(const char* name, std::int32_t parent,
 void cskelimport::CreateSurfMaterials() {
   materials_.FindUnused();
   const int nsurfmats = static_cast<int>(surfmats_.Rows().size());
-  progress_.SetRange(nsurfmats);
-  progress_.SetPosition(0);
+  progress_->SetRange(nsurfmats);
+  progress_->SetPosition(0);
   int index = 0;
   for (surfmat& row : surfmats_.Rows()) {
-    progress_.SetText("Creating Materials: %d of %d\n", index, nsurfmats);
-    progress_.SetPosition(index++);
+    progress_->SetText("Creating Materials: %d of %d\n", index, nsurfmats);
+    progress_->SetPosition(index++);
     row.mat = materials_.Require(row.image);
   }
 }

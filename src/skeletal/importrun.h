@@ -37,10 +37,13 @@ struct importsteps {
 };
 
 // The data of an import of a skeletal model and what the formats share of it. An importer's run
-// object has one: it begins it, loads the side files, asks for the options and runs the steps.
+// object has one: it begins it, loads the side files, asks for the options and runs the steps. Its
+// destruction releases the tables.
 class cskelimport {
  public:
-  explicit cskelimport(const importformat& format) : format_(&format) {}
+  // The window is the run's and outlives this object.
+  cskelimport(const importformat& format, cprogress& progress)
+      : format_(&format), progress_(&progress) {}
 
   // Directories and tables. Both views outlive this object.
   void Begin(const char* path, const skelrig& rig, const skelmesh& mesh);
@@ -112,7 +115,7 @@ class cskelimport {
   int importAnimation_ = 1;
   int skinChoice_ = -1;
   int animEnd_ = 100;
-  cprogress progress_;
+  cprogress* progress_;
 };
 
 template <class Header, class RigHeader>

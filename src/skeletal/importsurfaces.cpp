@@ -23,11 +23,11 @@ void cskelimport::CreateSurfaces(const importsteps& steps) {
   const int numSurfaces = static_cast<int>(mesh_->surfaces.size());
   fromWorldRotation_.resize(pBone_.size());
   knownRotation_.resize(pBone_.size());
-  progress_.SetRange(numSurfaces);
-  progress_.SetPosition(0);
+  progress_->SetRange(numSurfaces);
+  progress_->SetPosition(0);
   for (int i = 0; i < numSurfaces; ++i) {
-    progress_.SetText("Creating Surfaces: %d of %d\n", i, numSurfaces);
-    progress_.SetPosition(i);
+    progress_->SetText("Creating Surfaces: %d of %d\n", i, numSurfaces);
+    progress_->SetPosition(i);
     CreateSurface(mesh_->surfaces[static_cast<std::size_t>(i)], steps);
   }
 }
