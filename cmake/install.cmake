@@ -41,3 +41,4 @@ install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime)
 install(FILES examples/sample.glb DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Runtime)
 install(FILES examples/bones.cpp examples/runhandler.cpp examples/toglb.cpp examples/CMakeLists.txt
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Development)
+install(DIRECTORY examples/host DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Development)

@@ -82,6 +82,13 @@ class Tree(unittest.TestCase):
         self.assertEqual({line.strip() for line in nodes.splitlines()[1:]},
                          {node["name"] for node in scene["nodes"]})
 
+        # A host that shares no library with ours.
+        run(build / "host" / "smallhost", self.module, "a.mds", "small.mdm", cwd=self.work)
+        for name in ("small.mdm", "small.mdx"):
+            self.assertTrue((self.work / name).is_file(), name)
+        self.assertEqual({bone["name"] for bone in self.info("small.mdx")["bones"]},
+                         {bone["name"] for bone in self.info("a.mdx")["bones"]})
+
     def test_one_version(self):
         version = run(self.marrow, "--version").strip()
         environment = {**os.environ,

@@ -6,7 +6,7 @@ import sys
 from pathlib import Path
 
 sys.path.append(str(Path(__file__).parent.parent / "module"))
-from exports_test import expected_names  # noqa: E402
+from exports_test import expected_names, host_names, of_host  # noqa: E402
 
 ORDINALS = {"LibType": 1, "LibNumberClasses": 2, "LibClassDesc": 3, "LibVersion": 4}
 
@@ -58,6 +58,14 @@ def exports(module):
     return {name: int(slots[slot]) for slot, name in re.findall(r"\[ *(\d+)\] (\S+)", table)}
 
 
+def imports(module):
+    """The names asked of the host's library, demangled."""
+    listing = output("x86_64-w64-mingw32-objdump", "-p", module)
+    table = listing.split("DLL Name: Core.dll")[1].split("DLL Name:")[0].split("\n\n")[0]
+    names = re.findall(r"^\s+[0-9a-f]+\s+\d+\s+(\S+)$", table, re.M)
+    return of_host(output("c++filt", text="\n".join(names)).split("\n"))
+
+
 def dialogs(resources):
     """By number: caption, style, extended style, place, font and the controls."""
     found = {}
@@ -85,6 +93,10 @@ def main():
     demangled = output("c++filt", text="\n".join(names)).split("\n")
     check("exported names", sorted(set(demangled)), sorted(expected_names()))
     check("ordinals", {name: names[name] for name in ORDINALS}, ORDINALS)
+
+    asked = imports(sys.argv[1])
+    check("asked of a host beyond its list", sorted(asked - host_names()), [])
+    check("asked of a host", "Interface::NumNodes()" in asked, True)
 
     resources = output("x86_64-w64-mingw32-windres", "-J", "coff", sys.argv[1], "-O", "rc")
     found = dialogs(resources)
