@@ -64,7 +64,7 @@ int Convert(programstate& state, const convertjob& job) {
   out.helperBones = out.helperBones && !IsSkeletal(from);
   core::scene scene;
   if (from == filekind::Scene) {
-    ReadSceneFile(state.out, job.source, job.scene.how, scene);
+    ReadSceneFile(state.out, job.source, job.scene.For(to), scene);
   } else {
     importchoices in = job.in.choices;
     in.ask = job.mdx.empty() && job.batch.Ask(job.in.table);

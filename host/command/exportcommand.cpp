@@ -28,7 +28,7 @@ int Export(programstate& state, const exportjob& job) {
   exportoptions options = job.options;
   options.choices.ask = job.batch.Ask(options.table);
   core::scene scene;
-  ReadSceneFile(state.out, job.source, job.scene.how, scene);
+  ReadSceneFile(state.out, job.source, job.scene.For(KindOf(job.target)), scene);
   return ExportModel(state.out, host, job.target, options, job.scene.how.fps, scene);
 }
 

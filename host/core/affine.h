@@ -67,6 +67,14 @@ inline affine ForNormals(const affine& m) {
           {}};
 }
 
+// The same without its size and move, so that what it does to a normal keeps the normal's length
+// where the transform has one scale.
+inline affine OfUnitSize(const affine& m) {
+  const double size = std::cbrt(std::abs(Volume(m)));
+  const double factor = size > 0.0 ? 1.0 / size : 1.0;
+  return {{m.row[0] * factor, m.row[1] * factor, m.row[2] * factor}, {}};
+}
+
 inline affine ToAffine(const cmatrix4& matrix) {
   const auto& m = matrix.m;
   return {{{m[0][0], m[0][1], m[0][2]}, {m[1][0], m[1][1], m[1][2]}, {m[2][0], m[2][1], m[2][2]}},

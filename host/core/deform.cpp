@@ -1,12 +1,31 @@
 #include "core/deform.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "core/pose.h"
+#include "plugin/host/scene.h"
 
 namespace core {
 
 namespace {
+
+void PrepareTargets(const skinstate& skin,
+                    const std::unordered_map<const cnode*, std::uint32_t>& indices,
+                    deformer& made) {
+  made.toJoints.resize(made.joints.size());
+  made.positionTurns.resize(made.joints.size());
+  made.normalTurns.resize(made.joints.size());
+  for (const skinstate::displacement& each : skin.displacements) {
+    if (const auto found = indices.find(each.joint); found != indices.end()) {
+      deformer::turning& to = made.toJoints[found->second];
+      to.position = {{each.toJoint.row[0], each.toJoint.row[1], each.toJoint.row[2]}, {}};
+      to.normal = OfUnitSize(ForNormals(to.position));
+    }
+  }
+  made.moved.resize(skin.mesh.verts.size());
+  made.turned.resize(skin.mesh.verts.size());
+}
 
 std::unique_ptr<deformer> Prepare(const skinstate& skin) {
   auto made = std::make_unique<deformer>();
@@ -40,9 +59,157 @@ std::unique_ptr<deformer> Prepare(const skinstate& skin) {
   }
   made->starts.push_back(static_cast<std::uint32_t>(made->influences.size()));
   made->matrices.resize(made->joints.size());
+  made->normalMatrices.resize(made->joints.size());
   made->positions.resize(skin.mesh.verts.size());
   made->normals.resize(skin.mesh.verts.size());
+  if (skin.mesh.morph != nullptr) {
+    PrepareTargets(skin, indices, *made);
+  }
   return made;
+}
+
+deformer::jointmatrix MatrixOf(const affine& transform) {
+  deformer::jointmatrix matrix;
+  for (int i = 0; i < 4; ++i) {
+    const vec3& row = i < 3 ? transform.row[i] : transform.move;
+    matrix.m[i][0] = static_cast<float>(row.x);
+    matrix.m[i][1] = static_cast<float>(row.y);
+    matrix.m[i][2] = static_cast<float>(row.z);
+    matrix.m[i][3] = i < 3 ? 0.0F : 1.0F;
+  }
+  return matrix;
+}
+
+const affine* StretchAt(const cnode& node, int frame) {
+  const std::vector<affine>& all = node.State().stretches;
+  return all.empty() ? nullptr
+                     : &all[static_cast<std::size_t>(
+                           std::clamp(frame, 0, static_cast<int>(all.size()) - 1))];
+}
+
+void SetMatrices(deformer& work, const affine& toLocal, int frame) {
+  work.stretched = false;
+  for (std::size_t j = 0; j < work.joints.size(); ++j) {
+    affine joint = WorldAtFrame(*work.joints[j], frame) * toLocal;
+    affine normal = joint;
+    if (const affine* stretch = StretchAt(*work.joints[j], frame); stretch != nullptr) {
+      work.stretched = true;
+      normal = OfUnitSize(ForNormals(*stretch)) * joint;
+      joint = *stretch * joint;
+    }
+    work.matrices[j] = MatrixOf(joint);
+    work.normalMatrices[j] = MatrixOf(normal);
+    if (!work.toJoints.empty()) {
+      work.positionTurns[j] = MatrixOf(work.toJoints[j].position * joint);
+      work.normalTurns[j] = MatrixOf(work.toJoints[j].normal * normal);
+    }
+  }
+}
+
+void Accumulate(const std::vector<cpoint3>& from, float weight, std::vector<cpoint3>& sum) {
+  for (std::size_t v = 0; v < from.size(); ++v) {
+    sum[v].x += weight * from[v].x;
+    sum[v].y += weight * from[v].y;
+    sum[v].z += weight * from[v].z;
+  }
+}
+
+void SumTargets(deformer& work, const meshstate& mesh, int frame, bool withNormals) {
+  std::ranges::fill(work.moved, cpoint3());
+  std::ranges::fill(work.turned, cpoint3());
+  for (const morphweights::entry& each : mesh.morph->AtFrame(frame)) {
+    const morphtarget& target = mesh.targets[each.target];
+    Accumulate(target.positions, each.weight, work.moved);
+    if (withNormals) {
+      Accumulate(target.normals, each.weight, work.turned);
+    }
+  }
+}
+
+void AddTurned(float (&sum)[4], float weight, const cpoint3& p, const float (&m)[4][4]) {
+  for (int c = 0; c < 4; ++c) {
+    sum[c] += weight * (p.x * m[0][c] + p.y * m[1][c] + p.z * m[2][c]);
+  }
+}
+
+cpoint3 Sum(const cpoint3& a, const cpoint3& b) { return MakePt3(a.x + b.x, a.y + b.y, a.z + b.z); }
+
+cpoint3 UnitOr(const vec3& wanted, const cpoint3& otherwise) {
+  const vec3 normal = Unit(wanted);
+  return IsZero(normal) ? otherwise : ToPoint(normal);
+}
+
+// What no joint moves: the targets and the skin's own stretch alone.
+void Rest(deformer& work, const meshstate& mesh, const affine* stretch, std::size_t v) {
+  const bool morphs = mesh.morph != nullptr;
+  cpoint3 position = morphs ? Sum(mesh.verts[v], work.moved[v]) : mesh.verts[v];
+  cpoint3 normal = mesh.normals[v];
+  if (morphs) {
+    normal = UnitOr(ToVec(Sum(normal, work.turned[v])), normal);
+  }
+  if (stretch != nullptr) {
+    position = ToPoint(Turn(ToVec(position), *stretch) + stretch->move);
+    normal = UnitOr(Turn(ToVec(normal), ForNormals(*stretch)), normal);
+  }
+  work.positions[v] = position;
+  work.normals[v] = normal;
+}
+
+// Of a mesh with targets or joints that stretch: a joint turns a normal without making it longer.
+cpoint3 BlendNormal(const deformer& work, const meshstate& mesh, std::size_t v) {
+  vec3 sum;
+  for (std::uint32_t i = work.starts[v]; i < work.starts[v + 1]; ++i) {
+    const deformer::influence& in = work.influences[i];
+    float part[4] = {};
+    AddTurned(part, 1.0F, in.normal, work.normalMatrices[in.joint].m);
+    if (mesh.morph != nullptr) {
+      AddTurned(part, 1.0F, work.turned[v], work.normalTurns[in.joint].m);
+    }
+    sum = sum + Unit({part[0], part[1], part[2]}) * in.weight;
+  }
+  return UnitOr(sum, mesh.normals[v]);
+}
+
+template <bool kMorphs>
+void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const cpoint3& move,
+           bool withNormals) {
+  for (std::size_t v = 0; v < work.positions.size(); ++v) {
+    const std::uint32_t first = work.starts[v];
+    const std::uint32_t end = work.starts[v + 1];
+    if (first == end) {
+      Rest(work, mesh, stretch, v);
+      continue;
+    }
+    float sum[4] = {};
+    for (std::uint32_t i = first; i < end; ++i) {
+      const deformer::influence& in = work.influences[i];
+      const auto& m = work.matrices[in.joint].m;
+      for (int c = 0; c < 4; ++c) {
+        sum[c] += in.weight *
+                  (in.offset.x * m[0][c] + in.offset.y * m[1][c] + in.offset.z * m[2][c] + m[3][c]);
+      }
+      if constexpr (kMorphs) {
+        AddTurned(sum, in.weight, work.moved[v], work.positionTurns[in.joint].m);
+      }
+    }
+    const float missing = 1.0F - sum[3];
+    work.positions[v].x = sum[0] + missing * move.x;
+    work.positions[v].y = sum[1] + missing * move.y;
+    work.positions[v].z = sum[2] + missing * move.z;
+    if (!withNormals) {
+      continue;
+    }
+    if (kMorphs || work.stretched) {
+      work.normals[v] = BlendNormal(work, mesh, v);
+      continue;
+    }
+    float turned[4] = {};
+    for (std::uint32_t i = first; i < end; ++i) {
+      const deformer::influence& in = work.influences[i];
+      AddTurned(turned, in.weight, in.normal, work.matrices[in.joint].m);
+    }
+    work.normals[v] = UnitOr({turned[0], turned[1], turned[2]}, mesh.normals[v]);
+  }
 }
 
 }  // namespace
@@ -55,54 +222,16 @@ const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
   deformer& work = *state.prepared;
   affine toLocal = WorldAtFrame(skin, frame);
   InvertInPlace(toLocal);
-  for (std::size_t j = 0; j < work.joints.size(); ++j) {
-    const affine joint = WorldAtFrame(*work.joints[j], frame) * toLocal;
-    for (int i = 0; i < 4; ++i) {
-      const vec3& row = i < 3 ? joint.row[i] : joint.move;
-      work.matrices[j].m[i][0] = static_cast<float>(row.x);
-      work.matrices[j].m[i][1] = static_cast<float>(row.y);
-      work.matrices[j].m[i][2] = static_cast<float>(row.z);
-      work.matrices[j].m[i][3] = i < 3 ? 0.0F : 1.0F;
-    }
-  }
+  SetMatrices(work, toLocal, frame);
   // The joints' matrices carry the move into local space once for each unit of weight; what the
   // weights of a vertex lack to 1 is made up for, since they are not normalised.
   const cpoint3 move = ToPoint(toLocal.move);
-  for (std::size_t v = 0; v < work.positions.size(); ++v) {
-    const std::uint32_t first = work.starts[v];
-    const std::uint32_t end = work.starts[v + 1];
-    if (first == end) {
-      work.positions[v] = state.mesh.verts[v];
-      work.normals[v] = state.mesh.normals[v];
-      continue;
-    }
-    float sum[4] = {};
-    for (std::uint32_t i = first; i < end; ++i) {
-      const deformer::influence& in = work.influences[i];
-      const auto& m = work.matrices[in.joint].m;
-      for (int c = 0; c < 4; ++c) {
-        sum[c] += in.weight *
-                  (in.offset.x * m[0][c] + in.offset.y * m[1][c] + in.offset.z * m[2][c] + m[3][c]);
-      }
-    }
-    const float missing = 1.0F - sum[3];
-    work.positions[v].x = sum[0] + missing * move.x;
-    work.positions[v].y = sum[1] + missing * move.y;
-    work.positions[v].z = sum[2] + missing * move.z;
-    if (!withNormals) {
-      continue;
-    }
-    float turned[4] = {};
-    for (std::uint32_t i = first; i < end; ++i) {
-      const deformer::influence& in = work.influences[i];
-      const auto& m = work.matrices[in.joint].m;
-      for (int c = 0; c < 4; ++c) {
-        turned[c] +=
-            in.weight * (in.normal.x * m[0][c] + in.normal.y * m[1][c] + in.normal.z * m[2][c]);
-      }
-    }
-    const vec3 normal = Unit({turned[0], turned[1], turned[2]});
-    work.normals[v] = IsZero(normal) ? state.mesh.normals[v] : ToPoint(normal);
+  const affine* const stretch = StretchAt(skin, frame);
+  if (state.mesh.morph != nullptr) {
+    SumTargets(work, state.mesh, frame, withNormals);
+    Blend<true>(work, state.mesh, stretch, move, withNormals);
+  } else {
+    Blend<false>(work, state.mesh, stretch, move, withNormals);
   }
   return work;
 }

@@ -26,12 +26,27 @@ struct deformer {
   std::vector<influence> influences;
   std::vector<std::uint32_t> starts;  // of each vertex, and the end
   std::vector<jointmatrix> matrices;  // of the joints at the frame, into the skin's local space
-  std::vector<cpoint3> positions;     // deformed, in local space
+  std::vector<jointmatrix> normalMatrices;
+  bool stretched = false;          // a joint's scale changes
+  std::vector<cpoint3> positions;  // deformed, in local space
   std::vector<cpoint3> normals;
+
+  // Of a mesh with morph targets: by joint what leads displacements and those of normals into its
+  // space, and on from there into local space at the frame; what the frame's targets add to the
+  // vertices at rest.
+  struct turning {
+    affine position;
+    affine normal;
+  };
+  std::vector<turning> toJoints;
+  std::vector<jointmatrix> positionTurns;
+  std::vector<jointmatrix> normalTurns;
+  std::vector<cpoint3> moved;
+  std::vector<cpoint3> turned;
 };
 
-// Fills the positions, and the normals if wanted, of the skin at the frame. A vertex without
-// weights stays where it is at rest.
+// Fills the positions, and the normals if wanted, of the skin at the frame: morph targets first,
+// then the joints. A vertex without weights stays where the targets have it.
 CORE_API const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals);
 
 }  // namespace core

@@ -22,6 +22,7 @@ void ForgetJoint(skinstate& skin, const cnode* joint) {
       weight.bone = nullptr;
     }
   }
+  std::erase_if(skin.displacements, [joint](const auto& each) { return each.joint == joint; });
   skin.prepared.reset();
 }
 

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "core/affine.h"
+#include "plugin/host/scene.h"
 
 namespace core {
 
@@ -184,6 +185,34 @@ void SmoothNormals(meshstate& mesh, float angle) {
     }
   }
   mesh.normals = std::move(normals);
+}
+
+void SmoothTargets(meshstate& mesh, float angle) {
+  const auto lacks = [](const morphtarget& target) {
+    return target.normals.empty() && !target.positions.empty();
+  };
+  if (std::ranges::none_of(mesh.targets, lacks)) {
+    return;
+  }
+  meshstate shape;
+  shape.faces = mesh.faces;
+  shape.verts = mesh.verts;
+  SmoothNormals(shape, angle);
+  const std::vector<cpoint3> rest = shape.normals;
+  const auto combine = [](const std::vector<cpoint3>& a, const std::vector<cpoint3>& b, float sign,
+                          std::vector<cpoint3>& to) {
+    to.resize(a.size());
+    for (std::size_t v = 0; v < a.size(); ++v) {
+      to[v] = MakePt3(a[v].x + sign * b[v].x, a[v].y + sign * b[v].y, a[v].z + sign * b[v].z);
+    }
+  };
+  for (morphtarget& target : mesh.targets) {
+    if (lacks(target)) {
+      combine(mesh.verts, target.positions, 1.0F, shape.verts);
+      SmoothNormals(shape, angle);
+      combine(shape.normals, rest, -1.0F, target.normals);
+    }
+  }
 }
 
 }  // namespace core

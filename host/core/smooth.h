@@ -9,4 +9,8 @@ namespace core {
 // without faces has (0, 0, 1).
 CORE_API void SmoothNormals(meshstate& mesh, float angle);
 
+// Gives each morph target without normals those by which its shape's smoothed normals differ from
+// the smoothed ones of the mesh at rest.
+CORE_API void SmoothTargets(meshstate& mesh, float angle);
+
 }  // namespace core

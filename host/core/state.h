@@ -2,12 +2,15 @@
 
 // What stands behind the nodes, materials and images of plugin/host, for the host's own programs.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "core/affine.h"
 #include "plugin/host/materials.h"
 #include "plugin/host/nodes.h"
 
@@ -45,11 +48,39 @@ struct nodestate {
   std::unique_ptr<canim> ownTrack;  // of a node that is no bone
   scene* owner = nullptr;           // the scene that the node was added to
   int index = -1;                   // its place among the owner's nodes
+  // Scale that changes over the frames, which a track's poses do not pass on to points: from frame
+  // 0 on, what is applied to a mesh's vertices or to the offsets of a bone's weights before the
+  // node's pose. Frames beyond the last have the last. Empty: none.
+  std::vector<affine> stretches;
 };
 
 // In place of the first vertex of a face that names vertices which its mesh does not have. Such
 // faces are left out when the mesh comes into a scene.
 inline constexpr std::int32_t kNoVertex = -2;
+
+// A shape that a mesh blends to: how far each vertex's position, and its normal where the list is
+// not empty, lies from that at rest, in the node's local space.
+struct morphtarget {
+  std::string name;
+  std::vector<cpoint3> positions;
+  std::vector<cpoint3> normals;
+};
+
+// How much of its targets a mesh has at each frame from 0 on; frames beyond the last have the last.
+struct morphweights {
+  struct entry {
+    std::uint32_t target;
+    float weight;
+  };
+  std::vector<entry> entries;       // weights that are not 0, frame by frame
+  std::vector<std::size_t> starts;  // of each frame's entries, and the end
+
+  int NumFrames() const { return static_cast<int>(starts.size()) - 1; }
+  std::span<const entry> AtFrame(int frame) const {
+    const auto f = static_cast<std::size_t>(std::clamp(frame, 0, NumFrames() - 1));
+    return {entries.data() + starts[f], entries.data() + starts[f + 1]};
+  }
+};
 
 // One normal for each vertex; one texture vertex for each vertex in what the importers make.
 struct meshstate {
@@ -57,6 +88,9 @@ struct meshstate {
   std::vector<cpoint3> normals;
   std::vector<cpoint3> tverts;
   std::vector<cface> faces;
+  std::vector<morphtarget> targets;
+  // Null without targets. Shared by the surfaces of one node.
+  std::shared_ptr<const morphweights> morph;
 };
 
 // Weights of one vertex: a stretch of skinstate::weights.
@@ -75,6 +109,13 @@ struct CORE_API skinstate {
   meshstate mesh;  // at rest, in the node's local space
   std::vector<skinstretch> stretches;
   std::vector<cskinweight> weights;
+  // Into the space of a joint's offsets, for what targets add to the vertices at rest: the
+  // linear part counts. A joint without an entry has the identity.
+  struct displacement {
+    const cnode* joint;
+    affine toJoint;
+  };
+  std::vector<displacement> displacements;
   std::unique_ptr<deformer> prepared;  // made from the weights when a frame is first asked for
 };
 

@@ -22,6 +22,12 @@ struct options {
   double scale = 1.0;  // above 0
   double fps = 20.0;   // above 0
   facing front = facing::kPlusZ;
+
+  // Reading: what changes a mesh's points over the frames and is no pose. A mesh that has such a
+  // change becomes a node of type skin, with joints or without. What is not kept stays as it is at
+  // rest, with a warning.
+  bool keepMorphTargets = false;
+  bool keepChangingScale = false;
 };
 
 // How well the recovered bind pose of a scene's skins agrees with the weights' offsets: the

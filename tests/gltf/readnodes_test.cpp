@@ -134,19 +134,20 @@ TEST_F(ReadNodes, WhatIsLeftOutIsSaidOnceAKind) {
   }
   model.Channel(0, 0, "translation", {0}, {0, 0, 0});
   model.doc["animations"][0]["channels"].push_back(
-      {{"sampler", 0}, {"target", {{"node", 0}, {"path", "weights"}}}});
+      {{"sampler", 1}, {"target", {{"node", 0}, {"path", "weights"}}}});
+  model.doc["animations"][0]["samplers"].push_back(
+      {{"input", model.Floats("SCALAR", {0, 1})}, {"output", model.Floats("SCALAR", {0, 1})}});
   ASSERT_TRUE(Read(model)) << told.fault;
   EXPECT_EQ(told.warnings,
             (outline{"material m: its texture has an image of an unknown format",
                      "lights are left out: 3, the first is node_1",
                      "primitives without vertices are left out: mesh 1, primitive 0",
-                     "morph targets are left out: mesh 0, primitive 0",
                      "vertex colours are left out: mesh 0, primitive 0",
                      "texture coordinates beyond those of the colour image are left out: mesh 0, "
                      "primitive 0",
                      "texture transforms are left out: m",
                      "textures that are no material's colour are left out: 1",
-                     "animations of morph targets are left out"}));
+                     "morph targets that change during a clip are left out: node_0"}));
 }
 
 }  // namespace

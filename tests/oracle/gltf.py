@@ -29,6 +29,10 @@ class Surface:
         flat = scene.array(indices) if indices is not None else np.arange(len(self.points))
         self.triangles = flat.astype(int).reshape(-1, 3)
         self.material = primitive.get("material")
+        # Displacements of each morph target.
+        self.targets = [(scene.array(target["POSITION"]),
+                         scene.array(target["NORMAL"]) if "NORMAL" in target else None)
+                        for target in primitive.get("targets", [])]
         sets = sum(name.startswith("JOINTS_") for name in attributes)
         if self.skin is not None and sets:
             joints = [scene.array(attributes[f"JOINTS_{i}"]) for i in range(sets)]
@@ -91,17 +95,26 @@ class Scene:
 
     def array(self, index):
         accessor = self.json["accessors"][index]
-        assert "sparse" not in accessor, "sparse accessors are not used here"
         kind = np.dtype(COMPONENTS[accessor["componentType"]])
         width, count = WIDTHS[accessor["type"]], accessor["count"]
-        view = self.json["bufferViews"][accessor["bufferView"]]
-        start = view.get("byteOffset", 0) + accessor.get("byteOffset", 0)
-        stride = view.get("byteStride", width * kind.itemsize)
-        values = np.ndarray((count, width), kind, self.buffers[view["buffer"]], start,
-                            (stride, kind.itemsize)).astype(float)
+        values = (self._elements(accessor, kind, count, width) if "bufferView" in accessor
+                  else np.zeros((count, width)))
+        if "sparse" in accessor:
+            sparse = accessor["sparse"]
+            places = self._elements(sparse["indices"], np.dtype(
+                COMPONENTS[sparse["indices"]["componentType"]]), sparse["count"], 1)[:, 0]
+            values[places.astype(int)] = self._elements(sparse["values"], kind, sparse["count"],
+                                                        width)
         if accessor.get("normalized"):
             values = np.maximum(values / np.iinfo(kind).max, -1)
         return values[:, 0] if width == 1 else values
+
+    def _elements(self, place, kind, count, width):
+        view = self.json["bufferViews"][place["bufferView"]]
+        start = view.get("byteOffset", 0) + place.get("byteOffset", 0)
+        stride = view.get("byteStride", width * kind.itemsize)
+        return np.ndarray((count, width), kind, self.buffers[view["buffer"]], start,
+                          (stride, kind.itemsize)).astype(float)
 
     def _bind(self, skin):
         if "inverseBindMatrices" not in skin:
@@ -116,6 +129,8 @@ class Scene:
             how = sampler.get("interpolation", "LINEAR")
             if how == "CUBICSPLINE":
                 values = values.reshape(len(times), 3, -1)
+            elif channel["target"]["path"] == "weights":
+                values = values.reshape(len(times), -1)
             tracks[channel["target"].get("node"), channel["target"]["path"]] = times, values, how
         return tracks
 
@@ -148,15 +163,31 @@ class Scene:
             result[i] = local if parent is None else result[parent] @ local
         return result
 
+    def shape(self, surface, clip, time):
+        """Points and normals of a surface with its morph targets, before its node or joints."""
+        node = self.nodes[surface.node]
+        mesh = self.json["meshes"][node["mesh"]]
+        weights = node.get("weights", mesh.get("weights", [0] * len(surface.targets)))
+        if clip is not None and (surface.node, "weights") in self.tracks[clip]:
+            weights = sample(*self.tracks[clip][surface.node, "weights"], time, False)
+        points, normals = surface.points.copy(), surface.normals.copy()
+        for weight, (moved, turned) in zip(weights, surface.targets):
+            points += weight * moved
+            if turned is not None:
+                normals += weight * turned
+        return points, normals
+
     def triangles(self, surface):
         """As the games order them, clockwise seen from the front: a file's run the other way, but
         under a mirror a rigid part is seen from its other side."""
         mirrored = surface.skin is None and np.linalg.det(self.world(None, 0)[surface.node]) < 0
         return surface.triangles if mirrored else surface.triangles[:, [0, 2, 1]]
 
-    def vertices(self, surface, world):
-        """Linear blend skinning, or the node's own matrix for a rigid part."""
-        points = np.column_stack([surface.points, np.ones(len(surface.points))])
+    def vertices(self, surface, world, points=None):
+        """Linear blend skinning, or the node's own matrix for a rigid part; of other points than
+        those at rest where they are given."""
+        points = surface.points if points is None else points
+        points = np.column_stack([points, np.ones(len(points))])
         if surface.skin is None:
             return (points @ world[surface.node].T)[:, :3]
         joints, bind = self.skins[surface.skin]
@@ -166,10 +197,10 @@ class Scene:
             result += weight[:, None] * np.einsum("vij,vj->vi", matrices[joint], points)[:, :3]
         return result
 
-
-    def normals(self, surface, world, blend=True):
+    def normals(self, surface, world, blend=True, own=None):
         """Of length 1: turned by the inverse transposed of what moves the vertex, blended, or of
-        its first weight's joint alone."""
+        its first weight's joint alone; of other normals than those at rest where they are given."""
+        own = surface.normals if own is None else own
         if surface.skin is None:
             matrices = world[[surface.node]]
             joints, weights = np.zeros((len(surface.points), 1), int), np.ones(
@@ -184,7 +215,7 @@ class Scene:
         turns = np.linalg.inv(matrices[:, :3, :3]).transpose(0, 2, 1)
         result = np.zeros(surface.points.shape)
         for joint, weight in zip(joints.T, weights.T):
-            parts = np.einsum("vij,vj->vi", turns[joint], surface.normals)
+            parts = np.einsum("vij,vj->vi", turns[joint], own)
             result += weight[:, None] * parts / np.linalg.norm(parts, axis=1)[:, None]
         return result / np.linalg.norm(result, axis=1)[:, None]
 

@@ -38,7 +38,7 @@ class Scene(make_sample.Document):
         """Channels: node, path, times, values, interpolation."""
         animation = {"name": name, "samplers": [], "channels": []}
         for node, path, times, values, how in channels:
-            kind = "VEC4" if path == "rotation" else "VEC3"
+            kind = {"rotation": "VEC4", "weights": "SCALAR"}.get(path, "VEC3")
             animation["channels"].append({"sampler": len(animation["samplers"]),
                                           "target": {"node": node, "path": path}})
             animation["samplers"].append({
@@ -152,6 +152,71 @@ def build(path, kind):
                (tail, "rotation", [0.3], [turned(random)], "LINEAR"),
                (rock, "rotation", [0, 0.63], [(0, 0, 0, 1), (0.5, 0.5, 0.5, 0.5)], "STEP"),
                (rock, "translation", [0, 0.8], [[1, 0, 1], [-2, 3, 1]], "LINEAR"))
+    s.write(path)
+
+
+def morphed(scene, random, shown, count):
+    """Gives each primitive of a mesh `count` morph targets with normals, the second sparse."""
+    for primitive in shown["primitives"]:
+        size = scene.accessors[primitive["attributes"]["POSITION"]]["count"]
+        primitive["targets"] = []
+        for number in range(count):
+            moved = random.normal(size=(size, 3)) * 0.1
+            if number == 1:
+                places = np.sort(random.permutation(size)[:7])
+                position = len(scene.accessors)
+                scene.accessors.append({
+                    "componentType": make_sample.FLOAT, "count": size, "type": "VEC3", "sparse": {
+                        "count": 7,
+                        "indices": {"componentType": make_sample.BYTE, "bufferView": scene.view(
+                            places.astype("u1").tobytes())},
+                        "values": {"bufferView": scene.view(
+                            moved[:7].astype("<f4").tobytes())}}})
+            else:
+                position = scene.array(moved, "VEC3")
+            primitive["targets"].append({"POSITION": position, "NORMAL": scene.array(
+                random.normal(size=(size, 3)) * 0.3, "VEC3")})
+    return shown
+
+
+def build_shapes(path):
+    """What changes a mesh's points and is no pose: weights of morph targets, by clips of all
+    interpolations, by default, by the node; on a part of no joint, on a skin of two primitives, on
+    a part that hangs from a joint. Scale that changes: of a part's own node, above a part, of a
+    joint of the skin, above a part that hangs from a joint, above a tag; from nothing, too."""
+    random = np.random.default_rng(11)
+    s = Scene()
+    # Axes that turn into each other, so that boxes are still the boxes of the vertices.
+    above = s.node("above", translation=[0.2, 0, 0.4], rotation=[0.5, 0.5, 0.5, 0.5])
+    s.node("flag", above, mesh=0, translation=[0.3, 0.5, 0], rotation=[0.5, -0.5, 0.5, 0.5])
+    s.node("pennant", above, mesh=1, weights=[0.5, -0.25, 1], scale=[1, 2, 0.5])
+    root = s.node("Bip01", translation=[0, 1, 0])
+    arm = s.node("arm", root, translation=[0, 0.4, 0], rotation=turned(random))
+    hand = s.node("hand", arm, translation=[0.2, 0.1, 0], rotation=turned(random))
+    holder = s.node("holder", hand, translation=[0, 0.2, 0], scale=[2, 2, 2])
+    s.node("sword", holder, mesh=3, rotation=turned(random))
+    s.node("tag_hand", hand, translation=[0.1, 0, 0.1], rotation=turned(random))
+    s.node("coat", mesh=2, skin=0)
+    s.node("bud", mesh=4, translation=[1, 0, 0])
+    s.meshes = [morphed(s, random, blob(s, random, size=0.4), 3),
+                morphed(s, random, blob(s, random, size=0.3), 3),
+                blob(s, random, joints=3), blob(s, random, size=0.2), blob(s, random, size=0.2)]
+    s.meshes[2]["primitives"].append(blob(s, random, joints=3)["primitives"][0] | {"material": 1})
+    morphed(s, random, s.meshes[2], 2)
+    s.meshes[0]["weights"] = [0, 0.75, 0]
+    s.skins.append({"joints": [root, arm, hand], "inverseBindMatrices": s.array(
+        [np.eye(4).ravel()] * 3, "MAT4")})
+    flag, coat = 1, 9
+    s.clip("wave",
+           (flag, "weights", [0, 0.4, 0.9], random.normal(size=(3, 3, 3)).ravel(), "CUBICSPLINE"),
+           (coat, "weights", [0, 0.33, 0.8], [0, 1, 1, 0, -0.5, 0.25], "LINEAR"),
+           (above, "scale", [0, 0.8], [[1, 1, 1], [0.5, 3, 1.5]], "LINEAR"),
+           (arm, "scale", [0, 0.5], [[1, 1, 1], [2, 2, 2]], "LINEAR"),
+           (arm, "rotation", [0, 0.7], [turned(random), turned(random)], "LINEAR"))
+    s.clip("step",
+           (coat, "weights", [0, 0.22, 0.5], [1, 0, 0, 0, 0.5, 1], "STEP"),
+           (hand, "scale", [0, 0.5], [[1, 1, 1], [0.25, 0.25, 0.25]], "LINEAR"),
+           (len(s.nodes) - 1, "scale", [0, 0.5], [[1e-3, 1e-3, 1e-3], [3, 2, 1]], "LINEAR"))
     s.write(path)
 
 

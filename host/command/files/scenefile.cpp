@@ -79,6 +79,12 @@ void sceneoptions::Define(CLI::App& app) {
   RequireRange(fps, 0.1, 1000.0);
 }
 
+gltf::options sceneoptions::For(filekind kind) const {
+  gltf::options chosen = how;
+  chosen.keepMorphTargets = chosen.keepChangingScale = kind == filekind::Mdc;
+  return chosen;
+}
+
 void ReadSceneFile(console& out, const std::string& path, const gltf::options& how,
                    core::scene& scene) {
   RequireReadable(path);

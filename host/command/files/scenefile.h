@@ -3,6 +3,7 @@
 #include <string>
 
 #include "command/console.h"
+#include "command/files/paths.h"
 #include "core/scene.h"
 #include "gltf/gltf.h"
 
@@ -22,6 +23,8 @@ struct sceneoptions {
   CLI::Option* fps = nullptr;
 
   void Define(CLI::App& app);
+  // For a scene that goes into a file of the kind: frames of vertices take every change of shape.
+  gltf::options For(filekind kind) const;
 };
 
 // What the file has and a scene cannot carry becomes warnings. Both fail when it cannot be done.

@@ -79,7 +79,7 @@ struct turner {
   }
 };
 
-core::affine OfUnitSize(const core::affine& turn) {
+core::affine InRange(const core::affine& turn) {
   double size = 0.0;
   for (const core::vec3& row : turn.row) {
     size = std::max({size, std::abs(row.x), std::abs(row.y), std::abs(row.z)});
@@ -124,7 +124,7 @@ void SetMdcNormals(const cmdcfile& file, const core::scene& scene, int start) {
       source& from = sources[s];
       const mdcXyzNormal* const stored = file.surfaces[s].baseByFrame[static_cast<std::size_t>(f)];
       const auto count = static_cast<std::size_t>(from.mesh.numVerts);
-      const core::affine axes = OfUnitSize(core::ForNormals(core::WorldAtFrame(*from.node, frame)));
+      const core::affine axes = InRange(core::ForNormals(core::WorldAtFrame(*from.node, frame)));
       const turner turn(axes);
       if (from.skin != nullptr) {
         const std::vector<cpoint3>& normals = core::DeformAtFrame(*from.skin, frame, true).normals;

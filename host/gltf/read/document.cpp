@@ -200,6 +200,11 @@ void ReadMaterials(const jsonobject& root, document& doc) {
   doc.numOtherTextures = static_cast<std::size_t>(std::ranges::count(colours, false));
 }
 
+// Weights of morph targets; empty without any.
+std::vector<double> WeightsOf(const jsonobject& from, std::size_t count) {
+  return count == 0 ? std::vector<double>() : from.Numbers("weights", count);
+}
+
 void ReadMeshes(const jsonobject& root, document& doc) {
   for (const jsonobject& from : root.Objects("meshes", "mesh")) {
     mesh& made = doc.meshes.emplace_back();
@@ -218,7 +223,22 @@ void ReadMeshes(const jsonobject& root, document& doc) {
         part.Fail("mode " + std::to_string(mode) + " is none");
       }
       piece.mode = static_cast<primitivemode>(mode);
-      piece.hasTargets = part.ListSize("targets") > 0;
+      for (const jsonobject& target : part.Objects("targets", "target")) {
+        piece.targets.push_back({target.Index("POSITION", doc.accessors.size()),
+                                 target.Index("NORMAL", doc.accessors.size())});
+      }
+      if (piece.targets.size() != made.NumTargets()) {
+        part.Fail("it has " + std::to_string(piece.targets.size()) +
+                  " morph targets, the mesh's first primitive " +
+                  std::to_string(made.NumTargets()));
+      }
+    }
+    made.weights = WeightsOf(from, made.NumTargets());
+    if (const nlohmann::json* names = from.Extra("targetNames");
+        names != nullptr && names->is_array()) {
+      for (const nlohmann::json& name : *names) {
+        made.targetNames.push_back(name.is_string() ? name.get<std::string>() : std::string());
+      }
     }
   }
 }
@@ -292,6 +312,9 @@ void ReadNodes(const jsonobject& root, document& doc) {
     made.children = from.Indices("children", count);
     made.mesh = from.Index("mesh", doc.meshes.size());
     made.skin = from.Index("skin", numSkins);
+    if (made.mesh >= 0) {
+      made.weights = WeightsOf(from, doc.meshes[static_cast<std::size_t>(made.mesh)].NumTargets());
+    }
     made.hasCamera = from.Has("camera");
     const nlohmann::json* bone = from.Extra("bone");
     made.isBone = bone != nullptr && bone->is_boolean() && bone->get<bool>();
@@ -351,14 +374,13 @@ void ReadChannel(const jsonobject& from, document& doc, animation& made) {
   const jsonobject aim = from.Object("target");
   const std::string path = aim.Text("path");
   const int node = aim.Index("node", doc.nodes.size());
-  if (path == "weights") {
-    doc.hasWeightAnimation = true;
-  } else if (path == "translation" || path == "rotation" || path == "scale") {
+  if (path == "translation" || path == "rotation" || path == "scale" || path == "weights") {
     if (node >= 0) {
       made.channels.push_back({index, node,
                                path == "translation" ? target::kMove
                                : path == "rotation"  ? target::kRotation
-                                                     : target::kScale});
+                               : path == "scale"     ? target::kScale
+                                                     : target::kWeights});
     }
   } else {
     doc.hasOtherAnimation = true;

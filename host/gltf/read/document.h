@@ -81,12 +81,18 @@ struct material {
 
 enum class primitivemode { kPoints, kLines, kLineLoop, kLineStrip, kTriangles, kStrip, kFan };
 
+// Accessors of a morph target's displacements.
+struct morph {
+  int positions = -1;
+  int normals = -1;
+};
+
 struct primitive {
   std::map<std::string, int> attributes;  // accessors
   int indices = -1;
   int material = -1;
   primitivemode mode = primitivemode::kTriangles;
-  bool hasTargets = false;
+  std::vector<morph> targets;
   std::string place;
 
   int Attribute(const std::string& name) const {
@@ -98,6 +104,12 @@ struct primitive {
 struct mesh {
   std::string name;
   std::vector<primitive> primitives;
+  std::vector<double> weights;  // of the targets; empty: all 0
+  std::vector<std::string> targetNames;
+
+  std::size_t NumTargets() const {
+    return primitives.empty() ? 0 : primitives.front().targets.size();
+  }
 };
 
 struct transform {
@@ -114,7 +126,8 @@ struct node {
   int skin = -1;
   bool hasCamera = false;
   bool hasLight = false;
-  bool isBone = false;  // by what its maker keeps with it
+  bool isBone = false;          // by what its maker keeps with it
+  std::vector<double> weights;  // of the mesh's targets; empty: the mesh's own
   bool hasMatrix = false;
   core::affine matrix;
   transform local;  // of a node without a matrix
@@ -134,7 +147,7 @@ struct sampler {
   std::string place;
 };
 
-enum class target { kMove, kRotation, kScale };
+enum class target { kMove, kRotation, kScale, kWeights };
 
 struct channel {
   int sampler = -1;
@@ -145,7 +158,7 @@ struct channel {
 struct animation {
   std::string name;
   std::vector<sampler> samplers;
-  std::vector<channel> channels;  // those that move a node
+  std::vector<channel> channels;  // those that move a node or a mesh's targets
   std::vector<int> timing;        // samplers of all its channels
 };
 
@@ -166,7 +179,6 @@ struct document {
   std::string notes;
 
   // What is there and is left out before it comes into the lists above.
-  bool hasWeightAnimation = false;
   bool hasOtherAnimation = false;
   bool hasInstances = false;
   std::size_t numOtherTextures = 0;  // that no material has for its colour

@@ -60,18 +60,34 @@ std::vector<triangle> FacesOf(const primitive& part, std::size_t count, valuerea
   return faces;
 }
 
-std::vector<float> Attribute(const primitive& part, const std::string& name, shape form,
-                             std::size_t each, std::size_t count, valuereader& values) {
-  const int index = part.Attribute(name);
-  if (index < 0) {
+// Empty for accessor -1.
+std::vector<float> PerVertex(int accessor, const std::string& place, shape form, std::size_t each,
+                             std::size_t count, valuereader& values) {
+  if (accessor < 0) {
     return {};
   }
-  std::vector<float> made = values.Floats(index, form, part.place + ": " + name);
+  std::vector<float> made = values.Floats(accessor, form, place);
   if (made.size() != each * count) {
-    throw badfile(part.place + ": " + name + " has " + std::to_string(made.size() / each) +
-                  " entries for " + std::to_string(count) + " vertices");
+    throw badfile(place + " has " + std::to_string(made.size() / each) + " entries for " +
+                  std::to_string(count) + " vertices");
   }
   return made;
+}
+
+std::vector<float> Attribute(const primitive& part, const std::string& name, shape form,
+                             std::size_t each, std::size_t count, valuereader& values) {
+  return PerVertex(part.Attribute(name), part.place + ": " + name, form, each, count, values);
+}
+
+void ReadTargets(const primitive& part, valuereader& values, geometry& made) {
+  made.targets.reserve(part.targets.size());
+  for (std::size_t t = 0; t < part.targets.size(); ++t) {
+    const std::string place = part.place + ", morph target " + std::to_string(t) + ": ";
+    made.targets.push_back({PerVertex(part.targets[t].positions, place + "POSITION", shape::kVec3,
+                                      3, made.count, values),
+                            PerVertex(part.targets[t].normals, place + "NORMAL", shape::kVec3, 3,
+                                      made.count, values)});
+  }
 }
 
 // Weights that stand for integers were rounded one by one; together they are 1 again.
@@ -169,23 +185,30 @@ void DropUnused(geometry& made) {
     Keep(made.joints[set], 4, kept);
     Keep(made.weights[set], 4, kept);
   }
+  for (targetvalues& target : made.targets) {
+    Keep(target.positions, 3, kept);
+    Keep(target.normals, 3, kept);
+  }
 }
 
 }  // namespace
 
-geometry ReadGeometry(const document& doc, const primitive& part, const std::string& coordinates,
-                      bool skinned, bool shared, valuereader& values) {
+geometry ReadGeometry(const document& doc, const primitive& part, const wantedparts& wanted,
+                      valuereader& values) {
   geometry made;
   made.positions =
       values.Floats(part.Attribute("POSITION"), shape::kVec3, part.place + ": POSITION");
   made.count = made.positions.size() / 3;
   made.faces = FacesOf(part, made.count, values);
   made.normals = Attribute(part, "NORMAL", shape::kVec3, 3, made.count, values);
-  made.coordinates = Attribute(part, coordinates, shape::kVec2, 2, made.count, values);
-  if (skinned) {
+  made.coordinates = Attribute(part, wanted.coordinates, shape::kVec2, 2, made.count, values);
+  if (wanted.joints) {
     ReadWeights(doc, part, values, made);
   }
-  if (shared) {
+  if (wanted.targets) {
+    ReadTargets(part, values, made);
+  }
+  if (wanted.usedOnly) {
     DropUnused(made);
   }
   return made;

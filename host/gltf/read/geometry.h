@@ -11,6 +11,12 @@
 namespace gltf {
 
 // A primitive as the file has it: its axes, its units, flat lists.
+// Displacements of a morph target: three for each vertex; empty where it has none.
+struct targetvalues {
+  std::vector<float> positions;
+  std::vector<float> normals;
+};
+
 struct geometry {
   std::size_t count = 0;           // vertices
   std::vector<float> positions;    // three for each vertex
@@ -20,12 +26,19 @@ struct geometry {
   // Sets of four joints, by their places in the skin, and their weights: four for each vertex.
   std::vector<std::vector<std::uint32_t>> joints;
   std::vector<std::vector<float>> weights;
+  std::vector<targetvalues> targets;
 };
 
-// `coordinates` is the attribute to take as texture coordinates. The vertices keep their number
-// and order, except that a primitive that uses less than half of the vertices it shares with
-// others gets only those that it uses. Throws badfile.
-geometry ReadGeometry(const document& doc, const primitive& part, const std::string& coordinates,
-                      bool skinned, bool shared, valuereader& values);
+struct wantedparts {
+  std::string coordinates;  // the attribute to take as texture coordinates
+  bool joints = false;
+  bool targets = false;
+  bool usedOnly = false;  // see below
+};
+
+// The vertices keep their number and order, except that with `usedOnly` a primitive that uses less
+// than half of them gets only those that it uses. Throws badfile.
+geometry ReadGeometry(const document& doc, const primitive& part, const wantedparts& wanted,
+                      valuereader& values);
 
 }  // namespace gltf

@@ -145,7 +145,9 @@ plan MakePlan(const document& doc) {
   made.order = OrderOf(doc, made);
   for (const animation& clip : doc.animations) {
     for (const channel& moved : clip.channels) {
-      made.nodes[At(moved.node)].animated = true;
+      if (moved.path != target::kWeights) {
+        made.nodes[At(moved.node)].animated = true;
+      }
     }
   }
   FindBones(doc, made);

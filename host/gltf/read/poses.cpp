@@ -130,6 +130,7 @@ class posemaker {
         line_(line),
         axes_(how.front),
         scale_(how.scale),
+        keepChanges_(how.keepChangingScale),
         values_(values) {}
 
   poselist Make() {
@@ -146,6 +147,9 @@ class posemaker {
     channels_.resize(doc_.nodes.size());
     for (std::size_t clip = 0; clip < doc_.animations.size(); ++clip) {
       for (const channel& moved : doc_.animations[clip].channels) {
+        if (moved.path == target::kWeights) {
+          continue;
+        }
         channels_[static_cast<std::size_t>(moved.node)].push_back(
             {&doc_.animations[clip], &moved, clip});
       }
@@ -172,6 +176,7 @@ class posemaker {
     const transform rest = ToScene(inFile, axes_, scale_);
     core::affine local = from.hasMatrix ? axes_.ToScene(from.matrix) : ToAffine(rest);
     local.move = rest.move;
+    pose.local = local;
     const core::affine whole = Linear(local) * parent.scale;
     const bool bends = !parent.bent.empty();
     const bool moves = bends || !channels_[index].empty();
@@ -183,7 +188,10 @@ class posemaker {
       }
       SampleNode(index, inFile);
       keeps = KeepScale(pose, parent, whole);
-      if (!keeps && HoldOwnScale(rest.scale)) {
+      if (!keeps && keepChanges_) {
+        pose.scale = {};
+        pose.factor = 1.0;
+      } else if (!keeps && HoldOwnScale(rest.scale)) {
         made_.scaled.push_back(static_cast<int>(index));
       }
     } else {
@@ -200,9 +208,11 @@ class posemaker {
                                               ? Normalized(rest.rotation)
                                               : core::ToQuat(own)));
     }
-    if (!keeps && (bends || parent.factor == 0.0)) {
+    if (!keeps && (keepChanges_ || bends || parent.factor == 0.0)) {
       Bend(pose, parent);
-      made_.bent.push_back(static_cast<int>(index));
+      if (!keepChanges_) {
+        made_.bent.push_back(static_cast<int>(index));
+      }
     }
     for (const ckey& key : pose.keys) {
       if (!IsFinite(key)) {
@@ -256,7 +266,7 @@ class posemaker {
     return parent.bent.empty() ? parent.scale : parent.bent[frame];
   }
 
-  // What the node does to the places below it at each frame, beside its rigid pose.
+  // The node's scale at each frame, beside its rigid pose.
   void Bend(nodepose& pose, const nodepose& parent) const {
     pose.bent.reserve(frames_.size());
     for (std::size_t f = 0; f < frames_.size(); ++f) {
@@ -336,6 +346,7 @@ class posemaker {
   const timeline& line_;
   const axismap axes_;
   const double scale_;
+  const bool keepChanges_;
   valuereader& values_;
 
   std::vector<std::vector<placed>> channels_;  // of each node

@@ -14,9 +14,12 @@ namespace gltf {
 // goes into the points that hang from the node.
 struct nodepose {
   core::affine scale;
-  // Of each frame, for a node that turns below a scale of unequal axes: its points keep the scale
-  // above, while the nodes below stand where the file has them.
+  // Of each frame, for a node that turns below a scale of unequal axes, or whose scale changes
+  // where that is kept: the scale in place of `scale`. The nodes below stand where the file has
+  // them. Points follow it where changing scale is kept, and `scale` is the identity then;
+  // otherwise they keep `scale`.
   std::vector<core::affine> bent;
+  core::affine local;      // the whole of the node's own transform at rest
   double factor = 1.0;     // where the scale is the same along all axes; 0 where it is not
   core::affine rest;       // the pose in the world when no clip runs
   std::vector<ckey> keys;  // relative to the parent's pose; one for a node that keeps still
@@ -24,9 +27,9 @@ struct nodepose {
 
 struct poselist {
   std::vector<nodepose> nodes;  // of the document
-  // Nodes whose scale changes during a clip: it was left as it is at rest.
+  // Nodes whose scale changes during a clip and was left as it is at rest.
   std::vector<int> scaled;
-  std::vector<int> bent;  // nodes that turn below a scale of unequal axes
+  std::vector<int> bent;  // nodes that turn below a scale of unequal axes, which left their points
 };
 
 // Throws badfile.

@@ -10,6 +10,7 @@
 #include "gltf/read/badfile.h"
 #include "gltf/read/document.h"
 #include "gltf/read/materials.h"
+#include "gltf/read/morphs.h"
 #include "gltf/read/ownednode.h"
 #include "gltf/read/plan.h"
 #include "gltf/read/poses.h"
@@ -29,8 +30,9 @@ std::size_t At(int index) { return static_cast<std::size_t>(index); }
 class nodebuilder {
  public:
   nodebuilder(const document& doc, const plan& nodes, poselist& poses,
-              const std::vector<std::string>& names, core::scene& scene)
+              const std::vector<std::string>& names, const options& how, core::scene& scene)
       : doc_(doc),
+        keepStretches_(how.keepChangingScale),
         nodes_(nodes),
         poses_(poses),
         names_(names),
@@ -104,6 +106,9 @@ class nodebuilder {
   // Adds a node that has the pose of the document's node. The first one carries its children.
   void Place(ownednode<cnode> node, int index, const std::string& name) {
     cnode* const added = Hand(std::move(node), name);
+    if (keepStretches_) {
+      added->State().stretches = poses_.nodes[At(index)].bent;
+    }
     std::vector<ckey>& keys = added->State().track->State().keys;
     cnode*& frame = frames_[At(index)];
     if (frame == nullptr) {
@@ -119,6 +124,7 @@ class nodebuilder {
   }
 
   const document& doc_;
+  const bool keepStretches_;
   const plan& nodes_;
   poselist& poses_;
   const std::vector<std::string>& names_;
@@ -137,8 +143,9 @@ void Build(const document& doc, const options& how, const std::string& path, cor
   poselist poses = MakePoses(doc, nodes, line, how, values);
   const std::vector<std::string> names = NodeNames(doc);
   const std::vector<cmaterial*> materials = AddMaterials(doc, path, scene, warnings);
-  nodebuilder builder(doc, nodes, poses, names, scene);
-  surfacemaker surfaces({doc, nodes, poses, builder.Bones(), materials, how}, values);
+  const std::vector<nodemorph> morphs = MakeMorphs(doc, nodes, line, values);
+  nodebuilder builder(doc, nodes, poses, names, how, scene);
+  surfacemaker surfaces({doc, nodes, poses, morphs, builder.Bones(), materials, how}, values);
   for (const int index : nodes.order) {
     builder.Add(index, surfaces);
   }
@@ -148,7 +155,8 @@ void Build(const document& doc, const options& how, const std::string& path, cor
   scene.ticksPerFrame = static_cast<int>(std::lround(1000.0 / how.fps));
   scene.notes = doc.notes;
   scene.Invalidate();
-  const std::vector<std::string> left = LeftOut(doc, nodes, poses, names, surfaces.numLoose);
+  const std::vector<std::string> left =
+      LeftOut(doc, nodes, poses, names, {surfaces.numLoose, surfaces.unmorphed});
   warnings.insert(warnings.end(), left.begin(), left.end());
 }
 

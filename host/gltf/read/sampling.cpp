@@ -101,18 +101,23 @@ struct curve {
   }
 };
 
-curve CurveOf(const sampler& from, target path, valuereader& values) {
-  const bool turns = path == target::kRotation;
-  curve made{
-      TimesOf(from, values),
-      values.Floats(from.output, turns ? shape::kVec4 : shape::kVec3, from.place + ": its values"),
-      turns ? std::size_t{4} : std::size_t{3}, from.way};
+// Keys of `each` components.
+curve CurveOf(const sampler& from, shape form, std::size_t each, valuereader& values) {
+  curve made{TimesOf(from, values), values.Floats(from.output, form, from.place + ": its values"),
+             each, from.way};
   const std::size_t entries = from.way == interpolation::kCubic ? 3 : 1;
   if (made.keys.size() != made.times.size() * entries * made.each) {
     throw badfile(from.place + ": it has " + std::to_string(made.keys.size() / made.each) +
                   " values for " + std::to_string(made.times.size()) + " times");
   }
   return made;
+}
+
+// Where a clip of this length is sampled for the frame. A step at a frame's own time is taken at
+// that frame, however the two times were rounded.
+double TimeOf(int frame, double fps, double length, interpolation way) {
+  const double ahead = way == interpolation::kStep ? kWholeFrame / fps : 0.0;
+  return std::min(static_cast<double>(FrameTime(frame, fps)), length) + ahead;
 }
 
 }  // namespace
@@ -146,14 +151,13 @@ timeline LayOut(const document& doc, double fps, valuereader& values) {
 
 void Sample(const animation& from, const channel& moved, const core::clip& clip, double length,
             double fps, valuereader& values, transform* frames) {
+  const bool turns = moved.path == target::kRotation;
   const curve keys =
-      CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)], moved.path, values);
+      CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)],
+              turns ? shape::kVec4 : shape::kVec3, turns ? std::size_t{4} : std::size_t{3}, values);
   keywalk walk(keys.times);
-  // A step at a frame's own time is taken at that frame, however the two times were rounded.
-  const double ahead = keys.way == interpolation::kStep ? kWholeFrame / fps : 0.0;
   for (int frame = 0; frame < clip.frames; ++frame) {
-    const double time = std::min(static_cast<double>(FrameTime(frame, fps)), length);
-    const keyspan at = walk.At(time + ahead);
+    const keyspan at = walk.At(TimeOf(frame, fps, length, keys.way));
     switch (moved.path) {
       case target::kMove:
         frames[frame].move = keys.Vector(at);
@@ -164,7 +168,25 @@ void Sample(const animation& from, const channel& moved, const core::clip& clip,
       case target::kScale:
         frames[frame].scale = keys.Vector(at);
         break;
+      case target::kWeights:
+        break;
     }
+  }
+}
+
+void SampleWeights(const animation& from, const channel& moved, const core::clip& clip,
+                   double length, double fps, std::size_t numTargets, valuereader& values,
+                   const std::function<void(const std::vector<float>&)>& take) {
+  const curve keys = CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)], shape::kScalar,
+                             numTargets, values);
+  keywalk walk(keys.times);
+  std::vector<float> weights(numTargets);
+  for (int frame = 0; frame < clip.frames; ++frame) {
+    const keyspan at = walk.At(TimeOf(frame, fps, length, keys.way));
+    for (std::size_t t = 0; t < numTargets; ++t) {
+      weights[t] = static_cast<float>(keys.Value(at, t));
+    }
+    take(weights);
   }
 }
 

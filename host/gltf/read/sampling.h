@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "core/scene.h"
@@ -23,5 +24,10 @@ timeline LayOut(const document& doc, double fps, valuereader& values);
 // channel has stays as it is. Time grows with keys + frames.
 void Sample(const animation& from, const channel& moved, const core::clip& clip, double length,
             double fps, valuereader& values, transform* frames);
+
+// Calls `take` with the weights of `numTargets` morph targets at each frame of the clip, in order.
+void SampleWeights(const animation& from, const channel& moved, const core::clip& clip,
+                   double length, double fps, std::size_t numTargets, valuereader& values,
+                   const std::function<void(const std::vector<float>&)>& take);
 
 }  // namespace gltf

@@ -1,7 +1,9 @@
 #include "gltf/read/surfaces.h"
 
+#include <algorithm>
 #include <cmath>
 
+#include "core/smooth.h"
 #include "core/state.h"
 #include "gltf/convention.h"
 #include "gltf/read/badfile.h"
@@ -21,6 +23,22 @@ std::size_t At(int index) { return static_cast<std::size_t>(index); }
 
 bool IsFinite(const cpoint3& p) {
   return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+// Adds the targets to the vertices, as much of each as the weights say.
+void ApplyTargets(geometry& made, const std::vector<float>& weights) {
+  const auto add = [](const std::vector<float>& from, float weight, std::vector<float>& to) {
+    for (std::size_t i = 0; i < std::min(from.size(), to.size()); ++i) {
+      to[i] += weight * from[i];
+    }
+  };
+  for (std::size_t t = 0; t < made.targets.size(); ++t) {
+    if (weights[t] != 0.0F) {
+      add(made.targets[t].positions, weights[t], made.positions);
+      add(made.targets[t].normals, weights[t], made.normals);
+    }
+  }
+  made.targets.clear();
 }
 
 core::affine Inverse(core::affine m) { return core::InvertInPlace(m) ? m : core::affine(); }
@@ -48,20 +66,32 @@ core::vec3 surfacemaker::Position(const geometry& from, std::size_t vertex) cons
 }
 
 geometry surfacemaker::Read(int index, const primitive& part, bool skinned) {
-  const std::string coordinates =
+  const nodemorph& morph = from_.morphs[At(index)];
+  const bool changes = morph.changing != nullptr && from_.how.keepMorphTargets;
+  if (morph.changing != nullptr && !changes && (unmorphed.empty() || unmorphed.back() != index)) {
+    unmorphed.push_back(index);
+  }
+  wantedparts wanted;
+  wanted.coordinates =
       part.material < 0 ? "TEXCOORD_0" : from_.doc.materials[At(part.material)].texCoords;
-  const bool shared = part.indices >= 0 && uses_[At(part.Attribute("POSITION"))] > 1;
-  geometry made = ReadGeometry(from_.doc, part, coordinates, skinned, shared, values_);
-  room_ -= static_cast<std::int64_t>(made.count + made.faces.size());
+  wanted.joints = skinned;
+  wanted.targets =
+      changes || std::ranges::any_of(morph.still, [](float weight) { return weight != 0.0F; });
+  wanted.usedOnly = part.indices >= 0 && uses_[At(part.Attribute("POSITION"))] > 1;
+  geometry made = ReadGeometry(from_.doc, part, wanted, values_);
+  room_ -= static_cast<std::int64_t>(made.count * (1 + made.targets.size()) + made.faces.size());
   if (room_ < 0) {
     throw badfile("node " + std::to_string(index) +
                   ": the scene has more vertices and triangles than the file can have");
+  }
+  if (!changes) {
+    ApplyTargets(made, morph.still);
   }
   return made;
 }
 
 void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part,
-                        const core::affine& toRest) {
+                        const core::affine& toRest, bool mirrored) {
   core::meshstate& state = mesh.Mesh();
   state.verts.reserve(from.count);
   for (std::size_t v = 0; v < from.count; ++v) {
@@ -71,7 +101,6 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
     }
   }
   // A mirror turns the faces inside out, which the scene's order of corners makes good.
-  const bool mirrored = core::Volume(toRest) < 0.0;
   state.faces.reserve(from.faces.size());
   for (const auto& corners : from.faces) {
     cface& face = state.faces.emplace_back();
@@ -101,10 +130,53 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
   mesh.SetMaterial(part.material < 0 ? nullptr : from_.materials[At(part.material)]);
 }
 
-ownednode<cmesh> surfacemaker::MakeMesh(int index, const primitive& part) {
+void surfacemaker::AddTargets(cmesh& mesh, const geometry& from, int index,
+                              const core::affine& toRest) {
+  const nodemorph& morph = from_.morphs[At(index)];
+  if (from.targets.empty() || morph.changing == nullptr) {
+    return;
+  }
+  core::meshstate& state = mesh.Mesh();
+  const std::vector<std::string>& names =
+      from_.doc.meshes[At(from_.doc.nodes[At(index)].mesh)].targetNames;
+  const core::affine turn = core::OfUnitSize(core::ForNormals(toRest));
+  const auto brought = [&](const std::vector<float>& list, double scale, const core::affine& by) {
+    std::vector<cpoint3> points;
+    points.reserve(list.size() / 3);
+    for (std::size_t i = 0; i + 2 < list.size(); i += 3) {
+      points.push_back(core::ToPoint(
+          Turn(axes_.ToScene(core::vec3{list[i], list[i + 1], list[i + 2]}) * scale, by)));
+    }
+    return points;
+  };
+  state.morph = morph.changing;
+  state.targets.reserve(from.targets.size());
+  for (std::size_t t = 0; t < from.targets.size(); ++t) {
+    core::morphtarget& made = state.targets.emplace_back();
+    made.name = t < names.size() ? names[t] : std::string();
+    made.positions = brought(from.targets[t].positions, from_.how.scale, toRest);
+    made.normals = brought(from.targets[t].normals, 1.0, turn);
+  }
+  core::SmoothTargets(state, kSmoothAngle);
+}
+
+bool surfacemaker::IsMirrored(int index) const {
+  const nodepose& pose = from_.poses.nodes[At(index)];
+  return from_.how.keepChangingScale && !pose.bent.empty() && core::Volume(pose.bent.front()) < 0.0;
+}
+
+ownednode<cnode> surfacemaker::MakeMesh(int index, const primitive& part) {
+  const nodepose& pose = from_.poses.nodes[At(index)];
+  const geometry from = Read(index, part, false);
   ownednode<cmesh> mesh = Owned(CreateNewMesh());
-  Fill(*mesh, Read(index, part, false), part, from_.poses.nodes[At(index)].scale);
-  return mesh;
+  Fill(*mesh, from, part, pose.scale, (core::Volume(pose.scale) < 0.0) != IsMirrored(index));
+  AddTargets(*mesh, from, index, pose.scale);
+  if (mesh->Mesh().morph == nullptr && (pose.bent.empty() || !from_.how.keepChangingScale)) {
+    return mesh;
+  }
+  ownednode<cskin> skin = Owned(CreateNewSkin());
+  skin->Init(mesh.get());
+  return skin;
 }
 
 std::vector<surfacemaker::binding> surfacemaker::BindingsOf(int index, bool skinned) {
@@ -112,9 +184,16 @@ std::vector<surfacemaker::binding> surfacemaker::BindingsOf(int index, bool skin
   if (!skinned) {
     const int carrier = from_.nodes.nodes[At(index)].carrier;
     const nodepose& own = from_.poses.nodes[At(index)];
-    made.push_back({from_.bones[At(carrier)],
-                    own.scale * own.rest * Inverse(from_.poses.nodes[At(carrier)].rest),
-                    {}});
+    const nodepose& above = from_.poses.nodes[At(carrier)];
+    core::affine offset = own.scale * own.rest * Inverse(above.rest);
+    if (from_.how.keepChangingScale && !above.bent.empty()) {
+      // The scale at and above the carrier changes and is the carrier's.
+      offset = {};
+      for (int at = index; at != carrier; at = from_.doc.nodes[At(at)].parent) {
+        offset = offset * from_.poses.nodes[At(at)].local;
+      }
+    }
+    made.push_back({from_.bones[At(carrier)], offset, {}});
     return made;
   }
   const int skinIndex = from_.doc.nodes[At(index)].skin;
@@ -163,10 +242,16 @@ ownednode<cskin> surfacemaker::MakeSkin(int index, const primitive& part) {
     joint.normal = core::ForNormals(fromRest * joint.offset);
   }
   ownednode<cmesh> mesh = Owned(CreateNewMesh());
-  Fill(*mesh, from, part, toRest);
+  Fill(*mesh, from, part, toRest, (core::Volume(toRest) < 0.0) != IsMirrored(first));
+  AddTargets(*mesh, from, index, toRest);
   ownednode<cskin> skin = Owned(CreateNewSkin());
   skin->Init(mesh.get());
   SetWeights(*skin, from, joints, part);
+  if (skin->Skin().mesh.morph != nullptr) {
+    for (const binding& joint : joints) {
+      skin->Skin().displacements.push_back({joint.bone, fromRest * joint.offset});
+    }
+  }
   return skin;
 }
 

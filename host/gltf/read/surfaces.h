@@ -7,6 +7,7 @@
 #include "gltf/convention.h"
 #include "gltf/gltf.h"
 #include "gltf/read/geometry.h"
+#include "gltf/read/morphs.h"
 #include "gltf/read/ownednode.h"
 #include "gltf/read/plan.h"
 #include "gltf/read/poses.h"
@@ -18,6 +19,7 @@ struct surfacesource {
   const document& doc;
   const plan& nodes;
   const poselist& poses;
+  const std::vector<nodemorph>& morphs;
   const std::vector<cnode*>& bones;  // by node of the document; null for a node that is none
   const std::vector<cmaterial*>& materials;
   const options& how;
@@ -28,14 +30,17 @@ class surfacemaker {
  public:
   surfacemaker(const surfacesource& from, valuereader& values);
 
-  // A mesh that stands in its node, the node's scale in its points.
-  ownednode<cmesh> MakeMesh(int index, const primitive& part);
+  // A mesh that stands in its node, the node's scale in its points; a skin without joints where
+  // its points change over the frames.
+  ownednode<cnode> MakeMesh(int index, const primitive& part);
   // A skin at the scene's origin, moved by the node's own skin, or as a whole by the bone that
   // carries the node.
   ownednode<cskin> MakeSkin(int index, const primitive& part);
 
   // Vertices of skins that no joint moves.
   std::size_t numLoose = 0;
+  // Nodes whose morph targets change and were left as they are without a clip.
+  std::vector<int> unmorphed;
 
  private:
   // A joint as the points of one primitive are brought into its space.
@@ -47,7 +52,11 @@ class surfacemaker {
 
   geometry Read(int index, const primitive& part, bool skinned);
   // Fills an empty mesh with what the file has, brought to rest by the transform.
-  void Fill(cmesh& mesh, const geometry& from, const primitive& part, const core::affine& toRest);
+  void Fill(cmesh& mesh, const geometry& from, const primitive& part, const core::affine& toRest,
+            bool mirrored);
+  void AddTargets(cmesh& mesh, const geometry& from, int index, const core::affine& toRest);
+  // Of a node at the first frame.
+  bool IsMirrored(int index) const;
   std::vector<binding> BindingsOf(int index, bool skinned);
   void SetWeights(cskin& skin, const geometry& from, const std::vector<binding>& joints,
                   const primitive& part);

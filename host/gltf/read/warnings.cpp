@@ -27,8 +27,19 @@ void Tell(const char* what, const finding& found, std::vector<std::string>& line
   }
 }
 
+// At most ten names.
+std::string Listed(const std::vector<int>& nodes, const std::vector<std::string>& names) {
+  constexpr std::size_t kMost = 10;
+  std::string text;
+  for (std::size_t i = 0; i < nodes.size() && i < kMost; ++i) {
+    text += (i == 0 ? "" : ", ") + names[At(nodes[i])];
+  }
+  return nodes.size() > kMost ? text + " and " + std::to_string(nodes.size() - kMost) + " more"
+                              : text;
+}
+
 struct findings {
-  finding cameras, lights, targets, lines, empty, colours, coordinates;
+  finding cameras, lights, lines, empty, colours, coordinates;
 };
 
 void LookAtPrimitive(const document& doc, const primitive& part, findings& found) {
@@ -39,9 +50,6 @@ void LookAtPrimitive(const document& doc, const primitive& part, findings& found
   if (!HasTriangles(doc, part)) {
     found.empty.Add(part.place);
     return;
-  }
-  if (part.hasTargets) {
-    found.targets.Add(part.place);
   }
   const std::string& used =
       part.material < 0 ? "TEXCOORD_0" : doc.materials[At(part.material)].texCoords;
@@ -75,7 +83,7 @@ std::vector<std::string> NodeNames(const document& doc) {
 }
 
 std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const poselist& poses,
-                                 const std::vector<std::string>& names, std::size_t numLoose) {
+                                 const std::vector<std::string>& names, const surfacelosses& lost) {
   findings found;
   std::vector<bool> seen(doc.meshes.size());
   for (const int index : nodes.order) {
@@ -120,7 +128,6 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   Tell("lights are left out", found.lights, lines);
   Tell("points and lines are left out", found.lines, lines);
   Tell("primitives without vertices are left out", found.empty, lines);
-  Tell("morph targets are left out", found.targets, lines);
   Tell("vertex colours are left out", found.colours, lines);
   Tell("texture coordinates beyond those of the colour image are left out", found.coordinates,
        lines);
@@ -132,8 +139,9 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
     lines.push_back("textures that are no material's colour are left out: " +
                     std::to_string(doc.numOtherTextures));
   }
-  if (doc.hasWeightAnimation) {
-    lines.emplace_back("animations of morph targets are left out");
+  if (!lost.unmorphed.empty()) {
+    lines.push_back("morph targets that change during a clip are left out: " +
+                    Listed(lost.unmorphed, names));
   }
   if (doc.hasOtherAnimation) {
     lines.emplace_back("animations of anything but nodes are left out");
@@ -141,8 +149,9 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   if (doc.hasInstances) {
     lines.emplace_back("instances of a mesh beyond its node are left out");
   }
-  if (numLoose > 0) {
-    lines.push_back("vertices of skins without a weight keep still: " + std::to_string(numLoose));
+  if (lost.numLoose > 0) {
+    lines.push_back("vertices of skins without a weight keep still: " +
+                    std::to_string(lost.numLoose));
   }
   return lines;
 }
