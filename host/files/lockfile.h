@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -23,11 +22,16 @@ class lockfile {
   const std::string& Path() const { return path_; }
 
  private:
-  lockfile(std::string path, std::intptr_t handle)
+#if defined(_WIN32)
+  using nativefile = void*;
+#else
+  using nativefile = int;
+#endif
+  lockfile(std::string path, nativefile handle)
       : path_(std::move(path)), handle_(handle), cleanup_(path_) {}
 
   std::string path_;
-  std::intptr_t handle_;
+  nativefile handle_;
   cleanupentry cleanup_;
 };
 

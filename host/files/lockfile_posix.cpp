@@ -57,7 +57,7 @@ std::unique_ptr<lockfile> lockfile::Acquire(const std::string& path,
 
 lockfile::~lockfile() {
   unlink(path_.c_str());
-  close(static_cast<int>(handle_));
+  close(handle_);
 }
 
 }  // namespace files

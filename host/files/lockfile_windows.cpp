@@ -18,11 +18,11 @@ std::unique_ptr<lockfile> lockfile::Acquire(const std::string& path,
   const auto deadline = std::chrono::steady_clock::now() + wait;
   for (;;) {
     // Nobody else may open it, and it is gone when the last handle is.
-    const HANDLE file =
+    HANDLE file =
         CreateFileW(core::PathOf(path).c_str(), GENERIC_WRITE | DELETE, 0, nullptr, OPEN_ALWAYS,
                     FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     if (file != INVALID_HANDLE_VALUE) {
-      return std::unique_ptr<lockfile>(new lockfile(path, reinterpret_cast<std::intptr_t>(file)));
+      return std::unique_ptr<lockfile>(new lockfile(path, file));
     }
     const DWORD error = GetLastError();
     // A file that is being deleted denies access for a moment.
@@ -36,6 +36,6 @@ std::unique_ptr<lockfile> lockfile::Acquire(const std::string& path,
   }
 }
 
-lockfile::~lockfile() { CloseHandle(reinterpret_cast<HANDLE>(handle_)); }
+lockfile::~lockfile() { CloseHandle(handle_); }
 
 }  // namespace files

@@ -50,10 +50,11 @@ int AskFile(BOOL(WINAPI* ask)(OPENFILENAMEA*), const cfiledialog& dialog, char* 
   const std::filesystem::path before = std::filesystem::current_path(ignored);
   const bool chosen = ask(&settings) != FALSE;
   std::filesystem::current_path(before, ignored);
-  if (!chosen || std::strlen(file.data()) >= static_cast<std::size_t>(size)) {
+  const std::size_t length = std::strlen(file.data());
+  if (!chosen || length >= static_cast<std::size_t>(size)) {
     return 0;
   }
-  std::strcpy(path, file.data());
+  std::memcpy(path, file.data(), length + 1);
   return 1;
 }
 
