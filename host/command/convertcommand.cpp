@@ -69,13 +69,16 @@ int Convert(programstate& state, const convertjob& job) {
     importchoices in = job.in.choices;
     in.ask = job.mdx.empty() && job.batch.Ask(job.in.table);
     in.mdx = from == filekind::Mdm ? job.mdx : std::string();
+    in.shapes = !IsSkeletal(to);
     const int code = ImportModel(state.out, host, job.source, in, scene);
     if (code != kExitDone) {
       return code;
     }
-    // The importers set the range's end behind the last key, or to 100 without any.
-    scene.animStart = 0;
-    scene.animEnd = core::LastKeyFrame(scene);
+    // The importers of skeletons set the range's end behind the last key, or to 100 without any.
+    if (IsSkeletal(from)) {
+      scene.animStart = 0;
+      scene.animEnd = core::LastKeyFrame(scene);
+    }
   }
   if (to == filekind::Scene) {
     WriteSceneFile(state.out, scene, job.target, job.scene.how);
@@ -105,6 +108,7 @@ void DefineConvert(CLI::App& app, programstate& state) {
   job->in.Define(*command);
   job->out.Define(*command);
   job->scene.Define(*command);
+  job->scene.DefineShapes(*command, job->in.table);
   job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);

@@ -61,6 +61,7 @@ void DefineImport(CLI::App& app, programstate& state) {
           ->group("Import"),
       {filekind::Mdm});
   job->scene.Define(*command);
+  job->scene.DefineShapes(*command, job->options.table);
   job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);

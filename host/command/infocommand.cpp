@@ -29,7 +29,7 @@ description Describe(programstate& state, const infojob& job, std::string& fault
   }
   if (kind == filekind::Scene) {
     core::scene scene;
-    ReadSceneFile(state.out, job.path, job.scene.how, scene);
+    ReadSceneFile(state.out, job.path, job.scene.For(filekind::Mdc), scene);
     return DescribeScene(scene, job.scene.how.fps);
   }
   RequireReadable(job.path);

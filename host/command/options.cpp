@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 
@@ -17,6 +18,35 @@ namespace {
 CLI::Option* AddOff(CLI::App& app, const std::string& name, bool& value, const std::string& text) {
   return app.add_flag_callback(
       name, [&value] { value = false; }, text);
+}
+
+// Two numbers as 10-19; one stands for both.
+framestretch StretchOf(const std::string& text, const std::string& option) {
+  framestretch made;
+  const auto number = [&](const char* from, const char* end, int& to) {
+    const auto [behind, error] = std::from_chars(from, end, to);
+    return error == std::errc() && to >= 0 ? behind : nullptr;
+  };
+  const char* const end = text.data() + text.size();
+  const char* at = number(text.data(), end, made.first);
+  made.last = made.first;
+  if (at != nullptr && at != end) {
+    at = *at == '-' ? number(at + 1, end, made.last) : nullptr;
+  }
+  if (at != end || made.last < made.first) {
+    throw CLI::ValidationError(option, text + " is no range of frames as 10-19");
+  }
+  return made;
+}
+
+framestretch ClipOf(const std::string& text) {
+  const std::size_t equals = text.rfind('=');
+  if (equals == std::string::npos || equals == 0) {
+    throw CLI::ValidationError("--clip", text + " is no clip as walk=10-19");
+  }
+  framestretch made = StretchOf(text.substr(equals + 1), "--clip");
+  made.name = text.substr(0, equals);
+  return made;
 }
 
 }  // namespace
@@ -47,12 +77,35 @@ bool optiontable::AnyGiven() const {
 void importoptions::Define(CLI::App& app) {
   constexpr char kGroup[] = "Import";
   const std::vector<filekind> skeletal{filekind::Mds, filekind::Mdm};
-  table.Add(app.add_option("--frame", choices.frame,
-                           "Of an mdc: the frame to import, from 0 (default 0); one beyond the "
-                           "model's frames becomes the last")
-                ->option_text("N")
-                ->group(kGroup),
-            {filekind::Mdc});
+  CLI::Option* frame =
+      app.add_option(
+             "--frame", choices.frame,
+             "Of an mdc: one frame alone, from 0; one beyond the model's frames becomes the "
+             "last")
+          ->option_text("N");
+  CLI::Option* frames =
+      app.add_option_function<std::string>(
+             "--frames",
+             [this](const std::string& text) { choices.frames = StretchOf(text, "--frames"); },
+             "Of an mdc: the frames to import, as 10-19 (default: all)")
+          ->option_text("A-B");
+  CLI::Option* clip =
+      app.add_option_function<std::vector<std::string>>(
+             "--clip",
+             [this](const std::vector<std::string>& texts) {
+               for (const std::string& text : texts) {
+                 choices.clips.push_back(ClipOf(text));
+               }
+             },
+             "Of an mdc: a clip of the frames, as walk=10-19; may be given several times (default: "
+             "one clip of all frames)")
+          ->allow_extra_args(false)
+          ->option_text("NAME=A-B");
+  frame->excludes(frames)->excludes(clip);
+  for (CLI::Option* option : {frame, frames, clip}) {
+    option->group(kGroup);
+    table.Add(option, {filekind::Mdc});
+  }
 
   CLI::Option* skin = app.add_option("--skin", choices.skin,
                                      "The .skin file beside the model that says which images its "

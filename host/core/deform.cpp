@@ -151,7 +151,7 @@ void Rest(deformer& work, const meshstate& mesh, const affine* stretch, std::siz
     position = ToPoint(Turn(ToVec(position), *stretch) + stretch->move);
     normal = UnitOr(Turn(ToVec(normal), ForNormals(*stretch)), normal);
   }
-  work.positions[v] = position;
+  work.positions[v] = mesh.grid > 0.0F ? OnGrid(position, mesh.grid) : position;
   work.normals[v] = normal;
 }
 

@@ -115,6 +115,23 @@ void scene::Add(cmaterial* material) {
   material->State().owner = this;
 }
 
+void scene::Replace(cnode* old, cnode* made) {
+  nodestate& from = old->State();
+  nodestate& to = made->State();
+  made->SetName(from.name.c_str());
+  if (from.material != nullptr) {
+    made->SetMaterial(from.material);
+  }
+  to.track->State().keys = from.track->State().keys;
+  to.stretches = std::move(from.stretches);
+  to.index = from.index;
+  to.owner = this;
+  nodes_[static_cast<std::size_t>(from.index)] = made;
+  from.owner = nullptr;
+  old->Destroy();
+  Invalidate();
+}
+
 void scene::Invalidate() { ForgetPoses(); }
 
 std::uint64_t scene::PosesEvaluated() const { return poses_->evaluated; }

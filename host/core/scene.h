@@ -3,6 +3,7 @@
 // The scene behind the static operations of plugin/host/scene.h, as the host's own programs see
 // it: they make one, make it current for a module's run, and fill or read it themselves.
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -43,6 +44,10 @@ class CORE_API scene {
   void Add(cnode* node);
   void Add(cmaterial* material);
 
+  // Puts `made` in the place of a node of the scene, under its name, with its track and the
+  // material that it still has, and destroys the old one, which has no parent and no children.
+  void Replace(cnode* old, cnode* made);
+
   const std::vector<cnode*>& Nodes() const { return nodes_; }
   const std::vector<cmaterial*>& Materials() const { return materials_; }
 
@@ -52,6 +57,11 @@ class CORE_API scene {
   int ticksPerFrame = 50;  // of 1 ms: 20 frames a second
   std::string notes;
   std::vector<clip> clips;
+  // The box of each frame from animStart on, minimum and maximum, where the file that the scene
+  // came from has one. It was taken from vertices before they were cut to steps, and so tells more
+  // than they do.
+  using box = std::array<float, 6>;
+  std::vector<box> frameBounds;
   // What nodes that were added lacked, a line each.
   std::vector<std::string> warnings;
 

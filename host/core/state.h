@@ -3,6 +3,7 @@
 // What stands behind the nodes, materials and images of plugin/host, for the host's own programs.
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -91,7 +92,21 @@ struct meshstate {
   std::vector<morphtarget> targets;
   // Null without targets. Shared by the surfaces of one node.
   std::shared_ptr<const morphweights> morph;
+  // Of what the targets make: coordinates that lie near a multiple of it become that. 0: none.
+  float grid = 0.0F;
 };
+
+// The coordinates moved to the multiples of the grid that they lie within a tenth of a step from.
+inline cpoint3 OnGrid(cpoint3 point, float grid) {
+  for (float* coordinate : {&point.x, &point.y, &point.z}) {
+    const float steps = *coordinate / grid;
+    const float whole = std::round(steps);
+    if (std::abs(steps - whole) <= 0.1F) {
+      *coordinate = whole * grid;
+    }
+  }
+  return point;
+}
 
 // Weights of one vertex: a stretch of skinstate::weights.
 struct skinstretch {
@@ -143,6 +158,7 @@ struct materialstate {
   cimage image;
   float colour[4] = {1.0F, 1.0F, 1.0F, 1.0F};  // linear RGBA factor on the image
   bool doubleSided = false;
+  std::string gamePath;  // as the games name the image; empty: the image's own path
 };
 
 }  // namespace core

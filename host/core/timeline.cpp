@@ -85,6 +85,10 @@ int LastKeyFrame(const scene& scene) {
     if (!track.keys.empty()) {
       last = std::max(last, track.keys.back().frame);
     }
+    if (node->State().type == kNodeSkin) {
+      const meshstate& mesh = static_cast<const cskin*>(node)->Skin().mesh;
+      last = std::max(last, mesh.morph != nullptr ? mesh.morph->NumFrames() - 1 : 0);
+    }
   }
   return std::min(last, std::max(scene.animStart, scene.animEnd));
 }

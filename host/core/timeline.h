@@ -6,9 +6,9 @@
 
 namespace core {
 
-// The last frame of the scene's range at which a key stands. An import sets the end of the range
-// to the number of keys, or to 100 without any, so the range alone says too much. A scene without
-// keys beyond its first frame ends at its first frame.
+// The last frame of the scene's range at which a key stands or a mesh has a shape. An import sets
+// the end of the range to the number of keys, or to 100 without any, so the range alone says too
+// much. A scene without keys beyond its first frame ends at its first frame.
 CORE_API int LastKeyFrame(const scene& scene);
 
 // The named stretches of the time line: the scene's clips where it has any; otherwise the

@@ -4,6 +4,8 @@
     check_mdc.py MARROW SCENE.glb...
 """
 
+import struct
+
 import numpy as np
 
 import gltf
@@ -89,10 +91,6 @@ def check_shapes(check):
     check.expect("scale of unequal axes" in told, "a scale that a skeleton cannot have is told")
 
 
-def as_tga(shaders):
-    return shaders[0].rsplit(".", 1)[0] + ".tga" if shaders else ""
-
-
 def check_import(check, path, frame, scale=1.0, suffix=".glb"):
     """One frame as a scene, and that scene written again."""
     print(f"{path.name}, frame {frame}, to {suffix} and back, scale {scale}")
@@ -111,9 +109,8 @@ def check_import(check, path, frame, scale=1.0, suffix=".glb"):
                    f"triangles of {own.name}")
         check.expect(np.array_equal(own.st, wanted.st), f"texture coordinates of {own.name}")
         material = scene.json["materials"][own.material] if own.material is not None else {}
-        # A missing image leaves the path with the last suffix that was tried.
         game_path = material.get("extras", {}).get("game_path", "")
-        check.expect(game_path.endswith(as_tga(wanted.shaders)), f"game path {game_path}")
+        check.same(game_path, wanted.shaders[0] if wanted.shaders else "", "game path")
     for name, places, angles in model.tags:
         matrix = gltf.scene_matrix(world[scene.named(name)], scale)
         check.bound(f"{name}", abs(matrix[:3, 3] - places[frame]), 1e-5 * size, size)
@@ -128,8 +125,88 @@ def check_import(check, path, frame, scale=1.0, suffix=".glb"):
     for a, b in zip(second.surfaces, model.surfaces, strict=True):
         slack = 0 if scale == 1 else models.GRID
         check.bound(f"{a.name} again", abs(a.verts[0] - b.verts[frame]), slack or 1e-30, size)
-        check.same((a.name, as_tga(a.shaders), a.triangles.tolist(), a.st.tolist()),
-                   (b.name, as_tga(b.shaders), b.triangles.tolist(), b.st.tolist()), "surface again")
+        check.same((a.name, a.shaders, a.triangles.tolist(), a.st.tolist()),
+                   (b.name, b.shaders, b.triangles.tolist(), b.st.tolist()), "surface again")
+
+
+def without_normals(path):
+    """The file with its vertices' normals as 0, and the normals' directions."""
+    data, found = bytearray(path.read_bytes()), []
+    frames, _, surfaces, _, _, _, _, at = struct.unpack_from("<8i", data, 76)
+    for _ in range(surfaces):
+        count, verts, end = (struct.unpack_from("<i", data, at + field)[0]
+                             for field in (84, 104, 120))
+        codes = np.ndarray((frames * count, 4), "<u2", data, at + verts)[:, 3]
+        found.append(models.mdc_normals(codes.copy()))
+        codes[:] = 0
+        at += end
+    return bytes(data), np.vstack(found)
+
+
+def check_all_frames(check, path, scale=40, options=(), own=True):
+    """Every frame as morph targets and tracks, and the model that comes of the scene again: the
+    same bytes but for normals where the file is one of the exporter's `own` shape."""
+    print(f"{path.name}, all frames, to .glb and back, scale {scale}")
+    model = models.Mdc(path)
+    made = check.folder / f"{path.stem}-all.glb"
+    check.run("import", path, "-o", made, "--scale", scale, *options)
+    scene = gltf.Scene(made)
+    frames = scene.frames(20)
+    check.same(len(frames), len(model.origins), "frames")
+    size = max(np.ptp(s.verts, (0, 1)).max() for s in model.surfaces)
+    errors, leaning, differing = [], [], 0
+    for own_part, wanted in zip(scene.surfaces, model.surfaces, strict=True):
+        shapes = {(v.tobytes(), n.tobytes()) for v, n in zip(wanted.verts, wanted.normals)}
+        differing += len(shapes) * len(wanted.verts[0])
+        check.same(len(own_part.targets), len(shapes) - 1, "one target for equal frames")
+        for (clip, time), verts, normals in zip(frames, wanted.verts, wanted.normals):
+            points, turned = scene.shape(own_part, clip, time)
+            world = scene.world(clip, time)
+            errors.append(abs(gltf.scene_points(scene.vertices(own_part, world, points), scale)
+                              - verts).ravel())
+            if own:  # compressed frames have no normals that are read
+                leaning.append(models.degrees_between(gltf.scene_points(
+                    scene.normals(own_part, world, own=turned)), normals))
+        for (node, path_), (times, values, how) in scene.tracks[0].items():
+            if path_ == "weights":
+                check.expect(((values == 0) | (values == 1)).all() and (values.sum(1) <= 1).all(),
+                             "weights of a frame: one target or none")
+                check.same(how, "STEP" if options else "LINEAR", "interpolation")
+    check.bound("vertices", np.concatenate(errors), 1e-4 * size, size)
+    check.bound("normals, degrees", np.concatenate(leaning or [[]]), 1.5, 1)
+    bytes_each = made.stat().st_size / max(differing, 1)
+    print(f"  {bytes_each:.1f} bytes a vertex and differing frame")
+    for name, places, angles in model.tags:
+        matrices = [gltf.scene_matrix(scene.world(*frame)[scene.named(name)], scale)
+                    for frame in frames]
+        check.bound(name, [abs(m[:3, 3] - p) for m, p in zip(matrices, places)], 1e-5 * size, size)
+        check.bound(f"axes of {name}", [abs(m[:3, :3].T - models.frame_axes(*a))
+                                        for m, a in zip(matrices, angles)], 1e-5, 1)
+    again = check.folder / "again" / path.name
+    again.parent.mkdir(exist_ok=True)
+    check.run("export", made, "-o", again, "--scale", scale)
+    if own:
+        first, second = without_normals(path), without_normals(again)
+        check.expect(first[0] == second[0], f"{path.name} is the same again, scale {scale}")
+        check.bound("normals again, degrees", models.degrees_between(first[1], second[1]),
+                    360 / 256 * 1.5, 1)
+    else:
+        for a, b in zip(models.Mdc(again).surfaces, model.surfaces, strict=True):
+            check.bound(f"{a.name} again", abs(a.verts - b.verts), models.GRID, size)
+
+
+def check_clips(check, path):
+    made = check.folder / "clips.glb"
+    check.run("import", path, "-o", made, "--frames", "2-9", "--clip", "a=2-4", "--clip", "b=4-9")
+    scene, model = gltf.Scene(made), models.Mdc(path)
+    check.same([clip["name"] for clip in scene.clips], ["a", "b"], "clips")
+    wanted = [2, 3, 4, 4, 5, 6, 7, 8, 9]
+    check.same(len(scene.frames(20)), len(wanted), "frames of clips")
+    for (clip, time), frame in zip(scene.frames(20), wanted):
+        for own, surface in zip(scene.surfaces, model.surfaces, strict=True):
+            points, _ = scene.shape(own, clip, time)
+            check.bound("vertices of clips", abs(gltf.scene_points(points, 40)
+                                                 - surface.verts[frame]), 0.01, 72, tell=False)
 
 
 def check_compressed(check):
@@ -153,12 +230,16 @@ def check_compressed(check):
     models.write_mdc(path, random.integers(-2000, 2000, (4, 3)) * models.GRID, tags, surfaces)
     for frame in range(4):
         check_import(check, path, frame, suffix=".gltf" if frame % 2 else ".glb")
+    check_all_frames(check, path, scale=20, options=("--interpolate", "step"), own=False)
 
 
 def check_all(check, paths):
     for path in paths:
         exported = check_export(check, path, 40, 20)
         check_import(check, exported, min(11, len(models.Mdc(exported).origins) - 1))
+        for scale in (40, 1, 7.3, 64) if path == paths[0] else (40,):
+            check_all_frames(check, exported, scale)
+    check_clips(check, check.folder / f"{paths[0].stem}.mdc")
     check_import(check, check_export(check, paths[0], 10.5, 13), 3, scale=40)
     for kind in scenes.ARMATURES:
         path = check.folder / f"{kind}.glb"

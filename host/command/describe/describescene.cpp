@@ -45,6 +45,7 @@ description DescribeSkin(cskin& node) {
   }
   row["weights"] = weights;
   row["mostWeights"] = most;
+  row["morphTargets"] = skin.mesh.targets.size();
   return row;
 }
 

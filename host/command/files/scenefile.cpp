@@ -12,6 +12,7 @@
 #include "command/wording.h"
 #include "core/state.h"
 #include "core/timeline.h"
+#include "mdc/records.h"
 
 namespace command {
 
@@ -79,9 +80,29 @@ void sceneoptions::Define(CLI::App& app) {
   RequireRange(fps, 0.1, 1000.0);
 }
 
+void sceneoptions::DefineShapes(CLI::App& app, optiontable& table) {
+  table.Add(
+      app.add_option_function<std::string>(
+             "--interpolate", [this](const std::string& text) { how.stepped = text == "step"; },
+             "Of an mdc: between two frames the clips blend, as the games do (linear, the "
+             "default), or hold the first (step)")
+          ->check(CLI::IsMember({"linear", "step"}))
+          ->option_text("linear|step")
+          ->group("Import"),
+      {filekind::Mdc});
+  table.Add(app.add_flag_callback(
+                   "--no-morph-normals", [this] { how.morphNormals = false; },
+                   "Of an mdc: the scene gets the normals of the first frame alone, which makes it "
+                   "smaller by a third")
+                ->group("Import"),
+            {filekind::Mdc});
+}
+
 gltf::options sceneoptions::For(filekind kind) const {
   gltf::options chosen = how;
-  chosen.keepMorphTargets = chosen.keepChangingScale = kind == filekind::Mdc;
+  chosen.keepMorphTargets = kind == filekind::Mdc || kind == filekind::Scene;
+  chosen.keepChangingScale = kind == filekind::Mdc;
+  chosen.grid = kind == filekind::Mdc ? double{kMdcUnitsPerStep} : 0.0;
   return chosen;
 }
 

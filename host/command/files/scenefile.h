@@ -4,6 +4,7 @@
 
 #include "command/console.h"
 #include "command/files/paths.h"
+#include "command/options.h"
 #include "core/scene.h"
 #include "gltf/gltf.h"
 
@@ -23,6 +24,8 @@ struct sceneoptions {
   CLI::Option* fps = nullptr;
 
   void Define(CLI::App& app);
+  // --interpolate and --no-morph-normals of a command that may write what changes its shape.
+  void DefineShapes(CLI::App& app, optiontable& table);
   // For a scene that goes into a file of the kind: frames of vertices take every change of shape.
   gltf::options For(filekind kind) const;
 };

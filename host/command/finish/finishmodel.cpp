@@ -1,5 +1,10 @@
 #include "command/finish/finishmodel.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
 #include <stdexcept>
 
 #include "binary/filewriter.h"
@@ -21,6 +26,39 @@ std::optional<int> FirstFrame(const cmdcfile& file, const core::scene& scene,
   }
   const std::int64_t all = std::int64_t{scene.animEnd} - scene.animStart + 1;
   return file.header->numFrames == all ? std::optional(scene.animStart) : std::nullopt;
+}
+
+// Where the scene knows the boxes of its frames and the file's lie within a step of them, the file
+// gets them: what lies between is what cutting vertices to steps has taken. Frames of the file
+// begin at the scene's frame `start`.
+void SetFrameBounds(const cmdcfile& file, const core::scene& scene, int start) {
+  const int before = start - scene.animStart;
+  for (std::int32_t f = 0; f < file.header->numFrames; ++f) {
+    const std::int64_t known = std::int64_t{before} + f;
+    if (known < 0 || known >= std::ssize(scene.frameBounds)) {
+      continue;
+    }
+    const core::scene::box& box = scene.frameBounds[static_cast<std::size_t>(known)];
+    mdcFrame& frame = Changed(file.frames[f]);
+    std::array<std::array<float, 3>, 2> wanted{};
+    bool near = true;
+    for (std::size_t i = 0; i < 2; ++i) {
+      for (std::size_t c = 0; c < 3; ++c) {
+        wanted[i][c] = box[3 * i + c] - float{frame.localOrigin[c]};
+        near = near && std::abs(wanted[i][c] - float{frame.bounds[i][c]}) < kMdcUnitsPerStep;
+      }
+    }
+    if (!near) {
+      continue;
+    }
+    float radius = 0.0F;
+    for (std::size_t c = 0; c < 3; ++c) {
+      frame.bounds[0][c] = wanted[0][c];
+      frame.bounds[1][c] = wanted[1][c];
+      radius = std::max(radius, wanted[1][c] - wanted[0][c]);
+    }
+    frame.radius = radius;
+  }
 }
 
 // Loads the file, changes it and writes it again. False: it did not hold, or `change` gave false.
@@ -52,7 +90,7 @@ void Rewrite(const std::string& path, Change&& change) {
 void FinishModel(console& out, const std::string& told, const std::string& path, filekind kind,
                  const finishsteps& steps, const core::scene& scene,
                  const std::optional<framerange>& range) {
-  if (!steps.normals) {
+  if (!steps.normals && kind != filekind::Mdc) {
     return;
   }
   const auto skins = [&](const auto& file) {
@@ -63,8 +101,11 @@ void FinishModel(console& out, const std::string& told, const std::string& path,
     Rewrite<cmdcfile>(path, [&](const cmdcfile& file) {
       const std::optional<int> start = FirstFrame(file, scene, range);
       if (start) {
-        SetMdcNormals(file, scene, *start);
-      } else {
+        SetFrameBounds(file, scene, *start);
+        if (steps.normals) {
+          SetMdcNormals(file, scene, *start);
+        }
+      } else if (steps.normals) {
         out.Warning(told,
                     "its normals are not set, since the window does not tell which frames "
                     "were chosen; --start and --end do");

@@ -115,6 +115,14 @@ std::uint16_t MdcNormal(float x, float y, float z) {
   return static_cast<std::uint16_t>(about << 8U | fromUp);
 }
 
+cpoint3 MdcDirection(std::uint16_t code) {
+  constexpr float kRadians = std::numbers::pi_v<float> / 128.0F;
+  const float fromUp = static_cast<float>(code & 0xFFU) * kRadians;
+  const float about = static_cast<float>(code >> 8U) * kRadians;
+  return MakePt3(std::cos(about) * std::sin(fromUp), std::sin(about) * std::sin(fromUp),
+                 std::cos(fromUp));
+}
+
 void SetMdcNormals(const cmdcfile& file, const core::scene& scene, int start) {
   std::vector<source> sources = SourcesOf(file, scene);
   // All surfaces of a frame, so that each pose is evaluated once.

@@ -16,6 +16,8 @@ namespace command {
 // the high byte the angle about Z from +X, each in 256 steps to the turn. Straight up and the zero
 // vector give 0.
 std::uint16_t MdcNormal(float x, float y, float z);
+// The direction of such a code, at length 1.
+cpoint3 MdcDirection(std::uint16_t code);
 
 // Normals of all vertices in all frames, of which the first is the scene's frame `start`.
 void SetMdcNormals(const cmdcfile& file, const core::scene& scene, int start);

@@ -24,10 +24,22 @@ struct exportchoices {
   std::int64_t mostFrames = std::numeric_limits<std::int64_t>::max();  // that the format has
 };
 
+// Frames of a file, both ends included; of all without numbers.
+struct framestretch {
+  std::string name;
+  int first = 0;
+  int last = -1;
+
+  bool IsAll() const { return last < first; }
+};
+
 struct importchoices {
   bool ask = false;
-  std::optional<int> frame;  // of an mdc
-  std::string skin;          // a listed .skin file; empty: the first
+  std::optional<int> frame;         // of an mdc; the others are then left out
+  framestretch frames;              // of an mdc
+  std::vector<framestretch> clips;  // of an mdc, with names; none: one clip of all frames
+  bool shapes = true;               // of an mdc: whether surfaces change over the frames
+  std::string skin;                 // a listed .skin file; empty: the first
   bool noSkin = false;
   std::vector<std::string> sequences;  // by name; none: all
   bool firstFrame = false;             // no sequence

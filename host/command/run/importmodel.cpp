@@ -2,6 +2,7 @@
 #include "command/files/modelcheck.h"
 #include "command/files/sequencefile.h"
 #include "command/finish/filenormals.h"
+#include "command/finish/mdcframes.h"
 #include "command/run/transfer.h"
 #include "command/wording.h"
 #include "core/state.h"
@@ -68,6 +69,14 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
     chosen.mdx = SkeletonOf(path, chosen.mdx);
     CheckMdxPath(chosen.mdx);
   }
+  std::optional<mdcframes> frames;
+  if (KindOf(path) == filekind::Mdc && !chosen.ask) {
+    frames.emplace(path);
+    frames->Choose(chosen);
+    if (!chosen.frame) {
+      chosen.frame = frames->First();
+    }
+  }
   importanswers answers(chosen);
   const int result =
       host.Import(handler, scene, path, answers, [&](const std::string& mdx) { chosen.mdx = mdx; });
@@ -88,7 +97,16 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   }
   TellWhatChanged(out, path, chosen, answers);
   TellMissingImages(out, path, scene);
-  TakeFileNormals(out, path, KindOf(path), scene);
+  if (KindOf(path) == filekind::Mdc && !frames) {
+    chosen.frame = answers.Frame();
+    frames.emplace(path);
+    frames->Choose(chosen);
+  }
+  if (frames) {
+    frames->Take(scene, chosen.shapes);
+  } else {
+    TakeFileNormals(out, path, KindOf(path), scene);
+  }
   return kExitDone;
 }
 

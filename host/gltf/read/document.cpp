@@ -333,6 +333,23 @@ void ReadNodes(const jsonobject& root, document& doc) {
   }
 }
 
+// Six numbers for each frame; none where somebody else has something under the name.
+std::vector<std::array<float, 6>> BoundsOf(const nlohmann::json& list) {
+  std::vector<std::array<float, 6>> made;
+  for (const nlohmann::json& from : list) {
+    if (!from.is_array() || from.size() != made.emplace_back().size()) {
+      return {};
+    }
+    for (std::size_t i = 0; i < from.size(); ++i) {
+      if (!from[i].is_number()) {
+        return {};
+      }
+      made.back()[i] = from[i].get<float>();
+    }
+  }
+  return made;
+}
+
 void ReadScenes(const jsonobject& root, document& doc) {
   const std::vector<jsonobject> scenes = root.Objects("scenes", "scene");
   if (scenes.empty()) {
@@ -352,6 +369,9 @@ void ReadScenes(const jsonobject& root, document& doc) {
     }
   }
   doc.notes = ExtraText(scene, "notes");
+  if (const nlohmann::json* boxes = scene.Extra("frame_bounds"); boxes != nullptr) {
+    doc.frameBounds = BoundsOf(*boxes);
+  }
 }
 
 interpolation InterpolationOf(const jsonobject& from) {

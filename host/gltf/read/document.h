@@ -177,6 +177,7 @@ struct document {
   std::vector<skin> skins;
   std::vector<animation> animations;
   std::string notes;
+  std::vector<std::array<float, 6>> frameBounds;
 
   // What is there and is left out before it comes into the lists above.
   bool hasOtherAnimation = false;

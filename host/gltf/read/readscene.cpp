@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <new>
+#include <numbers>
 #include <stdexcept>
 #include <unordered_set>
 
@@ -26,6 +27,26 @@ namespace {
 
 std::size_t At(int index) { return static_cast<std::size_t>(index); }
 
+// A rotation whose angles as the games count them lie, where they are nearly whole steps, a little
+// beyond these, so that a format that cuts them finds the step: single precision moves an angle by
+// some 0.003 steps over the length of what it is read from.
+cquat BehindSteps(const cquat& rotation) {
+  constexpr float kStep = 360.0F / 65536.0F;
+  cpoint3 angles = QuatToEuler(rotation);
+  const float level = std::cos(angles.x * std::numbers::pi_v<float> / 180.0F);
+  bool changed = false;
+  for (float* angle : {&angles.x, &angles.y, &angles.z}) {
+    const float near = angle == &angles.x ? 0.02F : std::min(0.02F / std::max(level, 0.05F), 0.4F);
+    const float steps = *angle / kStep;
+    const float whole = std::round(steps);
+    if (whole != 0.0F && std::abs(steps - whole) <= near) {
+      *angle = (whole + std::copysign(near, whole)) * kStep;
+      changed = true;
+    }
+  }
+  return changed ? EulerToQuat(angles) : rotation;
+}
+
 // Puts the nodes of a document into a scene, in its order.
 class nodebuilder {
  public:
@@ -33,6 +54,7 @@ class nodebuilder {
               const std::vector<std::string>& names, const options& how, core::scene& scene)
       : doc_(doc),
         keepStretches_(how.keepChangingScale),
+        grid_(static_cast<float>(how.grid)),
         nodes_(nodes),
         poses_(poses),
         names_(names),
@@ -118,6 +140,12 @@ class nodebuilder {
       keys = frame->State().track->State().keys;
     }
     const int parent = doc_.nodes[At(index)].parent;
+    if (parent < 0 && grid_ > 0.0F) {
+      for (ckey& key : keys) {
+        key.pos = core::OnGrid(key.pos, grid_);
+        key.rot = BehindSteps(key.rot);
+      }
+    }
     if (parent >= 0) {
       frames_[At(parent)]->AttachChild(added, 1);
     }
@@ -125,6 +153,7 @@ class nodebuilder {
 
   const document& doc_;
   const bool keepStretches_;
+  const float grid_;
   const plan& nodes_;
   poselist& poses_;
   const std::vector<std::string>& names_;
@@ -154,6 +183,7 @@ void Build(const document& doc, const options& how, const std::string& path, cor
   scene.animEnd = std::max(line.frames - 1, 0);
   scene.ticksPerFrame = static_cast<int>(std::lround(1000.0 / how.fps));
   scene.notes = doc.notes;
+  scene.frameBounds = doc.frameBounds;
   scene.Invalidate();
   const std::vector<std::string> left =
       LeftOut(doc, nodes, poses, names, {surfaces.numLoose, surfaces.unmorphed});

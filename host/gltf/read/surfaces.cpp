@@ -171,6 +171,12 @@ ownednode<cnode> surfacemaker::MakeMesh(int index, const primitive& part) {
   ownednode<cmesh> mesh = Owned(CreateNewMesh());
   Fill(*mesh, from, part, pose.scale, (core::Volume(pose.scale) < 0.0) != IsMirrored(index));
   AddTargets(*mesh, from, index, pose.scale);
+  if (from_.how.grid > 0.0) {
+    mesh->Mesh().grid = static_cast<float>(from_.how.grid);
+    for (cpoint3& vertex : mesh->Mesh().verts) {
+      vertex = core::OnGrid(vertex, mesh->Mesh().grid);
+    }
+  }
   if (mesh->Mesh().morph == nullptr && (pose.bent.empty() || !from_.how.keepChangingScale)) {
     return mesh;
   }

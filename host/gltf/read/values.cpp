@@ -16,6 +16,8 @@ namespace {
 // accessor many times, but a small file cannot ask for more work than this.
 constexpr std::int64_t kFreeComponents = std::int64_t{1} << 28;
 constexpr std::int64_t kComponentsPerByte = 8;
+// Elements that may be 0 without a byte of the file, as most weights of many morph targets are.
+constexpr std::int64_t kFreeZeros = std::int64_t{1} << 22;
 
 constexpr std::int64_t kNumComponents[] = {1, 2, 3, 4, 4, 9, 16};
 
@@ -105,7 +107,8 @@ const accessor& valuereader::Checked(int index, shape form, const std::string& p
   if (from.form != form) {
     throw badfile(place + " is of the wrong type (accessor " + std::to_string(index) + ")");
   }
-  if (from.count > room_ / NumComponents(form) || (from.view < 0 && from.count > bytes_)) {
+  if (from.count > room_ / NumComponents(form) ||
+      (from.view < 0 && from.count > std::max(bytes_, kFreeZeros))) {
     throw badfile(place + " has more values than the file can have");
   }
   room_ -= from.count * NumComponents(form);

@@ -8,6 +8,7 @@
 #include "gltf/convention.h"
 #include "gltf/write/fault.h"
 #include "gltf/write/localpose.h"
+#include "gltf/write/meshes.h"
 #include "gltf/write/utf8.h"
 
 namespace gltf {
@@ -81,6 +82,27 @@ class animationwriter {
     }
   }
 
+  void AddMorph(int node, const core::meshstate& mesh) {
+    for (std::size_t c = 0; c < clips_.size(); ++c) {
+      const core::clip& clip = clips_[c];
+      const std::size_t count = mesh.targets.size();
+      std::vector<scenefile::placedvalue> weights;
+      for (int k = 0; k < clip.frames; ++k) {
+        for (const core::morphweights::entry& each : mesh.morph->AtFrame(clip.start + k)) {
+          weights.push_back(
+              {static_cast<std::uint32_t>(static_cast<std::size_t>(k) * count + each.target),
+               each.weight});
+        }
+      }
+      if (weights.empty()) {
+        continue;
+      }
+      AddSampler(c, node, "weights", Times(clip.frames),
+                 file_.AddSparse(static_cast<std::size_t>(clip.frames) * count, weights));
+      made_[c].whole = true;
+    }
+  }
+
   // A clip in which nothing differs from the rest pose still has its name and its length: from one
   // node that holds still. Without a node to hold still there is no such clip.
   void Finish(int still, const localpose& rest) {
@@ -147,11 +169,19 @@ class animationwriter {
 
   void Write(std::size_t c, int node, std::size_t which, int times) {
     const property& what = kProperties[which];
-    const int output = file_.AddFloats(View(), values_, what.type, scenefile::bounds::kNone);
+    AddSampler(c, node, what.path, times,
+               file_.AddFloats(View(), values_, what.type, scenefile::bounds::kNone));
+  }
+
+  void AddSampler(std::size_t c, int node, const char* path, int times, int output) {
     std::vector<ordered_json>& samplers = made_[c].samplers;
     made_[c].channels.push_back(
-        {{"sampler", samplers.size()}, {"target", {{"node", node}, {"path", what.path}}}});
-    samplers.push_back({{"input", times}, {"output", output}});
+        {{"sampler", samplers.size()}, {"target", {{"node", node}, {"path", path}}}});
+    ordered_json sampler = {{"input", times}, {"output", output}};
+    if (how_.stepped) {
+      sampler["interpolation"] = "STEP";
+    }
+    samplers.push_back(std::move(sampler));
   }
 
   // Clips of one length share their times.
@@ -198,8 +228,8 @@ class animationwriter {
 
 }  // namespace
 
-void WriteAnimations(const core::scene& scene, const layout& plan, const options& how,
-                     scenefile& file) {
+void WriteAnimations(const core::scene& scene, const skinning& skins, const layout& plan,
+                     const std::vector<int>& meshes, const options& how, scenefile& file) {
   std::vector<core::clip> clips = core::NamedClips(scene);
   std::erase_if(clips, [](const core::clip& clip) { return clip.frames < 1; });
   const bool named = !clips.empty();
@@ -217,6 +247,11 @@ void WriteAnimations(const core::scene& scene, const layout& plan, const options
     const localpose rest = PoseAt(*node.track, scene.animStart, how, {}, node.name);
     if (node.track->keys.size() > 1) {
       writer.AddNode(static_cast<int>(i), rest);
+    }
+    if (i < meshes.size() && meshes[i] >= 0) {
+      if (const core::meshstate* mesh = MorphedMesh(*scene.Nodes()[i], skins); mesh != nullptr) {
+        writer.AddMorph(static_cast<int>(i), *mesh);
+      }
     }
     if (still < 0 && named) {
       still = static_cast<int>(i);

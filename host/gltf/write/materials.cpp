@@ -53,7 +53,8 @@ class materialwriter {
       entry["doubleSided"] = true;
     }
     if (!IsNoImage(image.path)) {
-      entry["extras"] = {{"game_path", ToUtf8(image.path)}};
+      entry["extras"] = {
+          {"game_path", ToUtf8(state.gamePath.empty() ? image.path : state.gamePath)}};
     }
     return file_.Add("materials", std::move(entry));
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/box.h"
 #include "core/state.h"
 #include "gltf/convention.h"
 #include "gltf/write/fault.h"
@@ -18,7 +19,11 @@ constexpr std::size_t kSet = 4;
 class meshwriter {
  public:
   meshwriter(const skinning& skins, const options& how, scenefile& file)
-      : skins_(skins), scale_(how.scale), axes_(how.front), file_(file) {}
+      : skins_(skins),
+        scale_(how.scale),
+        morphNormals_(how.morphNormals),
+        axes_(how.front),
+        file_(file) {}
 
   // -1: there is no triangle to show.
   int Write(cnode& node, int material) {
@@ -40,6 +45,7 @@ class meshwriter {
     if (skins_.IsSkinned(index)) {
       WriteWeights(mesh, index, attributes);
     }
+    const core::meshstate* const morphed = MorphedMesh(node, skins_);
     ordered_json primitive = {{"attributes", std::move(attributes)}, {"indices", Indices(mesh)}};
     if (material >= 0) {
       primitive["material"] = material;
@@ -47,6 +53,9 @@ class meshwriter {
     ordered_json entry;
     if (!node.State().name.empty()) {
       entry["name"] = ToUtf8(node.State().name);
+    }
+    if (morphed != nullptr) {
+      WriteTargets(*morphed, mesh, primitive, entry);
     }
     entry["primitives"].push_back(std::move(primitive));
     return file_.Add("meshes", std::move(entry));
@@ -95,6 +104,89 @@ class meshwriter {
     if (textured) {
       attributes["TEXCOORD_0"] = Vertices(coordinates, "VEC2");
     }
+  }
+
+  void WriteTargets(const core::meshstate& from, const cexpmesh& mesh, ordered_json& primitive,
+                    ordered_json& entry) {
+    const float extent = LargestExtent(from.verts) / static_cast<float>(scale_);
+    std::vector<std::string> names;
+    for (const core::morphtarget& target : from.targets) {
+      ordered_json made;
+      made["POSITION"] = Displacements(target.positions, mesh, extent);
+      if (const int normals = NormalDisplacements(target.normals, mesh); normals >= 0) {
+        made["NORMAL"] = normals;
+      }
+      primitive["targets"].push_back(std::move(made));
+      names.push_back(ToUtf8(target.name));
+    }
+    entry["weights"] = std::vector<float>(from.targets.size(), 0.0F);
+    entry["extras"] = {{"targetNames", names}};
+  }
+
+  // Of a target, for each vertex of the file.
+  std::vector<float> Spread(const std::vector<cpoint3>& from, const cexpmesh& mesh, double scale) {
+    std::vector<float> values;
+    values.reserve(3 * static_cast<std::size_t>(mesh.numVerts));
+    for (std::int32_t i = 0; i < mesh.numVerts; ++i) {
+      const std::uint32_t source = mesh.vertMap.Data()[i];
+      Put(source < from.size() ? core::ToVec(from[source]) * scale : core::vec3{}, values);
+    }
+    return values;
+  }
+
+  // In shorts, which are half as large, where their steps are fine against the mesh.
+  int Displacements(const std::vector<cpoint3>& from, const cexpmesh& mesh, float extent) {
+    constexpr float kShortStep = 1.0F / 32767.0F;
+    constexpr float kFinest = 1e-4F;  // of the mesh, for a whole step
+    const std::vector<float> values = Spread(from, mesh, 1.0 / scale_);
+    const bool fits =
+        std::ranges::all_of(values, [](float value) { return std::abs(value) <= 1.0F; });
+    return fits && kShortStep <= kFinest * extent
+               ? file_.AddPacked(values, scenefile::packing::kInt16, scenefile::bounds::kWritten)
+               : Vertices(values, "VEC3", scenefile::bounds::kWritten);
+  }
+
+  // In normalized bytes or shorts, which hold differences up to 1 while two unit vectors may differ
+  // by up to 2: where that is too much, the difference leads to a shorter vector of the direction,
+  // which a reader makes as long as any, and where nothing is left of it the target has floats. -1
+  // where there are no normals, or they are not wanted.
+  int NormalDisplacements(const std::vector<cpoint3>& from, const cexpmesh& mesh) {
+    constexpr double kShortestOfBytes = 0.2;     // a byte's half step is 1.1 degrees then
+    constexpr double kShortestOfShorts = 0.005;  // a short's 0.2
+    if (!morphNormals_ || from.empty()) {
+      return -1;
+    }
+    std::vector<float> values;
+    values.reserve(3 * static_cast<std::size_t>(mesh.numVerts));
+    double shortest = 1.0;
+    for (std::int32_t i = 0; i < mesh.numVerts; ++i) {
+      const core::vec3 rest = core::ToVec(mesh.verts[i].normal);
+      const core::vec3 wanted = core::Unit(rest + core::ToVec(from[mesh.vertMap.Data()[i]]));
+      double length = 1.0;
+      for (const auto& [a, b] :
+           {std::pair{rest.x, wanted.x}, {rest.y, wanted.y}, {rest.z, wanted.z}}) {
+        if (a * b < 0.0) {
+          length = std::min(length, (1.0 - std::abs(a)) / std::abs(b));
+        }
+      }
+      shortest = std::min(shortest, length);
+      if (length < kShortestOfShorts) {
+        return Vertices(Spread(from, mesh, 1.0), "VEC3");
+      }
+      Put(wanted * length - rest, values);
+    }
+    return file_.AddPacked(
+        values,
+        shortest < kShortestOfBytes ? scenefile::packing::kInt16 : scenefile::packing::kInt8,
+        scenefile::bounds::kNone);
+  }
+
+  static float LargestExtent(const std::vector<cpoint3>& points) {
+    cpoint3 low;
+    cpoint3 high;
+    core::BoxOf(points, low, high);
+    const cpoint3 size = high - low;
+    return std::max({size.x, size.y, size.z});
   }
 
   static void CheckFinite(const cnode& node, const std::vector<float>& values,
@@ -149,11 +241,21 @@ class meshwriter {
 
   const skinning& skins_;
   double scale_;
+  bool morphNormals_;
   axismap axes_;
   scenefile& file_;
 };
 
 }  // namespace
+
+const core::meshstate* MorphedMesh(const cnode& node, const skinning& skins) {
+  const core::nodestate& state = node.State();
+  if (state.type != kNodeSkin || skins.IsSkinned(static_cast<std::size_t>(state.index))) {
+    return nullptr;
+  }
+  const core::meshstate& mesh = static_cast<const cskin&>(node).Skin().mesh;
+  return mesh.morph != nullptr && !mesh.targets.empty() ? &mesh : nullptr;
+}
 
 std::vector<int> WriteMeshes(const core::scene& scene, const skinning& skins,
                              const std::unordered_map<const cmaterial*, int>& materials,

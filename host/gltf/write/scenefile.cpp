@@ -1,8 +1,10 @@
 #include "gltf/write/scenefile.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cctype>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <limits>
@@ -16,7 +18,9 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "values are written as they lie");
 
+constexpr int kSignedByte = 5120;
 constexpr int kByte = 5121;
+constexpr int kSignedShort = 5122;
 constexpr int kShort = 5123;
 constexpr int kInt = 5125;
 constexpr int kFloat = 5126;
@@ -87,7 +91,7 @@ void scenefile::SetScene(ordered_json scene) {
 }
 
 int scenefile::AddView(use purpose) {
-  views_.push_back({purpose, {}});
+  views_.push_back({purpose, {}, 0});
   return static_cast<int>(views_.size()) - 1;
 }
 
@@ -122,6 +126,65 @@ int scenefile::AddFloats(int view, std::span<const float> values, const char* ty
     At("accessors", accessor)["max"] = high;
   }
   return accessor;
+}
+
+template <class T>
+int scenefile::Pack(int& view, std::span<const float> values, int componentType, bounds wanted) {
+  constexpr float kOne = std::numeric_limits<T>::max();
+  constexpr std::size_t kStride = Padded(3 * sizeof(T));
+  const std::size_t count = values.size() / 3;
+  if (view < 0) {
+    view = AddView(use::kVertices);
+    views_.back().stride = kStride;
+  }
+  std::vector<std::uint8_t>& bytes = views_[static_cast<std::size_t>(view)].bytes;
+  const std::size_t offset = bytes.size();
+  bytes.resize(offset + count * kStride);
+  std::array<int, 3> low{};
+  std::array<int, 3> high{};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const T value = static_cast<T>(std::lround(std::clamp(values[i], -1.0F, 1.0F) * kOne));
+    std::memcpy(bytes.data() + offset + i / 3 * kStride + i % 3 * sizeof(T), &value, sizeof(T));
+    low[i % 3] = i < 3 ? value : std::min<int>(low[i % 3], value);
+    high[i % 3] = i < 3 ? value : std::max<int>(high[i % 3], value);
+  }
+  const int accessor = AddAccessor(view, offset, componentType, count, "VEC3");
+  ordered_json& entry = At("accessors", accessor);
+  entry["normalized"] = true;
+  if (wanted == bounds::kWritten) {
+    entry["min"] = low;
+    entry["max"] = high;
+  }
+  for (const char* list : {"extensionsUsed", "extensionsRequired"}) {
+    root_[list] = {"KHR_mesh_quantization"};
+  }
+  return accessor;
+}
+
+int scenefile::AddPacked(std::span<const float> values, packing how, bounds wanted) {
+  return how == packing::kInt8 ? Pack<std::int8_t>(byteView_, values, kSignedByte, wanted)
+                               : Pack<std::int16_t>(shortView_, values, kSignedShort, wanted);
+}
+
+int scenefile::AddSparse(std::size_t count, std::span<const placedvalue> values) {
+  const int places = AddView(use::kNothing);
+  const int numbers = AddView(use::kNothing);
+  const auto append = [this](int view, const auto& value) {
+    const auto* raw = reinterpret_cast<const std::uint8_t*>(&value);
+    std::vector<std::uint8_t>& bytes = views_[static_cast<std::size_t>(view)].bytes;
+    bytes.insert(bytes.end(), raw, raw + sizeof value);
+  };
+  for (const placedvalue& each : values) {
+    append(places, each.place);
+    append(numbers, each.value);
+  }
+  return Add("accessors", {{"componentType", kFloat},
+                           {"count", count},
+                           {"type", "SCALAR"},
+                           {"sparse",
+                            {{"count", values.size()},
+                             {"indices", {{"bufferView", places}, {"componentType", kInt}}},
+                             {"values", {{"bufferView", numbers}}}}}});
 }
 
 template <class T>
@@ -186,6 +249,9 @@ void scenefile::Save(files::replacement& into) {
   std::uint64_t size = 0;
   for (const viewdata& each : views_) {
     ordered_json entry = {{"buffer", 0}, {"byteOffset", size}, {"byteLength", each.bytes.size()}};
+    if (each.stride != 0) {
+      entry["byteStride"] = each.stride;
+    }
     if (each.purpose != use::kNothing) {
       entry["target"] = each.purpose == use::kVertices ? kVertexTarget : kIndexTarget;
     }

@@ -33,6 +33,16 @@ class scenefile {
   // like; not empty. Bounds are the least and largest of each component.
   enum class bounds { kNone, kWritten };
   int AddFloats(int view, std::span<const float> values, const char* type, bounds wanted);
+  // Three for each element, from -1 to 1, in normalized bytes or shorts, each element at a multiple
+  // of 4 bytes in a view that all of the kind share. The file then needs KHR_mesh_quantization.
+  enum class packing { kInt8, kInt16 };
+  int AddPacked(std::span<const float> values, packing how, bounds wanted);
+  // Scalars that are 0 but for those at the ascending places.
+  struct placedvalue {
+    std::uint32_t place;
+    float value;
+  };
+  int AddSparse(std::size_t count, std::span<const placedvalue> values);
   // The smallest type that holds the values and leaves its largest one free.
   int AddIndices(std::span<const std::uint32_t> values);
   // Four to a vertex. The smallest type that holds them.
@@ -49,12 +59,15 @@ class scenefile {
   struct viewdata {
     use purpose;
     std::vector<std::uint8_t> bytes;
+    int stride = 0;  // 0: elements stand close together
   };
   struct sidefile {
     std::string name;
     std::vector<std::uint8_t> bytes;
   };
 
+  template <class T>
+  int Pack(int& view, std::span<const float> values, int componentType, bounds wanted);
   template <class T>
   int AddWhole(use purpose, std::span<const std::uint32_t> values, int componentType,
                const char* type);
@@ -66,6 +79,8 @@ class scenefile {
   bool split_;  // data and images in files of their own
   ordered_json root_;
   std::vector<viewdata> views_;
+  int byteView_ = -1;  // of AddPacked
+  int shortView_ = -1;
   std::vector<sidefile> images_;
 };
 

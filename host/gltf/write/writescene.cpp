@@ -93,7 +93,10 @@ void Write(const core::scene& scene, const std::string& path, const options& how
     root["nodes"] = plan.roots;
   }
   if (!scene.notes.empty()) {
-    root["extras"] = {{"notes", ToUtf8(scene.notes)}};
+    root["extras"]["notes"] = ToUtf8(scene.notes);
+  }
+  if (!scene.frameBounds.empty()) {
+    root["extras"]["frame_bounds"] = scene.frameBounds;
   }
   file.SetScene(std::move(root));
   const auto materials = WriteMaterials(scene, file);
@@ -102,7 +105,7 @@ void Write(const core::scene& scene, const std::string& path, const options& how
   if (!skins.Joints().empty()) {
     WriteSkin(skins, plan, how, file);
   }
-  WriteAnimations(scene, plan, how, file);
+  WriteAnimations(scene, skins, plan, meshes, how, file);
   file.Save(into);
   told.bind = skins.Residual();
 }
