@@ -70,6 +70,7 @@ int Convert(programstate& state, const convertjob& job) {
     in.ask = job.mdx.empty() && job.batch.Ask(job.in.table);
     in.mdx = from == filekind::Mdm ? job.mdx : std::string();
     in.shapes = !IsSkeletal(to);
+    in.skin = job.in.skins.empty() ? std::string() : job.in.skins.back();
     const int code = ImportModel(state.out, host, job.source, in, scene);
     if (code != kExitDone) {
       return code;

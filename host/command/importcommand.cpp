@@ -1,9 +1,14 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iterator>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "command/commands.h"
 #include "command/failure.h"
 #include "command/files/scenefile.h"
+#include "command/run/attach.h"
 #include "command/run/transfer.h"
 
 namespace command {
@@ -14,9 +19,36 @@ struct importjob {
   std::string model;
   std::string target;
   importoptions options;
+  std::vector<attachment> attached;
   sceneoptions scene;
   batchoption batch;
 };
+
+// The .skin file that was chosen for the model at the tag; "" for the first model.
+std::string SkinFor(const importjob& job, const std::string& tag) {
+  std::string chosen;
+  for (const std::string& text : job.options.skins) {
+    const auto of = std::ranges::find_if(
+        job.attached, [&](const attachment& each) { return text.starts_with(each.tag + ":"); });
+    const std::string wanted = of == job.attached.end() ? "" : of->tag;
+    if (wanted == tag) {
+      chosen = tag.empty() ? text : text.substr(tag.size() + 1);
+    }
+  }
+  return chosen;
+}
+
+void AttachAll(programstate& state, modelhost& host, const importjob& job, core::scene& scene) {
+  assembly whole(state.out, host, job.model, scene);
+  for (const attachment& each : job.attached) {
+    importchoices choices;
+    choices.frame = each.frame;
+    choices.skin = SkinFor(job, each.tag);
+    choices.noSkin = job.options.choices.noSkin;
+    choices.materials = job.options.choices.materials;
+    whole.Attach(each, choices);
+  }
+}
 
 int Import(programstate& state, const importjob& job) {
   const filekind kind = KindOf(job.model);
@@ -34,9 +66,23 @@ int Import(programstate& state, const importjob& job) {
   job.options.table.RequireFor(kind, job.model);
   importchoices choices = job.options.choices;
   choices.ask = job.batch.Ask(job.options.table);
+  choices.skin = SkinFor(job, "");
+  for (const attachment& each : job.attached) {
+    host.ImporterOf(each.model);
+    RequireReadable(each.model);
+    if (each.frame && KindOf(each.model) != filekind::Mdc) {
+      throw failure(
+          each.model,
+          "has no frames to choose from: :" + std::to_string(*each.frame) + " is for an mdc",
+          kExitUsage);
+    }
+  }
   core::scene scene;
   const int code = ImportModel(state.out, host, job.model, choices, scene);
   if (code == kExitDone) {
+    if (!job.attached.empty()) {
+      AttachAll(state, host, job, scene);
+    }
     WriteSceneFile(state.out, scene, job.target, job.scene.how);
   }
   return code;
@@ -60,6 +106,18 @@ void DefineImport(CLI::App& app, programstate& state) {
           ->option_text("FILE")
           ->group("Import"),
       {filekind::Mdm});
+  command
+      ->add_option_function<std::vector<std::string>>(
+          "--attach",
+          [job](const std::vector<std::string>& texts) {
+            std::ranges::transform(texts, std::back_inserter(job->attached), AttachmentOf);
+          },
+          "A model to hang on a tag, of the model or of one attached before, as "
+          "tag_head=head.mdc; an mdc plays its frames, or stays at one as tag_head=head.mdc:12. "
+          "May be given several times")
+      ->allow_extra_args(false)
+      ->option_text("TAG=MODEL")
+      ->group("Import");
   job->scene.Define(*command);
   job->scene.DefineShapes(*command, job->options.table);
   job->batch.Define(*command);

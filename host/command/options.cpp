@@ -107,10 +107,12 @@ void importoptions::Define(CLI::App& app) {
     table.Add(option, {filekind::Mdc});
   }
 
-  CLI::Option* skin = app.add_option("--skin", choices.skin,
-                                     "The .skin file beside the model that says which images its "
-                                     "surfaces wear (default: the first by name)")
-                          ->option_text("NAME");
+  CLI::Option* skin =
+      app.add_option("--skin", skins,
+                     "The .skin file beside the model that says which images its surfaces wear "
+                     "(default: the first by name); TAG:NAME for that of an attached model")
+          ->allow_extra_args(false)
+          ->option_text("NAME");
   CLI::Option* noSkin = app.add_flag("--no-skin", choices.noSkin, "No .skin file, so no images");
   CLI::Option* sequence =
       app.add_option("--sequence", choices.sequences,

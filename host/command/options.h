@@ -35,6 +35,8 @@ class optiontable {
 // What the dialogs before an import ask, and which mdx.
 struct importoptions {
   importchoices choices;
+  // Of --skin: a name each, or a tag and a name as tag_head:NAME for a model at that tag.
+  std::vector<std::string> skins;
   optiontable table;
 
   void Define(CLI::App& app);

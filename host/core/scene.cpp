@@ -132,6 +132,23 @@ void scene::Replace(cnode* old, cnode* made) {
   Invalidate();
 }
 
+void scene::Adopt(scene& other) {
+  nodes_.reserve(nodes_.size() + other.nodes_.size());
+  materials_.reserve(materials_.size() + other.materials_.size());
+  for (cnode* node : other.nodes_) {
+    node->State().owner = this;
+    node->State().index = static_cast<int>(nodes_.size());
+    nodes_.push_back(node);
+  }
+  for (cmaterial* material : other.materials_) {
+    material->State().owner = this;
+    materials_.push_back(material);
+  }
+  other.nodes_.clear();
+  other.materials_.clear();
+  Invalidate();
+}
+
 void scene::Invalidate() { ForgetPoses(); }
 
 std::uint64_t scene::PosesEvaluated() const { return poses_->evaluated; }

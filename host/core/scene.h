@@ -48,6 +48,10 @@ class CORE_API scene {
   // material that it still has, and destroys the old one, which has no parent and no children.
   void Replace(cnode* old, cnode* made);
 
+  // Takes over all nodes and materials of another scene, behind its own. Notes, clips, range and
+  // frames' boxes stay behind.
+  void Adopt(scene& other);
+
   const std::vector<cnode*>& Nodes() const { return nodes_; }
   const std::vector<cmaterial*>& Materials() const { return materials_; }
 

@@ -37,7 +37,10 @@ class Import(program.ProgramTest):
         for option, fault in (("--frames=90-95", "--frames 90-95 is not within the frames 0 to 94"),
                               ("--clip=run=90-95", "--clip run=90-95 is not within")):
             self.fails(1, "import", "a.mdc", "-o", "x.glb", option, saying=["a.mdc", fault])
-        for option in "--frames=9-", "--frames=9-8", "--clip==1-2", "--clip=a":
+        self.export("b.mds")
+        self.fails(1, "import", "b.mds", "-o", "x.glb", "--quiet", "--attach=tag_foot=a.mdc",
+                   saying=["a.mdc", "no tag tag_foot", "tag_head, tag_weapon"])
+        for option in "--attach=tag_head", "--frames=9-", "--frames=9-8", "--clip==1-2", "--clip=a":
             self.fails(2, "import", "a.mdc", "-o", "x.glb", option, saying=[option[:6]])
         self.assertNotEqual(self.read("94.glb"), self.read("0.glb"))
 

@@ -195,6 +195,34 @@ def check_all_frames(check, path, scale=40, options=(), own=True):
             check.bound(f"{a.name} again", abs(a.verts - b.verts), models.GRID, size)
 
 
+def check_attached(check, path):
+    """Models at tags: their vertices are the file's, moved by the tag, in every frame."""
+    print(f"{path.name} at the tags of itself")
+    body, prop = check.folder / "body.mds", check.folder / "prop.mdc"
+    made = check.folder / "attached.glb"
+    check.run("export", path, "-o", body, "--sequences")
+    check.run("export", path, "-o", prop, "--end", 40)
+    check.run("import", body, "-o", made, "--attach", f"tag_weapon={prop}",
+              "--attach", f"tag_head={prop}:12", "--attach", f"tag_head_prop={prop}:3")
+    scene, model = gltf.Scene(made), models.Mdc(prop)
+    own = len(scene.surfaces) - 3 * len(model.surfaces)
+    parts = [("tag_weapon", None), ("tag_head", 12), ("tag_head_prop", 3)]
+    height, errors = 72, []
+    for number, (clip, time) in enumerate(scene.frames(20)):
+        world = scene.world(clip, time)
+        for part, (tag, frame) in enumerate(parts):
+            at = gltf.scene_matrix(world[scene.named(tag)], 40)
+            for s, surface in enumerate(model.surfaces):
+                shown = scene.surfaces[own + part * len(model.surfaces) + s]
+                points, _ = scene.shape(shown, clip, time)
+                found = gltf.scene_points(scene.vertices(shown, world, points), 40)
+                wanted = surface.verts[min(number, 40) if frame is None else frame]
+                errors.append(abs(found - (wanted @ at[:3, :3].T + at[:3, 3])).max())
+    check.bound("attached vertices", errors, 1e-4 * height, height)
+    names = [scene.name(node) for node in scene.order]
+    check.same(len(set(names)), len(names), "names stay apart")
+
+
 def check_clips(check, path):
     made = check.folder / "clips.glb"
     check.run("import", path, "-o", made, "--frames", "2-9", "--clip", "a=2-4", "--clip", "b=4-9")
@@ -239,6 +267,7 @@ def check_all(check, paths):
         check_import(check, exported, min(11, len(models.Mdc(exported).origins) - 1))
         for scale in (40, 1, 7.3, 64) if path == paths[0] else (40,):
             check_all_frames(check, exported, scale)
+    check_attached(check, paths[0])
     check_clips(check, check.folder / f"{paths[0].stem}.mdc")
     check_import(check, check_export(check, paths[0], 10.5, 13), 3, scale=40)
     for kind in scenes.ARMATURES:
