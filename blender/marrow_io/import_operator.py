@@ -65,6 +65,10 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
         description="For scripts: the names of the sequences to import, separated by commas")
     choices: CollectionProperty(type=MARROW_SequenceChoice, options={"HIDDEN", "SKIP_SAVE"})
     choice_at: IntProperty(options={"HIDDEN", "SKIP_SAVE"})
+    frames: EnumProperty(
+        name="Frames", default="ALL",
+        items=(("ALL", "All frames", "A shape key for each frame that differs, and an action"),
+               ("ONE", "One frame", "The frame named below alone")))
     frame: IntProperty(name="Frame", min=0, description="The frame to import")
     meshes: BoolProperty(name="Meshes", default=True, description="Import the surfaces")
     bones: BoolProperty(name="Bones", default=True, description="Import the skeleton")
@@ -158,7 +162,8 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
         if part:
             return run.Options(program, path, self.scale, arguments)
         if kind == ".mdc":
-            arguments += ["--frame", str(self.frame)]
+            if self.frames == "ONE":
+                arguments += ["--frame", str(self.frame)]
         else:
             arguments += self._skeletal_arguments()
             if kind == ".mdm" and self.mdx:

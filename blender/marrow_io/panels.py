@@ -48,7 +48,9 @@ def draw_import(layout: bpy.types.UILayout, operator: bpy.types.Operator,
     if info.fault:
         layout.label(text=info.fault, icon="ERROR")
     if kind == ".mdc":
-        layout.prop(operator, "frame")
+        layout.prop(operator, "frames")
+        if operator.frames == "ONE":
+            layout.prop(operator, "frame")
         if info.frames is not None:
             layout.label(text=f"{info.frames} frames, {len(info.tags)} tags")
     else:
