@@ -21,19 +21,6 @@ def read_json(path: Path) -> dict:
         return json.loads(file.read(size))
 
 
-def rewrite_json(path: Path, document: dict) -> None:
-    """Replaces the JSON of a GLB file, whose numbers stay as they are."""
-    with path.open("rb") as file:
-        _magic, _version, _length, size, _kind = struct.unpack("<5I", file.read(20))
-        file.seek(20 + size)
-        rest = file.read()
-    text = _text(document)
-    with path.open("wb") as file:
-        file.write(struct.pack("<5I", _MAGIC, 2, 20 + len(text) + len(rest), len(text), _JSON))
-        file.write(text)
-        file.write(rest)
-
-
 def _text(document: dict) -> bytes:
     text = json.dumps(document, ensure_ascii=False, separators=(",", ":")).encode()
     return text + b" " * (-len(text) % 4)

@@ -6,9 +6,10 @@
 // point; scales only change places. Both sides have the quaternion (x, y, z, w) for the same
 // rotation, points being rows here and columns there.
 
+#include <algorithm>
 #include <cmath>
-
 #include <cstddef>
+#include <limits>
 
 #include "core/affine.h"
 #include "gltf/gltf.h"
@@ -80,16 +81,14 @@ inline int FramesOf(double seconds, double fps) {
     return static_cast<int>(kMostFrames);
   }
   const double whole = std::round(exact);
-  return static_cast<int>(std::abs(exact - whole) <= kWholeFrame ? whole : std::ceil(exact)) + 1;
+  // What single precision makes of the end of a long clip.
+  const double rounding = std::max(kWholeFrame, exact * std::numeric_limits<float>::epsilon());
+  return static_cast<int>(std::abs(exact - whole) <= rounding ? whole : std::ceil(exact)) + 1;
 }
 
-// Time of a clip's frame in seconds, as the file's single precision has it: rounded towards zero,
-// so that a long clip's end never spills over into one frame more. Reading samples at the same
-// times and so meets the keys that were written.
-inline float FrameTime(int frame, double fps) {
-  const double exact = frame / fps;
-  const auto time = static_cast<float>(exact);
-  return static_cast<double>(time) > exact ? std::nextafter(time, 0.0F) : time;
-}
+// Time of a clip's frame in seconds, as the file's single precision has it: the nearest, since
+// other programs find a clip's last frame by it. Reading samples at the same times and so meets the
+// keys that were written.
+inline float FrameTime(int frame, double fps) { return static_cast<float>(frame / fps); }
 
 }  // namespace gltf

@@ -227,6 +227,8 @@ def frame_times(duration, rate):
 
 
 def sample(times, values, how, time, turning):
+    if how == "STEP":
+        time += 1e-6  # a frame's own time, which single precision may have moved up
     time = min(max(time, times[0]), times[-1])
     k = min(max(int(np.searchsorted(times, time, "right")) - 1, 0), max(len(times) - 2, 0))
     last = len(times) == 1 or time >= times[-1]

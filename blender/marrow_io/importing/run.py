@@ -68,8 +68,6 @@ def _build(context: bpy.types.Context, scene_file: Path, options: Options,
     _set_times(scene, found, messages, options.model.name)
     if context.mode != "OBJECT":
         bpy.ops.object.mode_set(mode="OBJECT")
-    if options.model.suffix.lower() != ".mdc":
-        _join_skeleton(document, scene_file, options.model.stem)
     _read(scene_file)
     settings.restore_engine_and_properties()
 
@@ -125,16 +123,6 @@ def _select(objects: list[bpy.types.Object], context: bpy.types.Context) -> None
     rigs = [obj for obj in objects if obj.type == "ARMATURE"]
     if objects:
         context.view_layer.objects.active = (rigs or objects)[0]
-
-
-def _join_skeleton(document: dict, scene_file: Path, name: str) -> None:
-    """Blender makes bones of what skins list: a skin that lists every bone keeps them together."""
-    bones = [index for index, node in enumerate(document["nodes"])
-             if node.get("extras", {}).get("bone")]
-    joints = {joint for skin in document.get("skins", []) for joint in skin["joints"]}
-    if not joints.issuperset(bones):
-        document.setdefault("skins", []).append({"name": name, "joints": bones})
-        glb.rewrite_json(scene_file, document)
 
 
 def _read(scene_file: Path) -> None:

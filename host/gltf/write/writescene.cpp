@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cmath>
 #include <new>
+#include <set>
 
 #include "core/state.h"
 #include "core/utf8path.h"
@@ -38,6 +40,26 @@ void WriteSkin(const skinning& skins, const layout& plan, const options& how, sc
   file.Add("skins", {{"inverseBindMatrices",
                       file.AddFloats(view, matrices, "MAT4", scenefile::bounds::kNone)},
                      {"joints", plan.joints}});
+}
+
+// Other programs make a skeleton of the nodes that skins list, and would leave out the bones that
+// move no vertex: tags, and what has only bones. A skin of no mesh lists all of them, so that the
+// meshes' own lists stay those of the bones that move them. Tags alone are no skeleton.
+void WriteSkeleton(const core::scene& scene, const layout& plan, const std::string& name,
+                   scenefile& file) {
+  std::vector<int> bones;
+  bool tagsAlone = plan.joints.empty();
+  for (std::size_t i = 0; i < scene.Nodes().size(); ++i) {
+    const core::nodestate& node = scene.Nodes()[i]->State();
+    if (node.type == kNodeBone) {
+      bones.push_back(static_cast<int>(i));
+      tagsAlone = tagsAlone && node.name.starts_with("tag_");
+    }
+  }
+  const std::set<int> joints(plan.joints.begin(), plan.joints.end());
+  if (!tagsAlone && !std::ranges::all_of(bones, [&](int bone) { return joints.contains(bone); })) {
+    file.Add("skins", {{"name", name}, {"joints", bones}});
+  }
 }
 
 void WriteNodes(const core::scene& scene, const skinning& skins, const layout& plan,
@@ -105,6 +127,7 @@ void Write(const core::scene& scene, const std::string& path, const options& how
   if (!skins.Joints().empty()) {
     WriteSkin(skins, plan, how, file);
   }
+  WriteSkeleton(scene, plan, core::PathOf(path).stem().string(), file);
   WriteAnimations(scene, skins, plan, meshes, how, file);
   file.Save(into);
   told.bind = skins.Residual();
