@@ -1,6 +1,7 @@
 #include "command/finish/normals.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 #include <stdexcept>
@@ -116,11 +117,22 @@ std::uint16_t MdcNormal(float x, float y, float z) {
 }
 
 cpoint3 MdcDirection(std::uint16_t code) {
-  constexpr float kRadians = std::numbers::pi_v<float> / 128.0F;
-  const float fromUp = static_cast<float>(code & 0xFFU) * kRadians;
-  const float about = static_cast<float>(code >> 8U) * kRadians;
-  return MakePt3(std::cos(about) * std::sin(fromUp), std::sin(about) * std::sin(fromUp),
-                 std::cos(fromUp));
+  struct turn {
+    float cos = 0.0F;
+    float sin = 0.0F;
+  };
+  // Of each of the 256 steps: there is a normal for each vertex and frame.
+  static const std::array<turn, 256> kTurns = [] {
+    std::array<turn, 256> made{};
+    for (std::size_t i = 0; i < made.size(); ++i) {
+      const float angle = static_cast<float>(i) * (std::numbers::pi_v<float> / 128.0F);
+      made[i] = {std::cos(angle), std::sin(angle)};
+    }
+    return made;
+  }();
+  const turn& fromUp = kTurns[code & 0xFFU];
+  const turn& about = kTurns[code >> 8U];
+  return {about.cos * fromUp.sin, about.sin * fromUp.sin, fromUp.cos};
 }
 
 void SetMdcNormals(const cmdcfile& file, const core::scene& scene, int start) {

@@ -64,7 +64,9 @@ class meshwriter {
  private:
   void Put(const core::vec3& v, std::vector<float>& values) {
     const cpoint3 p = core::ToPoint(axes_.ToFile(v));
-    values.insert(values.end(), {p.x, p.y, p.z});
+    values.push_back(p.x);
+    values.push_back(p.y);
+    values.push_back(p.z);
   }
 
   int Vertices(const std::vector<float>& values, const char* type,

@@ -142,11 +142,17 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
   bytes.resize(offset + count * kStride);
   std::array<int, 3> low{};
   std::array<int, 3> high{};
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const T value = static_cast<T>(std::lround(std::clamp(values[i], -1.0F, 1.0F) * kOne));
-    std::memcpy(bytes.data() + offset + i / 3 * kStride + i % 3 * sizeof(T), &value, sizeof(T));
-    low[i % 3] = i < 3 ? value : std::min<int>(low[i % 3], value);
-    high[i % 3] = i < 3 ? value : std::max<int>(high[i % 3], value);
+  low.fill(std::numeric_limits<T>::max());
+  high.fill(std::numeric_limits<T>::lowest());
+  for (std::size_t i = 0; i < count; ++i) {
+    std::array<T, 3> packed;
+    for (std::size_t c = 0; c < 3; ++c) {
+      const float exact = std::clamp(values[3 * i + c], -1.0F, 1.0F) * kOne;
+      packed[c] = static_cast<T>(exact + (exact < 0.0F ? -0.5F : 0.5F));
+      low[c] = std::min<int>(low[c], packed[c]);
+      high[c] = std::max<int>(high[c], packed[c]);
+    }
+    std::memcpy(bytes.data() + offset + i * kStride, packed.data(), sizeof packed);
   }
   const int accessor = AddAccessor(view, offset, componentType, count, "VEC3");
   ordered_json& entry = At("accessors", accessor);
