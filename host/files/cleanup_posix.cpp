@@ -23,8 +23,8 @@ void RemoveAndEnd(int signal, siginfo_t* info, void* /*context*/) {
     return;  // a write of our own, which fails with EPIPE
   }
   // The newest first: a lock goes after the files that it protects.
-  for (auto slot = cleanupSlots.rbegin(); slot != cleanupSlots.rend(); ++slot) {
-    if (const char* path = slot->exchange(nullptr); path != nullptr) {
+  for (std::size_t i = cleanupSlots.size(); i-- > 0;) {
+    if (const char* path = cleanupSlots[i].exchange(nullptr); path != nullptr) {
       unlink(path);
     }
   }

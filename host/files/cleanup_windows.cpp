@@ -16,8 +16,8 @@ namespace {
 void RemoveFiles() {
   _fcloseall();  // an open file cannot be removed
   // The newest first: a lock goes after the files that it protects.
-  for (auto slot = cleanupSlots.rbegin(); slot != cleanupSlots.rend(); ++slot) {
-    if (const char* path = slot->exchange(nullptr); path != nullptr) {
+  for (std::size_t i = cleanupSlots.size(); i-- > 0;) {
+    if (const char* path = cleanupSlots[i].exchange(nullptr); path != nullptr) {
       std::remove(path);
     }
   }

@@ -14,8 +14,8 @@ int LastError() { return static_cast<int>(GetLastError()); }
 }  // namespace
 
 int FlushFile(const std::string& path) {
-  const HANDLE file = CreateFileW(core::PathOf(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ,
-                                  nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE file = CreateFileW(core::PathOf(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                            OPEN_EXISTING, 0, nullptr);
   if (file == INVALID_HANDLE_VALUE) {
     return LastError();
   }

@@ -311,10 +311,10 @@ void replacement::Undo() {
 
 // The first file's journal goes last: without it the others' say nothing.
 void replacement::RemoveTraces(const std::vector<std::string>& targets) {
-  for (auto target = targets.rbegin(); target != targets.rend(); ++target) {
-    FlushFolder(FolderOf(*target));
-    Remove(Beside(*target, kOld));
-    Remove(Beside(*target, kJournal));
+  for (std::size_t i = targets.size(); i-- > 0;) {
+    FlushFolder(FolderOf(targets[i]));
+    Remove(Beside(targets[i], kOld));
+    Remove(Beside(targets[i], kJournal));
   }
 }
 

@@ -110,8 +110,12 @@ bool cmodelfile::ParseVertices(const skelsurfentry& entry, std::int64_t ofsVerts
                                claimlimit& limit) {
   std::int64_t at = ofsVerts;
   for (std::int32_t v = 0; v < entry.numVerts; ++v) {
-    const auto fault = [&](const std::string& before, const std::string& behind) {
-      return Refuse(SurfacePlace(surface) + ": " + before + "vertex " + std::to_string(v) + behind);
+    const auto fault = [&](const char* before, const std::string& behind) {
+      return Refuse((SurfacePlace(surface) + ": ")
+                        .append(before)
+                        .append("vertex ")
+                        .append(std::to_string(v))
+                        .append(behind));
     };
     if (block_.Records<unsigned char>(at, vertexSize) == nullptr) {
       return fault("", " does not lie inside the file");
