@@ -19,5 +19,5 @@ run() {
 run "$marrow" handlers
 run "$marrow" export examples/sample.glb -o "$out/models/sample.mdc"
 run "$marrow" info "$out/models/sample.mdc"
-run "$marrow" import "$out/models/sample.mdc" -o "$out/sample-frame-10.glb" --frame 10
-run "$marrow" info "$out/sample-frame-10.glb"
+run "$marrow" import "$out/models/sample.mdc" -o "$out/sample-from-mdc.glb"
+run "$marrow" info "$out/sample-from-mdc.glb"

@@ -112,7 +112,8 @@ double Reach(const File& /*file*/) {
 }
 double Reach(const cmdcfile& file) {
   double reach = 0.0;
-  for (std::int32_t f = 0; f < file.header->numFrames; ++f) {
+  // Without surfaces the boxes are those of nothing, inside out and far away.
+  for (std::int32_t f = 0; !file.surfaces.empty() && f < file.header->numFrames; ++f) {
     for (const auto& corner : file.frames[f].bounds) {
       for (const float coordinate : corner) {
         reach = std::max(reach, std::fabs(double{coordinate}));
