@@ -78,6 +78,10 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
         name="Skin", search=lambda self, context, text: panel_info(self, context).skins,
         description="The .skin file beside the model that names its images; the first if empty",
         options={"SKIP_SAVE"})
+    game_folders: StringProperty(
+        name="Game folders",
+        description="Folders of games, above their models folders, to look for images in, "
+        "separated by semicolons; later ones win")
     mdx: StringProperty(
         name="Mdx", search=lambda self, context, text: panel_info(self, context).mdx,
         description="The mdx file with skeleton and animation; the one named as the model if empty",
@@ -159,6 +163,8 @@ class IMPORT_SCENE_OT_marrow(bpy.types.Operator, Stepping, ImportHelper):
         if kind not in fileinfo.MODELS:
             raise ProgramError(f"{path}: is no mdc, mds or mdm file")
         arguments = ["--facing", self.facing]
+        for folder in filter(None, map(str.strip, self.game_folders.split(";"))):
+            arguments += ["--game-dir", bpy.path.abspath(folder)]
         if part:
             return run.Options(program, path, self.scale, arguments)
         if kind == ".mdc":

@@ -45,6 +45,7 @@ def draw_import(layout: bpy.types.UILayout, operator: bpy.types.Operator,
     _fill(operator, str(path) if path else "", info)
     layout.prop(operator, "scale")
     layout.prop(operator, "facing")
+    layout.prop(operator, "game_folders")
     if info.fault:
         layout.label(text=info.fault, icon="ERROR")
     if kind == ".mdc":

@@ -46,6 +46,7 @@ void AttachAll(programstate& state, modelhost& host, const importjob& job, core:
     choices.skin = SkinFor(job, each.tag);
     choices.noSkin = job.options.choices.noSkin;
     choices.materials = job.options.choices.materials;
+    choices.gameFolders = job.options.choices.gameFolders;
     whole.Attach(each, choices);
   }
 }

@@ -107,6 +107,16 @@ void importoptions::Define(CLI::App& app) {
     table.Add(option, {filekind::Mdc});
   }
 
+  table.Add(
+      app.add_option("--game-dir", choices.gameFolders,
+                     "A folder of a game, above its models folder, to look for images in; may "
+                     "be given several times, and later ones win (always last: the one above "
+                     "the model's own models folder)")
+          ->check(CLI::ExistingDirectory)
+          ->allow_extra_args(false)
+          ->option_text("DIR")
+          ->group(kGroup),
+      {filekind::Mdc, filekind::Mds, filekind::Mdm});
   CLI::Option* skin =
       app.add_option("--skin", skins,
                      "The .skin file beside the model that says which images its surfaces wear "

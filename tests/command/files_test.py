@@ -1,5 +1,7 @@
 """Side files, choices of an import, conversions: which files are read and written."""
 
+import os
+
 import program
 from program import SAMPLE
 
@@ -28,7 +30,7 @@ class Import(program.ProgramTest):
         self.export("a.mdc")
         result = self.marrow("import", "a.mdc", "-o", "94.glb", "--frame", "94")
         self.assertEqual(len(result.lines), 1, result.err)
-        self.assertRegex(result.err, r"1 image not found .*/models/players/sample/figure\.tga")
+        self.assertRegex(result.err, r"0 of 1 image found; .* models/players/sample/figure\.tga;")
         for frame, clamped in ("95", "94"), ("-3", "0"):
             result = self.marrow("import", "a.mdc", "-o", clamped + ".glb", "--frame", frame)
             self.assertIn(f"frame {clamped} is imported", result.err)
@@ -126,6 +128,15 @@ class Import(program.ProgramTest):
             told = self.run_in(directory, "import", typed, "-o", self.dir / "out.glb").err
             self.assertIn(f"{self.dir}/game/{shader}", told, typed)
             self.assertEqual([row["image"] for row in self.info("out.glb")["materials"]], [shader])
+        other = self.dir / "other" / "Models" / os.path.dirname(shader).removeprefix("models/")
+        other.mkdir(parents=True)
+        name = os.path.basename(shader).upper().replace(".TGA", ".tga")
+        (other / name).write_bytes(bytes([0, 0, 2, *[0] * 9, 1, 0, 1, 0, 24, 0, 0, 0, 255]))
+        result = self.marrow("import", folder / "a.mdc", "-o", "out.glb", "--game-dir", "game",
+                             "--game-dir", "other")
+        self.assertEqual(result.err, "")
+        rows = self.info("out.glb")["materials"]
+        self.assertEqual([(row["image"], row["width"]) for row in rows], [(shader, 1)])
 
 
 class SequenceFiles(program.ProgramTest):

@@ -194,7 +194,7 @@ void mdcframes::Choose(const importchoices& choices) {
 void mdcframes::TakeTag(const cmdctagentry& tag, cnode& node) const {
   std::vector<ckey>& keys = node.State().track->State().keys;
   keys.clear();
-  keys.reserve(static_cast<std::size_t>(last_ - first_ + 1));
+  keys.reserve(static_cast<std::size_t>(last_) - static_cast<std::size_t>(first_) + 1);
   bool moves = false;
   for (int frame = first_; frame <= last_; ++frame) {
     ckey key;

@@ -47,7 +47,8 @@ struct importchoices {
   bool bones = true;
   bool materials = true;
   bool animation = true;
-  std::string mdx;  // of an mdm
+  std::string mdx;                       // of an mdm
+  std::vector<std::string> gameFolders;  // to look for images in, later ones first
 };
 
 struct framerange {

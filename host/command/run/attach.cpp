@@ -97,8 +97,12 @@ void assembly::MakeNamesUnique(core::scene& part, const std::string& model) cons
   }
   const auto unique = [&](const std::string& name) {
     std::string made = name;
-    for (int number = 2; !taken.insert(made).second; ++number) {
-      made = made == name ? name + behind : name + behind + "_" + std::to_string(number);
+    for (int number = 1; !taken.insert(made).second; ++number) {
+      made = name;
+      made.append(behind);
+      if (number > 1) {
+        made.append("_").append(std::to_string(number));
+      }
     }
     return made;
   };

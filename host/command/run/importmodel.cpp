@@ -2,6 +2,7 @@
 #include "command/files/modelcheck.h"
 #include "command/files/sequencefile.h"
 #include "command/finish/filenormals.h"
+#include "command/finish/gameimages.h"
 #include "command/finish/mdcframes.h"
 #include "command/run/transfer.h"
 #include "command/wording.h"
@@ -38,22 +39,6 @@ void TellWhatChanged(console& out, const std::string& path, const importchoices&
   }
   if (answers.NoSequences() && !choices.firstFrame && choices.bones && choices.animation) {
     TellFirstFrameOnly(out, path, choices.mdx);
-  }
-}
-
-// Images that no file was found for, whose materials keep the path that was tried last. The
-// importers try the suffixes jpg and tga.
-void TellMissingImages(console& out, const std::string& path, const core::scene& scene) {
-  std::vector<std::string> missing;
-  for (cmaterial* material : scene.Materials()) {
-    const core::imagestate& image = material->GetImage(0)->State();
-    if (image.content == nullptr && Folded(image.path) != kNoImagePath) {
-      missing.push_back(image.path);
-    }
-  }
-  if (!missing.empty()) {
-    out.Warning(path, Counted(std::ssize(missing), "image") +
-                          " not found (tried as .jpg and as .tga): " + JoinedFew(missing));
   }
 }
 
@@ -96,7 +81,6 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
     out.Warning(path, warning);
   }
   TellWhatChanged(out, path, chosen, answers);
-  TellMissingImages(out, path, scene);
   if (KindOf(path) == filekind::Mdc && !frames) {
     chosen.frame = answers.Frame();
     frames.emplace(path);
@@ -107,6 +91,7 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   } else {
     TakeFileNormals(out, path, KindOf(path), scene);
   }
+  FindGameImages(out, path, chosen.gameFolders, scene);
   return kExitDone;
 }
 
