@@ -53,7 +53,9 @@ std::vector<std::string> Names(const std::string& path) {
 bool LoadFrom(const std::vector<std::string>& folders, const std::string& path, cimage& image) {
   for (const std::string& folder : folders) {
     for (const std::string& name : Names(path)) {
-      if (image.Load((folder + "/" + name).c_str()) != 0) {
+      std::string tried = folder;
+      tried.append("/").append(name);
+      if (image.Load(tried.c_str()) != 0) {
         return true;
       }
     }
