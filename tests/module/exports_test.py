@@ -100,7 +100,7 @@ def main(library):
     # A name with a version is the system's; a weak one need not be there.
     needed = of_host(name for kind, name in symbols(library, "--undefined-only")
                      if kind == "U" and not re.search(r"@(GLIBC|GLIBCXX|CXXABI|GCC)_", name))
-    foreign = {name for name in needed - host_names() if not re.match("__(asan|ubsan|sanitizer)_", name)}
+    foreign = {name for name in needed - host_names() if not re.match("__(asan|ubsan|sanitizer|sancov)_", name)}
     print("asked of a host beyond its list:", sorted(foreign))
     sys.exit(expected_names() != exported or bool(foreign) or not needed & host_names())
 

@@ -162,7 +162,9 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
     entry["max"] = high;
   }
   for (const char* list : {"extensionsUsed", "extensionsRequired"}) {
-    root_[list] = {"KHR_mesh_quantization"};
+    if (ordered_json& names = root_[list]; names.empty()) {
+      names.push_back("KHR_mesh_quantization");
+    }
   }
   return accessor;
 }
