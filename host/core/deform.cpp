@@ -59,9 +59,13 @@ std::unique_ptr<deformer> Prepare(const skinstate& skin) {
   }
   made->starts.push_back(static_cast<std::uint32_t>(made->influences.size()));
   made->matrices.resize(made->joints.size());
-  made->normalMatrices.resize(made->joints.size());
   made->positions.resize(skin.mesh.verts.size());
   made->normals.resize(skin.mesh.verts.size());
+  const bool stretches = std::ranges::any_of(
+      made->joints, [](const cnode* joint) { return !joint->State().stretches.empty(); });
+  if (stretches || skin.mesh.morph != nullptr) {
+    made->normalMatrices.resize(made->joints.size());
+  }
   if (skin.mesh.morph != nullptr) {
     PrepareTargets(skin, indices, *made);
   }
@@ -88,17 +92,17 @@ const affine* StretchAt(const cnode& node, int frame) {
 }
 
 void SetMatrices(deformer& work, const affine& toLocal, int frame) {
-  work.stretched = false;
   for (std::size_t j = 0; j < work.joints.size(); ++j) {
     affine joint = WorldAtFrame(*work.joints[j], frame) * toLocal;
     affine normal = joint;
     if (const affine* stretch = StretchAt(*work.joints[j], frame); stretch != nullptr) {
-      work.stretched = true;
       normal = OfUnitSize(ForNormals(*stretch)) * joint;
       joint = *stretch * joint;
     }
     work.matrices[j] = MatrixOf(joint);
-    work.normalMatrices[j] = MatrixOf(normal);
+    if (!work.normalMatrices.empty()) {
+      work.normalMatrices[j] = MatrixOf(normal);
+    }
     if (!work.toJoints.empty()) {
       work.positionTurns[j] = MatrixOf(work.toJoints[j].position * joint);
       work.normalTurns[j] = MatrixOf(work.toJoints[j].normal * normal);
@@ -199,7 +203,7 @@ void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const c
     if (!withNormals) {
       continue;
     }
-    if (kMorphs || work.stretched) {
+    if (!work.normalMatrices.empty()) {
       work.normals[v] = BlendNormal(work, mesh, v);
       continue;
     }

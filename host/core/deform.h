@@ -26,8 +26,9 @@ struct deformer {
   std::vector<influence> influences;
   std::vector<std::uint32_t> starts;  // of each vertex, and the end
   std::vector<jointmatrix> matrices;  // of the joints at the frame, into the skin's local space
+  // The same for normals, which a joint does not make longer; empty where `matrices` do: without
+  // morph targets and joints whose scale changes.
   std::vector<jointmatrix> normalMatrices;
-  bool stretched = false;          // a joint's scale changes
   std::vector<cpoint3> positions;  // deformed, in local space
   std::vector<cpoint3> normals;
 

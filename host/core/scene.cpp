@@ -119,9 +119,6 @@ void scene::Replace(cnode* old, cnode* made) {
   nodestate& from = old->State();
   nodestate& to = made->State();
   made->SetName(from.name.c_str());
-  if (from.material != nullptr) {
-    made->SetMaterial(from.material);
-  }
   to.track->State().keys = from.track->State().keys;
   to.stretches = std::move(from.stretches);
   to.index = from.index;

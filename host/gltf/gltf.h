@@ -26,12 +26,12 @@ struct options {
   // Reading: what changes a mesh's points over the frames and is no pose. A mesh that has such a
   // change becomes a node of type skin, with joints or without. What is not kept stays as it is at
   // rest, with a warning.
-  // Coordinates of what no joint moves that lie within a tenth of a step from a multiple of this,
-  // in scene units, become that multiple, so that a format which cuts them to whole steps gets
-  // those that came from it. 0: none.
-  double grid = 0.0;
   bool keepMorphTargets = false;
   bool keepChangingScale = false;
+  // Reading: coordinates of what no joint moves, and of nodes at the top, that lie within a tenth
+  // of a step from a multiple of this, in scene units, become that multiple, so that a format which
+  // cuts them to whole steps gets those that came from it. 0: none.
+  double grid = 0.0;
 
   // Writing: clips hold each frame until the next, in place of blending linearly.
   bool stepped = false;

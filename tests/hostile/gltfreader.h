@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 #include <new>
+#include <numeric>
 
 #include "core/scene.h"
 #include "gltf/read/readscene.h"
@@ -17,9 +18,13 @@ inline bool ReadGltf(const unsigned char* data, std::size_t size) {
   file.data.reset(new unsigned char[size]);
   std::copy_n(data, size, file.data.get());
   file.size = static_cast<std::uint32_t>(size);
+  // As for a skeletal model or as for one with frames of vertices, by what the file is.
+  gltf::options how;
+  how.keepMorphTargets = how.keepChangingScale = std::accumulate(data, data + size, 0U) % 2 == 1;
+  how.grid = how.keepMorphTargets ? 1.0 / 64 : 0.0;
   core::scene scene;
   gltf::report told;
-  if (!gltf::ReadLoaded(std::move(file), "none/none.gltf", {}, scene, told)) {
+  if (!gltf::ReadLoaded(std::move(file), "none/none.gltf", how, scene, told)) {
     return false;
   }
   float sum = 0.0F;

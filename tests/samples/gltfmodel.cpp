@@ -86,7 +86,10 @@ void gltfmodel::Channel(std::size_t animation, int node, const std::string& path
                         const std::string& interpolation) {
   json& clip = doc["animations"][animation];
   const int input = Floats("SCALAR", times);
-  const int output = Floats(path == "rotation" ? "VEC4" : "VEC3", values);
+  const int output = Floats(path == "rotation"  ? "VEC4"
+                            : path == "weights" ? "SCALAR"
+                                                : "VEC3",
+                            values);
   const int sampler = Place(
       clip["samplers"], {{"input", input}, {"output", output}, {"interpolation", interpolation}});
   clip["channels"].push_back({{"sampler", sampler}, {"target", {{"node", node}, {"path", path}}}});
@@ -156,13 +159,18 @@ gltfmodel SmallGltf() {
                      model.Floats("MAT4", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -1, 0, 1,
                                            1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -2, 0, 1})}}});
   model.Node({{"name", "body"}, {"mesh", body}, {"skin", 0}});
-  const int strip = model.Mesh({{"attributes", {{"POSITION", places}}}, {"mode", 5}});
-  model.Node({{"name", "plate"}, {"mesh", strip}}, knee);
+  const int strip = model.Mesh({{"attributes", {{"POSITION", places}}},
+                                {"mode", 5},
+                                {"targets", {{{"POSITION", places}}, {{"NORMAL", places}}}}});
+  const int plate = model.Node({{"name", "plate"}, {"mesh", strip}, {"weights", {0.5, 0}}}, knee);
   model.Channel(0, hip, "translation", {0, 0.25F}, {0, 1, 0, 0, 2, 0});
   model.Channel(0, knee, "rotation", {0.05F, 0.1F}, {0, 0, 0, 1, 0, 1, 0, 0}, "STEP");
   model.Channel(1, knee, "rotation", {0, 0.2F},
                 {0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0, 0},
                 "CUBICSPLINE");
-  model.doc["scenes"][0]["extras"] = {{"notes", "made for a test"}};
+  model.Channel(0, plate, "weights", {0, 0.2F}, {0, 1, 1, 0.5F});
+  model.Channel(1, hip, "scale", {0, 0.1F}, {1, 1, 1, 1, 3, 2});
+  model.doc["scenes"][0]["extras"] = {{"notes", "made for a test"},
+                                      {"frame_bounds", {{0, 0, 0, 1, 1, 1}}}};
   return model;
 }

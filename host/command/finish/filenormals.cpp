@@ -6,6 +6,7 @@
 #include <numbers>
 #include <vector>
 
+#include "command/finish/normals.h"
 #include "core/deform.h"
 #include "core/smooth.h"
 #include "core/state.h"
@@ -19,7 +20,6 @@ namespace command {
 namespace {
 
 // As the importers smooth.
-constexpr float kSmoothingAngle = 45.0F;
 constexpr double kAgreeing = 60.0;  // degrees
 
 enum class reading { Smoothed, RestPose, FirstBone };

@@ -7,6 +7,7 @@
 #include "command/files/paths.h"
 #include "command/wording.h"
 #include "core/state.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -86,11 +87,13 @@ void FindGameImages(console& out, const std::string& path,
     const std::string wanted =
         GamePath(material->State().gamePath.empty() ? asked : material->State().gamePath);
     cimage image;
-    if (LoadFrom(folders, wanted, image)) {
+    // What no game knows lies where it says or nowhere.
+    const bool within = core::PathOf(wanted).is_relative();
+    if (within && LoadFrom(folders, wanted, image)) {
       image.State().path = asked;
       material->SetImage(image, 0);
     } else {
-      missing.push_back(folders.empty() ? wanted : folders.back() + "/" + wanted);
+      missing.push_back(within && !folders.empty() ? folders.back() + "/" + wanted : wanted);
     }
   }
   if (!missing.empty()) {

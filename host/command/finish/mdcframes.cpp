@@ -21,8 +21,6 @@ namespace command {
 
 namespace {
 
-constexpr float kSmoothingAngle = 45.0F;  // the importer's
-
 cpoint3 Point(const std::array<float, 3>& p) { return MakePt3(p[0], p[1], p[2]); }
 
 // A frame's vertices in the file.
@@ -268,7 +266,8 @@ void mdcframes::Take(core::scene& scene, bool shapes) const {
   }
   scene.animStart = 0;
   scene.animEnd = last_ - first_;
-  for (int frame = first_; frame <= last_; ++frame) {
+  // Clips of a scene file are laid one behind the other, and frames are in their order then.
+  for (int frame = first_; clips_.empty() && frame <= last_; ++frame) {
     const mdcFrame& from = file_.frames[frame];
     core::scene::box& box = scene.frameBounds.emplace_back();
     for (std::size_t c = 0; c < 3; ++c) {

@@ -12,6 +12,9 @@
 
 namespace command {
 
+// Degrees; that of the importers' own normals.
+inline constexpr float kSmoothingAngle = 45.0F;
+
 // A direction, not necessarily of length 1, as an mdc holds it: the low byte is its angle from +Z,
 // the high byte the angle about Z from +X, each in 256 steps to the turn. Straight up and the zero
 // vector give 0.

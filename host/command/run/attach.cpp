@@ -148,6 +148,7 @@ void assembly::Attach(const attachment& what, const importchoices& choices) {
   }
   scene_.animEnd = std::max(scene_.animEnd, part.animEnd);
   scene_.notes += part.notes;
+  scene_.frameBounds.clear();  // of the first model alone
   HangOn(*tag->second, part);
 }
 

@@ -6,8 +6,10 @@ namespace gltf {
 
 namespace {
 
-// Weights of one scene that are not 0: 128 MB.
+// Frames and weights that are not 0 of one scene: 128 MB.
 constexpr std::size_t kMostWeights = std::size_t{1} << 24;
+// Weights that are sampled for a scene: some seconds.
+constexpr std::int64_t kMostSamples = std::int64_t{1} << 28;
 
 std::size_t At(int index) { return static_cast<std::size_t>(index); }
 
@@ -49,6 +51,7 @@ std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const 
   }
   std::vector<nodemorph> morphs(doc.nodes.size());
   std::size_t total = 0;
+  std::int64_t samples = 0;
   for (const int index : nodes.order) {
     const node& from = doc.nodes[At(index)];
     if (from.mesh < 0 || doc.meshes[At(from.mesh)].NumTargets() == 0) {
@@ -58,6 +61,14 @@ std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const 
     made.still = StillWeights(doc, from);
     if (channels[At(index)].empty()) {
       continue;
+    }
+    const auto refuse = [index] {
+      throw badfile("node " + std::to_string(index) +
+                    ": the weights of the morph targets are more than a scene can hold");
+    };
+    samples += std::int64_t{line.frames} * static_cast<std::int64_t>(made.still.size());
+    if (samples > kMostSamples) {
+      refuse();
     }
     auto list = std::make_shared<core::morphweights>();
     list->starts.push_back(0);
@@ -69,9 +80,8 @@ std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const 
       }
       changes = changes || weights != first;
       AddFrame(*list, weights);
-      if (total + list->entries.size() > kMostWeights) {
-        throw badfile("node " + std::to_string(index) +
-                      ": the weights of the morph targets are more than a scene can hold");
+      if (total + list->entries.size() + list->starts.size() > kMostWeights) {
+        refuse();
       }
     };
     auto next = channels[At(index)].begin();
@@ -90,7 +100,7 @@ std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const 
       }
     }
     if (changes) {
-      total += list->entries.size();
+      total += list->entries.size() + list->starts.size();
       made.changing = std::move(list);
     } else if (!first.empty()) {
       made.still = std::move(first);

@@ -1,8 +1,8 @@
 #include "gltf/read/plan.h"
 
 #include <algorithm>
-#include <cctype>
-#include <string_view>
+
+#include "gltf/convention.h"
 
 namespace gltf {
 
@@ -71,11 +71,7 @@ std::vector<int> OrderOf(const document& doc, const plan& made) {
 }
 
 bool IsTag(const node& from) {
-  constexpr std::string_view kTag = "tag_";
-  return from.mesh < 0 && !from.hasCamera && !from.hasLight && from.name.size() >= kTag.size() &&
-         std::equal(kTag.begin(), kTag.end(), from.name.begin(), [](char a, char b) {
-           return a == static_cast<char>(std::tolower(static_cast<unsigned char>(b)));
-         });
+  return from.mesh < 0 && !from.hasCamera && !from.hasLight && IsTagName(from.name);
 }
 
 bool HasRigidMesh(const document& doc, const node& from) {

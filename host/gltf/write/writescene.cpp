@@ -53,12 +53,12 @@ void WriteSkeleton(const core::scene& scene, const layout& plan, const std::stri
     const core::nodestate& node = scene.Nodes()[i]->State();
     if (node.type == kNodeBone) {
       bones.push_back(static_cast<int>(i));
-      tagsAlone = tagsAlone && node.name.starts_with("tag_");
+      tagsAlone = tagsAlone && IsTagName(node.name);
     }
   }
   const std::set<int> joints(plan.joints.begin(), plan.joints.end());
   if (!tagsAlone && !std::ranges::all_of(bones, [&](int bone) { return joints.contains(bone); })) {
-    file.Add("skins", {{"name", name}, {"joints", bones}});
+    file.Add("skins", {{"name", ToUtf8(name)}, {"joints", bones}});
   }
 }
 
