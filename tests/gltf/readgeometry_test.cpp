@@ -89,6 +89,25 @@ TEST_F(ReadGeometry, ComponentsOfEveryTypeAreRead) {
   ExpectPlace(mesh.tverts[2], 32767.0F / 65535.0F, 0.2F, 0.0F);
 }
 
+// Scaled, then rotated counter-clockwise on an image whose second coordinate runs down, then moved.
+TEST_F(ReadGeometry, TextureTransformsAreApplied) {
+  gltfmodel model;
+  const int places = model.Floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 1, 0});
+  const int coordinates = model.Floats("VEC2", {0, 0, 1, 0, 0, 1});
+  model.Node(
+      {{"mesh", model.Mesh({{"attributes", {{"POSITION", places}, {"TEXCOORD_1", coordinates}}},
+                            {"material", 0}})}});
+  model.doc["textures"] = json::array({json::object()});
+  model.doc["materials"] =
+      json::parse(R"([{"pbrMetallicRoughness": {"baseColorTexture": {"index": 0,
+      "extensions": {"KHR_texture_transform": {"scale": [2, 4], "rotation": 1.5707963267948966,
+                                               "offset": [0.5, 0.25], "texCoord": 1}}}}}])");
+  const core::meshstate& mesh = ReadMesh(model);
+  ExpectPlace(mesh.tverts[0], 0.5F, 0.25F, 0.0F);
+  ExpectPlace(mesh.tverts[1], 0.5F, -1.75F, 0.0F);
+  ExpectPlace(mesh.tverts[2], 4.5F, 0.25F, 0.0F);
+}
+
 // The axis that the file's front looks along becomes +X, its up +Z, through nodes and points alike.
 TEST_F(ReadGeometry, TheFrontLooksAlongX) {
   const struct {

@@ -164,6 +164,16 @@ std::string ExtraText(const jsonobject& from, const char* key) {
   return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
 }
 
+texturetransform TransformOf(const jsonobject& from) {
+  texturetransform made;
+  const std::vector<double> scale = from.Numbers("scale", 2);
+  std::ranges::copy(scale, made.scale.begin());
+  made.rotation = from.Number("rotation", 0.0);
+  const std::vector<double> offset = from.Numbers("offset", 2);
+  std::ranges::copy(offset, made.offset.begin());
+  return made;
+}
+
 void ReadMaterials(const jsonobject& root, document& doc) {
   for (const jsonobject& from : root.Objects("images", "image")) {
     doc.images.push_back(
@@ -192,7 +202,9 @@ void ReadMaterials(const jsonobject& root, document& doc) {
       colours[index] = true;
       const jsonobject extensions = texture.Object("extensions");
       const jsonobject moved = extensions.Object("KHR_texture_transform");
-      made.movesTexture = extensions.Has("KHR_texture_transform");
+      if (extensions.Has("KHR_texture_transform")) {
+        made.coordinates = TransformOf(moved);
+      }
       made.texCoords =
           "TEXCOORD_" + std::to_string(moved.Whole("texCoord", texture.Whole("texCoord", 0)));
     }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -68,15 +69,22 @@ struct image {
   int view = -1;
 };
 
+// What a texture coordinate becomes: scaled, rotated about the origin, moved.
+struct texturetransform {
+  std::array<double, 2> scale{1.0, 1.0};
+  double rotation = 0.0;  // radians, counter-clockwise on the image
+  std::array<double, 2> offset{0.0, 0.0};
+};
+
 struct material {
   std::string name;
   std::string gamePath;
   std::array<float, 4> colour{1.0F, 1.0F, 1.0F, 1.0F};
   bool doubleSided = false;
   bool hasTexture = false;  // of the base colour
-  bool movesTexture = false;
-  int image = -1;  // of that texture, where its format is one that every reader knows
+  int image = -1;           // of that texture, where its format is one that every reader knows
   std::string texCoords = "TEXCOORD_0";  // attribute that it takes its coordinates from
+  std::optional<texturetransform> coordinates;
 };
 
 enum class primitivemode { kPoints, kLines, kLineLoop, kLineStrip, kTriangles, kStrip, kFan };

@@ -41,6 +41,17 @@ void ApplyTargets(geometry& made, const std::vector<float>& weights) {
   made.targets.clear();
 }
 
+void Transform(const texturetransform& by, std::vector<cpoint3>& coordinates) {
+  const double c = std::cos(by.rotation);
+  const double s = std::sin(by.rotation);
+  for (cpoint3& at : coordinates) {
+    const double u = at.x * by.scale[0];
+    const double v = at.y * by.scale[1];
+    at.x = static_cast<float>(c * u + s * v + by.offset[0]);
+    at.y = static_cast<float>(c * v - s * u + by.offset[1]);
+  }
+}
+
 core::affine Inverse(core::affine m) { return core::InvertInPlace(m) ? m : core::affine(); }
 
 }  // namespace
@@ -114,6 +125,12 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
     state.tverts.reserve(from.count);
     for (std::size_t v = 0; v < from.count; ++v) {
       state.tverts.push_back(MakePt3(from.coordinates[2 * v], from.coordinates[2 * v + 1], 0.0F));
+    }
+    if (part.material >= 0 && from_.doc.materials[At(part.material)].coordinates) {
+      Transform(*from_.doc.materials[At(part.material)].coordinates, state.tverts);
+      if (!std::ranges::all_of(state.tverts, IsFinite)) {
+        throw badfile(part.place + ": the texture transform leads out of range");
+      }
     }
   }
   if (from.normals.empty()) {

@@ -115,12 +115,6 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   for (const int index : poses.bent) {
     bent.Add(names[At(index)]);
   }
-  finding moved;
-  for (const material& from : doc.materials) {
-    if (from.movesTexture) {
-      moved.Add(from.name);
-    }
-  }
 
   std::vector<std::string> lines;
   Tell("nodes outside the default scene are left out", elsewhere, lines);
@@ -131,7 +125,6 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   Tell("vertex colours are left out", found.colours, lines);
   Tell("texture coordinates beyond those of the colour image are left out", found.coordinates,
        lines);
-  Tell("texture transforms are left out", moved, lines);
   Tell("scale that changes during a clip is left out", scaled, lines);
   Tell("nodes that turn below a scale of unequal axes keep their shape, which the scale would bend",
        bent, lines);
