@@ -75,6 +75,11 @@ int Convert(programstate& state, const convertjob& job) {
     if (code != kExitDone) {
       return code;
     }
+    if (!in.shapes && scene.animEnd > scene.animStart) {
+      state.out.Warning(
+          job.target, "surfaces keep the shape that they have in the first frame of " + job.source +
+                          ", since bones cannot move each vertex on its own");
+    }
     // The importers of skeletons set the range's end behind the last key, or to 100 without any.
     if (IsSkeletal(from)) {
       scene.animStart = 0;

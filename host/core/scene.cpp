@@ -118,6 +118,12 @@ void scene::Add(cmaterial* material) {
 void scene::Replace(cnode* old, cnode* made) {
   nodestate& from = old->State();
   nodestate& to = made->State();
+  for (cnode* child : std::vector<cnode*>(from.children)) {
+    made->AttachChild(child, 1);
+  }
+  if (from.parent != nullptr) {
+    from.parent->AttachChild(made, 1);
+  }
   made->SetName(from.name.c_str());
   to.track->State().keys = from.track->State().keys;
   to.stretches = std::move(from.stretches);

@@ -44,8 +44,8 @@ class CORE_API scene {
   void Add(cnode* node);
   void Add(cmaterial* material);
 
-  // Puts `made` in the place of a node of the scene, under its name and with its track, and
-  // destroys the old one, which has no parent and no children.
+  // Puts `made` in the place of a node of the scene, with its name, track, parent and children, and
+  // destroys the old one.
   void Replace(cnode* old, cnode* made);
 
   // Takes over all nodes and materials of another scene, behind its own. Notes, clips, range and

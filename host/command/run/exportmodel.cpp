@@ -10,6 +10,7 @@
 #include "command/finish/finishmodel.h"
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
+#include "command/skeleton/rootbone.h"
 #include "command/skeleton/skeletonlosses.h"
 #include "command/wording.h"
 #include "core/state.h"
@@ -50,6 +51,18 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
       })) {
     out.Warning(path,
                 "the scene has no node " + choices.origin + ": its own origin is the model's");
+  }
+}
+
+void TellRootBone(console& out, const std::string& path, const rootbone& made) {
+  if (made.name.empty()) {
+    return;
+  }
+  out.Note(path, "the scene has no bones, so its surfaces and tags hang from one root bone, " +
+                     made.name);
+  if (!made.moving.empty()) {
+    out.Warning(path, "surfaces on the root bone stay where they are at frame 0, and these move: " +
+                          JoinedFew(made.moving));
   }
 }
 
@@ -161,6 +174,10 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   const filekind kind = KindOf(path);
   std::string mdx = MdxToWrite(options.choices.mdx);
   const module::handler& handler = host.ExporterOf(path);
+  rootbone root;
+  if (IsSkeletal(kind)) {
+    root = HangOnRootBone(scene);
+  }
   if (!scene.Nodes().empty()) {
     TellWhatIsLeftOut(out, path, kind, options.choices, scene);
   }
@@ -210,6 +227,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     }
   }
   kept.Keep();
+  TellRootBone(out, path, root);
   TellWhatWasHelped(out, path, helped);
   TellWhatIsLost(out, path, kind, scene, range);
   if (!mdx.empty()) {

@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "command/skeleton/hanging.h"
 #include "core/pose.h"
 #include "core/state.h"
 #include "core/track.h"
@@ -23,48 +24,11 @@ constexpr double kWorthShare = 2.0 * std::numbers::pi / 65536.0;
 // A helper's length against the bone's largest distance. At half of it the knee would be straight
 // there and snap through its last degrees in no time.
 constexpr double kHelperLength = 0.55;
-// How far the axes of a bone may be from those of a rotation.
-constexpr double kRigid = 1e-3;
 // Bytes that the formats keep of a name.
 constexpr std::size_t kLongestName = 63;
 
-struct framespan {
-  int first = 0;
-  int last = 0;
-
-  std::size_t Count() const { return static_cast<std::size_t>(std::int64_t{last} - first) + 1; }
-};
-
-// Beyond its keys a scene stands still.
-framespan KeyedFrames(const core::scene& scene) {
-  std::optional<framespan> span;
-  for (const cnode* node : scene.Nodes()) {
-    const std::vector<ckey>& keys = node->State().track->State().keys;
-    if (!keys.empty()) {
-      span = span ? framespan{std::min(span->first, keys.front().frame),
-                              std::max(span->last, keys.back().frame)}
-                  : framespan{keys.front().frame, keys.back().frame};
-    }
-  }
-  return span.value_or(framespan{});
-}
-
-std::vector<cnode*> InHierarchyOrder(core::scene& scene) {
-  culongarray order;
-  core::scene* const before = core::scene::CurrentOrNull();
-  core::scene::MakeCurrent(&scene);
-  Interface::GetNodesHierarchy(order);
-  core::scene::MakeCurrent(before);
-  std::vector<cnode*> nodes;
-  nodes.reserve(scene.Nodes().size());
-  for (int i = 0; i < order.Count(); ++i) {
-    nodes.push_back(scene.Nodes()[order[i]]);
-  }
-  return nodes;
-}
-
 // A bone on its way to another parent, with its keys there.
-struct hanging {
+struct topbone {
   cnode* bone = nullptr;
   cnode* parent = nullptr;
   std::vector<ckey> keys;
@@ -76,7 +40,7 @@ struct hanging {
 // The bones of a skeleton as an exporter sees it.
 struct skeleton {
   std::vector<cnode*> jointed;   // with a parent bone
-  std::vector<hanging> further;  // top bones behind the first
+  std::vector<topbone> further;  // top bones behind the first
   cnode* top = nullptr;
 };
 
@@ -141,31 +105,17 @@ std::optional<stretch> Stretch(const core::trackstate& track, const framespan& s
   return stretches ? std::optional(found) : std::nullopt;
 }
 
-// Keys of the bones against the parents that they are to have. Frame by frame, since a scene does
-// not remember the poses of all frames.
-void Hang(std::vector<hanging>& further, const cnode& top, const framespan& span) {
+// Keys of the bones against the parents that they are to have, and how far they stray. Frame by
+// frame, since a scene does not remember the poses of all frames.
+void Measure(std::vector<topbone>& further, const cnode& top, const framespan& span) {
   for (std::size_t i = 0; i < span.Count(); ++i) {
     const int frame = span.first + static_cast<int>(i);
     const core::vec3 place = core::WorldAtFrame(top, frame).move;
-    for (hanging& one : further) {
-      const core::affine world = core::WorldAtFrame(*one.bone, frame);
-      core::affine local = core::WorldAtFrame(*one.parent, frame);
-      one.rigid = one.rigid && core::InvertInPlace(local);
-      local = world * local;
-      const core::affine turn = core::RotationOf(local);
-      for (int row = 0; row < 3; ++row) {
-        const core::vec3 off = local.row[row] - turn.row[row];
-        one.rigid = one.rigid && core::Dot(off, off) < kRigid * kRigid;
-      }
-      const core::vec3 apart = world.move - place;
+    for (topbone& one : further) {
+      one.keys.push_back(KeyUnder(*one.parent, *one.bone, frame, one.rigid));
+      const core::vec3 apart = core::WorldAtFrame(*one.bone, frame).move - place;
       one.farthest = std::max(one.farthest, std::sqrt(core::Dot(apart, apart)));
       one.strays = Differs(one.farthest, 0.0);
-      ckey key;
-      key.frame = frame;
-      key.pos = core::ToPoint(local.move);
-      key.rot = core::ToQuat(turn);
-      key.scale = MakePt3(1.0F, 1.0F, 1.0F);
-      one.keys.push_back(key);
     }
   }
 }
@@ -279,8 +229,8 @@ helperbones AddHelperBones(core::scene& scene, filekind kind) {
     return made;
   }
   const framespan span = KeyedFrames(scene);
-  Hang(found.further, *found.top, span);
-  for (hanging& one : found.further) {
+  Measure(found.further, *found.top, span);
+  for (topbone& one : found.further) {
     if (one.strays && one.rigid) {
       one.bone->State().track->State().keys = std::move(one.keys);
       one.parent->AttachChild(one.bone, 1);

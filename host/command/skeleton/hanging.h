@@ -1,0 +1,40 @@
+#pragma once
+
+// Nodes that change their parent and stay where they are at every frame.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "core/scene.h"
+
+namespace command {
+
+// Frames, both ends included.
+struct framespan {
+  int first = 0;
+  int last = 0;
+
+  std::size_t Count() const { return static_cast<std::size_t>(std::int64_t{last} - first) + 1; }
+};
+
+// Between the first and the last key; beyond them a scene stands still.
+framespan KeyedFrames(const core::scene& scene);
+
+// The scene's nodes, parents before their children, in the order in which exporters number them.
+std::vector<cnode*> InHierarchyOrder(core::scene& scene);
+
+// The node's key at the frame against a parent that it is to have. `rigid` becomes false where no
+// key can say it, since the node has a scale against the parent, or that has none to invert.
+ckey KeyUnder(const cnode& parent, const cnode& node, int frame, bool& rigid);
+
+struct hanging {
+  cnode* node = nullptr;
+  cnode* parent = nullptr;
+};
+
+// Hangs the nodes on the parents with a key for each frame of the span, or one key where nothing
+// moves in it. What a scale against the parent does is lost.
+void Hang(core::scene& scene, const std::vector<hanging>& nodes, const framespan& span);
+
+}  // namespace command
