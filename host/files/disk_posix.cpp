@@ -12,20 +12,35 @@ namespace files {
 
 namespace {
 
+// The result of a system call, which a signal may end before its time.
+template <class Call>
+int Repeated(Call&& call) {
+  int result = call();
+  while (result < 0 && errno == EINTR) {
+    result = call();
+  }
+  return result;
+}
+
 int Flush(const std::string& path, int flags) {
-  const int file = open(path.c_str(), flags | O_CLOEXEC);
+  const int file = Repeated([&] { return open(path.c_str(), flags | O_CLOEXEC); });
   if (file < 0) {
     return errno;
   }
   // A file system that cannot flush (EINVAL) has nothing to lose by it.
-  const int error = fsync(file) == 0 || errno == EINVAL ? 0 : errno;
-  return close(file) == 0 || error != 0 ? error : errno;
+  const int error = Repeated([&] { return fsync(file); }) == 0 || errno == EINVAL ? 0 : errno;
+  // The file is closed even where close was interrupted.
+  return close(file) == 0 || errno == EINTR || error != 0 ? error : errno;
 }
 
 }  // namespace
 
 int FlushFile(const std::string& path) { return Flush(path, O_RDONLY); }
-int FlushFolder(const std::string& path) { return Flush(path, O_RDONLY | O_DIRECTORY); }
+
+int FlushFolder(const std::string& path) {
+  const int error = Flush(path, O_RDONLY | O_DIRECTORY);
+  return error == EACCES ? 0 : error;  // a folder may take names and not be read
+}
 
 int RenameOver(const std::string& from, const std::string& to) {
   return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;

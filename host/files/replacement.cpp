@@ -4,13 +4,22 @@
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
+#include <set>
+#include <string_view>
 #include <system_error>
 
 #include "core/utf8path.h"
 #include "files/disk.h"
 
 namespace files {
+
+// A file of a set that is being committed.
+struct member {
+  std::string target;
+  bool existed = false;  // when the commit began
+
+  bool operator==(const member&) const = default;
+};
 
 namespace {
 
@@ -20,10 +29,15 @@ constexpr char kNew[] = ".marrow-new";
 constexpr char kOld[] = ".marrow-old";
 constexpr char kLock[] = ".marrow-lock";
 constexpr char kJournal[] = ".marrow-journal";
-// First line of a journal, the last of its list, and what the first file's has behind it.
-constexpr char kJournalHead[] = "marrow journal 1";
+// First line of a journal, what stands before the paths of its list, the list's end, and what the
+// first file's journal has behind it.
+constexpr char kJournalHead[] = "marrow journal 2";
+constexpr std::string_view kJournalReplaces = "replaces ";
+constexpr std::string_view kJournalCreates = "creates ";
 constexpr char kJournalEnd[] = "end";
 constexpr char kJournalCommitted[] = "committed";
+constexpr char kJournalUndoing[] = "undoing";
+constexpr std::uintmax_t kLargestJournal = 1 << 20;  // bytes
 // Bytes of a target's name in the names beside it: file systems end at 255.
 constexpr std::size_t kLongestStem = 200;
 
@@ -43,6 +57,11 @@ void Remove(const std::string& path) {
 }
 
 std::string FolderOf(const std::string& path) { return Text(core::PathOf(path).parent_path()); }
+
+bool HasFolder(const std::string& path) {
+  std::error_code error;
+  return fs::is_directory(core::PathOf(FolderOf(path)), error);
+}
 
 std::string Beside(const std::string& target, const char* tail) {
   const fs::path path = core::PathOf(target);
@@ -86,47 +105,65 @@ std::string Resolved(const std::string& path) {
   return Text(fs::canonical(named, error));
 }
 
-// What a set of files leaves beside each of them while it is committed. The first one's journal
-// says when all of them are there: from then on the new files are to take their names.
+// What a set leaves beside each of its files while it is committed. The first one's journal says
+// how far the set has come: committed, when all journals are there and the new files are to take
+// their names; undoing, when that failed and the old files are to have theirs again.
 struct journal {
-  std::vector<std::string> targets;  // empty: there is none, or it was not written whole
-  bool committed = false;
+  enum class state { Written, Committed, Undoing };
+
+  std::vector<member> set;  // empty: there is no journal, or it was not written whole
+  state reached = state::Written;
 };
 
-std::string JournalText(const std::vector<std::string>& targets) {
+std::string JournalText(const std::vector<member>& set) {
   std::string text = std::string(kJournalHead) + "\n";
-  for (const std::string& target : targets) {
-    text += target + "\n";
+  for (const member& each : set) {
+    text.append(each.existed ? kJournalReplaces : kJournalCreates).append(each.target).append("\n");
   }
   return text + kJournalEnd + "\n";
 }
 
 journal ReadJournal(const std::string& target) {
-  std::ifstream file(core::PathOf(Beside(target, kJournal)), std::ios::binary);
+  const fs::path path = core::PathOf(Beside(target, kJournal));
+  std::error_code error;
+  if (!fs::is_regular_file(fs::symlink_status(path, error)) ||
+      fs::file_size(path, error) > kLargestJournal || error) {
+    return {};
+  }
+  std::ifstream file(path, std::ios::binary);
   std::string line;
   if (!std::getline(file, line) || line != kJournalHead) {
     return {};
   }
   journal read;
-  bool whole = false;
-  while (!whole && std::getline(file, line)) {
-    whole = line == kJournalEnd;
-    if (!whole) {
-      read.targets.push_back(line);
+  bool own = false;
+  while (std::getline(file, line) && line != kJournalEnd) {
+    const bool existed = line.starts_with(kJournalReplaces);
+    if (!existed && !line.starts_with(kJournalCreates)) {
+      return {};
     }
+    line.erase(0, existed ? kJournalReplaces.size() : kJournalCreates.size());
+    own = own || line == target;
+    read.set.push_back({line, existed});
   }
-  read.committed = whole && std::getline(file, line) && line == kJournalCommitted;
-  const bool own = std::ranges::find(read.targets, target) != read.targets.end();
-  return whole && own ? read : journal();
+  if (!file || !own) {
+    return {};
+  }
+  if (std::getline(file, line) && line == kJournalCommitted) {
+    const bool undoing = std::getline(file, line) && line == kJournalUndoing;
+    read.reached = undoing ? journal::state::Undoing : journal::state::Committed;
+  }
+  return read;
 }
 
 // Writes and closes the file; the system's error, 0 for success.
-int WriteFile(const std::string& path, std::span<const std::span<const std::uint8_t>> pieces) {
+int WriteFile(const std::string& path, std::span<const std::span<const std::uint8_t>> pieces,
+              bool append = false) {
   errno = 0;
 #ifdef _WIN32
-  std::FILE* const stream = _wfopen(core::PathOf(path).c_str(), L"wb");
+  std::FILE* const stream = _wfopen(core::PathOf(path).c_str(), append ? L"ab" : L"wb");
 #else
-  std::FILE* const stream = std::fopen(path.c_str(), "wb");
+  std::FILE* const stream = std::fopen(path.c_str(), append ? "ab" : "wb");
 #endif
   bool good = stream != nullptr;
   int reason = errno;
@@ -142,11 +179,85 @@ int WriteFile(const std::string& path, std::span<const std::span<const std::uint
 }
 
 // Writes or continues a small file and brings it to the disk.
-int WriteText(const std::string& path, const std::string& text) {
+int WriteText(const std::string& path, const std::string& text, bool append = false) {
   const std::span<const std::uint8_t> bytes(reinterpret_cast<const std::uint8_t*>(text.data()),
                                             text.size());
-  const int error = WriteFile(path, {{bytes}});
+  const int error = WriteFile(path, {{bytes}}, append);
   return error != 0 ? error : FlushFile(path);
+}
+
+void WriteJournals(const std::vector<member>& set) {
+  const std::string text = JournalText(set);
+  const auto require = [](const member& each, int error) {
+    if (error != 0) {
+      throw fault(each.target, "cannot be written: " + SystemMessage(error));
+    }
+  };
+  for (const member& each : set) {
+    require(each, WriteText(Beside(each.target, kJournal), text));
+    require(each, FlushFolder(FolderOf(each.target)));
+  }
+  require(set.front(), WriteText(Beside(set.front().target, kJournal),
+                                 std::string(kJournalCommitted) + "\n", true));
+}
+
+// The error of the first folder that cannot be flushed, 0 for none.
+int FlushFolders(const std::vector<member>& set) {
+  std::set<std::string> folders;
+  int error = 0;
+  for (const member& each : set) {
+    const std::string folder = FolderOf(each.target);
+    if (error == 0 && folders.insert(folder).second) {
+      error = FlushFolder(folder);
+    }
+  }
+  return error;
+}
+
+// The first file's journal goes last: without it the others' say nothing.
+void RemoveTraces(const std::vector<member>& set) {
+  for (std::size_t i = set.size(); i-- > 0;) {
+    for (const char* tail : {kOld, kNew, kJournal}) {
+      Remove(Beside(set[i].target, tail));
+    }
+  }
+}
+
+// Gives a file of a set that is undone its old content again, or none; the system's error. A new
+// file goes back to the name that it had, and is only removed when all have theirs.
+int MoveBack(const member& undone) {
+  const std::string old = Beside(undone.target, kOld);
+  const std::string fresh = Beside(undone.target, kNew);
+  if (undone.existed) {
+    return Exists(old) ? RenameOver(old, undone.target) : 0;
+  }
+  return !Exists(fresh) && Exists(undone.target) ? RenameOver(undone.target, fresh) : 0;
+}
+
+// A file whose journal is gone, or another's, has been seen to already.
+bool IsMember(const member& each, const std::vector<member>& set) {
+  return ReadJournal(each.target).set == set;
+}
+
+void FinishCommit(const std::vector<member>& set) {
+  for (const member& each : set) {
+    const std::string fresh = Beside(each.target, kNew);
+    if (!IsMember(each, set) || !Exists(fresh)) {
+      continue;
+    }
+    CopyAttributes(each.target, fresh);
+    if (const int error = RenameOver(fresh, each.target); error != 0) {
+      throw fault(each.target, "an interrupted run cannot be finished: " + SystemMessage(error));
+    }
+  }
+}
+
+void FinishUndo(const std::vector<member>& set) {
+  for (std::size_t i = set.size(); i-- > 0;) {
+    if (const int error = IsMember(set[i], set) ? MoveBack(set[i]) : 0; error != 0) {
+      throw fault(set[i].target, "an interrupted run cannot be undone: " + SystemMessage(error));
+    }
+  }
 }
 
 }  // namespace
@@ -179,33 +290,28 @@ void replacement::Lock(const std::string& target, const std::string& asked) {
   locks_.push_back(std::move(lock));
 }
 
-// Files whose journals are gone have been seen to already.
 void replacement::Recover(const std::string& target, const std::string& asked) {
-  const journal own = ReadJournal(target);
-  for (const std::string& each : own.targets) {
-    Lock(each, asked);
+  const std::vector<member> set = ReadJournal(target).set;
+  for (const member& each : set) {
+    if (HasFolder(each.target)) {
+      Lock(each.target, asked);
+    }
   }
-  if (!own.targets.empty() && ReadJournal(own.targets.front()).committed) {
-    FinishCommit(own.targets, asked);
+  const journal::state reached =
+      set.empty() ? journal::state::Written : ReadJournal(set.front().target).reached;
+  if (reached != journal::state::Written) {
+    const bool undo = reached == journal::state::Undoing;
+    undo ? FinishUndo(set) : FinishCommit(set);
+    if (const int error = FlushFolders(set); error != 0) {
+      throw fault(asked, "an interrupted run cannot be finished: " + SystemMessage(error));
+    }
+    RemoveTraces(set);
+    warn_(asked, undo ? "undid what an interrupted run had begun to write"
+                      : "finished what an interrupted run had begun to write");
   }
   for (const char* tail : {kJournal, kNew, kOld}) {
     Remove(Beside(target, tail));
   }
-}
-
-void replacement::FinishCommit(const std::vector<std::string>& targets, const std::string& asked) {
-  for (const std::string& each : targets) {
-    const std::string fresh = Beside(each, kNew);
-    if (ReadJournal(each).targets != targets || !Exists(fresh)) {
-      continue;
-    }
-    CopyAttributes(each, fresh);
-    if (const int error = RenameOver(fresh, each); error != 0) {
-      throw fault(each, "an interrupted run cannot be finished: " + SystemMessage(error));
-    }
-  }
-  RemoveTraces(targets);
-  warn_(asked, "finished what an interrupted run had begun to write");
 }
 
 const std::string& replacement::Add(const std::string& target) {
@@ -260,24 +366,14 @@ void replacement::KeepOld() {
     fs::create_hard_link(core::PathOf(each->target), core::PathOf(old), error);
     if (error) {
       fs::copy_file(core::PathOf(each->target), core::PathOf(old), error);
+      CopyAttributes(each->target, old);
+      if (const int reason = error ? 0 : FlushFile(old); reason != 0) {
+        error.assign(reason, std::system_category());
+      }
     }
     if (error) {
       throw fault(each->asked, "the old file cannot be kept for a failure: " + error.message());
     }
-  }
-}
-
-void replacement::WriteJournals(const std::vector<std::string>& targets) {
-  const std::string text = JournalText(targets);
-  for (const std::string& target : targets) {
-    if (const int error = WriteText(Beside(target, kJournal), text); error != 0) {
-      throw fault(target, "cannot be written: " + SystemMessage(error));
-    }
-    FlushFolder(FolderOf(target));
-  }
-  const std::string first = Beside(targets.front(), kJournal);
-  if (const int error = WriteText(first, text + kJournalCommitted + "\n"); error != 0) {
-    throw fault(targets.front(), "cannot be written: " + SystemMessage(error));
   }
 }
 
@@ -290,36 +386,34 @@ void replacement::RenameAll() {
   }
 }
 
-void replacement::Undo() {
-  for (const auto& each : parts_) {
-    Remove(each->fresh);
-    if (!each->renamed) {
+void replacement::Undo(const std::vector<member>& set) {
+  const bool any = std::ranges::any_of(parts_, [](const auto& each) { return each->renamed; });
+  if (any) {
+    // Without room for the word a kill from here on would finish what this undoes.
+    WriteText(Beside(set.front().target, kJournal), std::string(kJournalUndoing) + "\n", true);
+  }
+  bool whole = true;
+  for (std::size_t i = parts_.size(); i-- > 0;) {
+    part& each = *parts_[i];
+    if (!each.renamed) {
       continue;
     }
-    if (!each->existed) {
-      Remove(each->target);
-      continue;
-    }
-    const std::string old = Beside(each->target, kOld);
-    if (const int error = RenameOver(old, each->target); error != 0) {
-      const std::string aside = Beside(each->target, ".marrow-kept");
-      RenameOver(old, aside);
-      warn_(each->asked, "the old file is now " + aside + ": " + SystemMessage(error));
+    if (const int error = MoveBack(set[i]); error != 0) {
+      whole = false;
+      warn_(each.asked, (set[i].existed ? "the old file is " + Beside(each.target, kOld)
+                                        : std::string("is new and stays")) +
+                            " until the next run to this target: " + SystemMessage(error));
+    } else {
+      each.renamed = false;
     }
   }
-}
-
-// The first file's journal goes last: without it the others' say nothing.
-void replacement::RemoveTraces(const std::vector<std::string>& targets) {
-  for (std::size_t i = targets.size(); i-- > 0;) {
-    FlushFolder(FolderOf(targets[i]));
-    Remove(Beside(targets[i], kOld));
-    Remove(Beside(targets[i], kJournal));
+  if (whole && (!any || FlushFolders(set) == 0)) {
+    RemoveTraces(set);
   }
 }
 
 void replacement::Commit() {
-  std::vector<std::string> targets;
+  std::vector<member> set;
   for (const auto& each : parts_) {
     each->existed = Exists(each->target);
     if (each->existed) {
@@ -328,21 +422,29 @@ void replacement::Commit() {
     if (const int error = FlushFile(each->fresh); error != 0) {
       throw fault(each->asked, "cannot be written: " + SystemMessage(error));
     }
-    targets.push_back(each->target);
+    set.push_back({each->target, each->existed});
   }
   const signalpause whole;
-  try {
-    if (targets.size() > 1) {
-      KeepOld();
-      WriteJournals(targets);
-    }
+  if (set.size() < 2) {
     RenameAll();
-  } catch (const fault&) {
-    Undo();
-    RemoveTraces(targets);
+    if (const int error = FlushFolders(set); error != 0) {
+      warn_(parts_.front()->asked,
+            "its name may not have reached the disk: " + SystemMessage(error));
+    }
+    return;
+  }
+  try {
+    KeepOld();
+    WriteJournals(set);
+    RenameAll();
+    if (const int error = FlushFolders(set); error != 0) {
+      throw fault(parts_.front()->asked, "cannot be replaced: " + SystemMessage(error));
+    }
+  } catch (const std::exception&) {
+    Undo(set);
     throw;
   }
-  RemoveTraces(targets);
+  RemoveTraces(set);
 }
 
 }  // namespace files

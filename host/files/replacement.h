@@ -26,6 +26,8 @@ class fault : public std::runtime_error {
   std::string path_;
 };
 
+struct member;
+
 // Replaces one file, or several that belong together, in one step.
 //
 // Every target gets a new file beside it, NAME.marrow-new, which the caller writes; the target
@@ -34,8 +36,9 @@ class fault : public std::runtime_error {
 // Commit flushes the new files to the disk and renames them. With several files it first leaves a
 // journal beside each (NAME.marrow-journal) and keeps the old files (NAME.marrow-old) until all
 // have their names: a rename that fails undoes the ones before it, and what a killed run left
-// between two renames is finished by the next Add of any of the files. What a run left that was
-// killed before is removed by the next Add. Without Commit the destructor removes the new files.
+// between two renames, or while it undid them, is finished by the next Add of any of the files.
+// What a run left that was killed before is removed by the next Add. Without Commit the destructor
+// removes the new files.
 //
 // A symbolic link is followed to its file. The new file takes over the old one's permissions and,
 // where the system allows it, owner and group.
@@ -80,12 +83,9 @@ class replacement {
 
   void Lock(const std::string& target, const std::string& asked);
   void Recover(const std::string& target, const std::string& asked);
-  void FinishCommit(const std::vector<std::string>& targets, const std::string& asked);
   void KeepOld();
-  static void WriteJournals(const std::vector<std::string>& targets);
   void RenameAll();
-  void Undo();
-  static void RemoveTraces(const std::vector<std::string>& targets);
+  void Undo(const std::vector<member>& set);
 
   teller warn_;
   std::vector<std::unique_ptr<part>> parts_;

@@ -39,16 +39,16 @@ class Replacement : public testing::Test {
     std::ofstream(set.Add(At(name)), std::ios::binary) << text;
   }
 
-  // Leaves what a run leaves that is killed with these files between its names.
+  // Leaves what a run leaves that is killed with these files between its names: `a` is replaced,
+  // the others are new.
   void LeaveJournals(const std::vector<std::string>& names, std::size_t written,
-                     bool committed) const {
-    std::string text = "marrow journal 1\n";
+                     const std::string& reached) const {
+    std::string text = "marrow journal 2\n";
     for (const std::string& name : names) {
-      text += At(name) + "\n";
+      text += (name == "a" ? "replaces " : "creates ") + At(name) + "\n";
     }
     for (std::size_t i = 0; i < written; ++i) {
-      Put(names[i] + ".marrow-journal",
-          text + "end\n" + (i == 0 && committed ? "committed\n" : ""));
+      Put(names[i] + ".marrow-journal", text + "end\n" + (i == 0 ? reached : ""));
     }
   }
 
@@ -101,33 +101,44 @@ TEST_F(Replacement, AFailedRenameTakesTheOthersBack) {
 }
 
 TEST_F(Replacement, TheNextRunEndsWhatAKilledOneLeft) {
+  static const std::string kDone = "committed\n";
+  static const std::string kUndo = "committed\nundoing\n";
+  const filemap old{{"a", "old"}};
+  const filemap all{{"a", "new"}, {"b", "new"}};
   struct row {
     std::size_t journals;  // that the killed run had written
-    bool committed;
+    std::string reached;
     std::vector<std::string> renamed;
+    std::vector<std::string> undone;
     filemap left;
   };
-  for (const row& killed :
-       {row{0, false, {}, {{"a", "old"}}},  // before it was sure: as it was
-        row{1, false, {}, {{"a", "old"}}}, row{2, false, {}, {{"a", "old"}}},
-        row{2, true, {}, {{"a", "new"}, {"b", "new"}}},  // after: as it was to be
-        row{2, true, {"a"}, {{"a", "new"}, {"b", "new"}}},
-        row{2, true, {"a", "b"}, {{"a", "new"}, {"b", "new"}}},
-        row{1, true, {"a", "b"}, {{"a", "new"}, {"b", "new"}}}}) {
+  for (const row& killed : {row{0, "", {}, {}, old},  // before it was sure: as it was
+                            row{1, "", {}, {}, old}, row{2, "", {}, {}, old},
+                            row{2, kDone, {}, {}, all},  // after: as it was to be
+                            row{2, kDone, {"a"}, {}, all}, row{2, kDone, {"a", "b"}, {}, all},
+                            row{1, kDone, {"a", "b"}, {}, all},
+                            row{2, kUndo, {"a", "b"}, {}, old},  // while it took them back
+                            row{2, kUndo, {"a", "b"}, {"b"}, old}, row{2, kUndo, {"a"}, {}, old},
+                            row{2, kUndo, {"a", "b"}, {"a", "b"}, old}}) {
     for (const char* next : {"a", "b"}) {
       Put("a", "old");
       Put("a.marrow-old", "old");
       for (const char* name : {"a", "b"}) {
         Put(std::string(name) + ".marrow-new", "new");
       }
-      LeaveJournals({"a", "b"}, killed.journals, killed.committed);
+      LeaveJournals({"a", "b"}, killed.journals, killed.reached);
       for (const std::string& name : killed.renamed) {
         fs::rename(At(name + ".marrow-new"), At(name));
+      }
+      for (const std::string& name : killed.undone) {
+        name == "a" ? fs::rename(At("a.marrow-old"), At("a"))
+                    : fs::rename(At(name), At(name + ".marrow-new"));
       }
       files::replacement(tell_).Add(At(next));
       files::replacement(tell_).Add(At("a"));
       files::replacement(tell_).Add(At("b"));
-      EXPECT_EQ(Files(), killed.left) << killed.journals << " journals, " << next << " first";
+      EXPECT_EQ(Files(), killed.left)
+          << killed.journals << " journals " << killed.reached << next << " first";
       for (const auto& [name, text] : Files()) {
         fs::remove(At(name));
       }
@@ -135,14 +146,19 @@ TEST_F(Replacement, TheNextRunEndsWhatAKilledOneLeft) {
   }
 }
 
-// A journal that came with somebody's folder names files elsewhere.
+// A journal that came with somebody's folder names files elsewhere, or is endless.
 TEST_F(Replacement, AStrangersJournalMovesNothing) {
   Put("victim", "old");
   Put("victim.marrow-new", "evil");
   Put("a", "old");
-  LeaveJournals({"a", "victim"}, 1, true);
+  LeaveJournals({"a", "victim"}, 1, "committed\n");
   files::replacement(tell_).Add(At("a"));
   EXPECT_EQ(Files()["victim"], "old");
+  LeaveJournals({"a"}, 1, "committed\n");
+  Put("a.marrow-new", "evil");
+  fs::resize_file(At("a.marrow-journal"), std::uintmax_t{1} << 40);
+  files::replacement(tell_).Add(At("a"));
+  EXPECT_EQ(Files()["a"], "old");
 }
 
 TEST_F(Replacement, AKilledRunLocksNothingAndALiveOneIsWaitedFor) {
