@@ -101,8 +101,12 @@ void importoptions::Define(CLI::App& app) {
              "one clip of all frames)")
           ->allow_extra_args(false)
           ->option_text("NAME=A-B");
+  CLI::Option* noNormals = app.add_flag_callback(
+      "--no-morph-normals", [this] { choices.morphNormals = false; },
+      "Of an mdc: the scene gets the normals of the first frame alone, which makes it smaller by a "
+      "third");
   frame->excludes(frames)->excludes(clip);
-  for (CLI::Option* option : {frame, frames, clip}) {
+  for (CLI::Option* option : {frame, frames, clip, noNormals}) {
     option->group(kGroup);
     table.Add(option, {filekind::Mdc});
   }

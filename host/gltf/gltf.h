@@ -35,8 +35,6 @@ struct options {
 
   // Writing: clips hold each frame until the next, in place of blending linearly.
   bool stepped = false;
-  // Morph targets get their normals; without, a viewer keeps those at rest or makes its own.
-  bool morphNormals = true;
 };
 
 // How well the recovered bind pose of a scene's skins agrees with the weights' offsets: the

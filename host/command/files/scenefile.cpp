@@ -90,12 +90,6 @@ void sceneoptions::DefineShapes(CLI::App& app, optiontable& table) {
           ->option_text("linear|step")
           ->group("Import"),
       {filekind::Mdc});
-  table.Add(app.add_flag_callback(
-                   "--no-morph-normals", [this] { how.morphNormals = false; },
-                   "Of an mdc: the scene gets the normals of the first frame alone, which makes it "
-                   "smaller by a third")
-                ->group("Import"),
-            {filekind::Mdc});
 }
 
 gltf::options sceneoptions::For(filekind kind) const {

@@ -24,7 +24,7 @@ struct sceneoptions {
   CLI::Option* fps = nullptr;
 
   void Define(CLI::App& app);
-  // --interpolate and --no-morph-normals of a command that may write what changes its shape.
+  // --interpolate of a command that may write what changes its shape.
   void DefineShapes(CLI::App& app, optiontable& table);
   // For a scene that goes into a file of the kind: frames of vertices take every change of shape.
   gltf::options For(filekind kind) const;

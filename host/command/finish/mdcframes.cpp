@@ -67,8 +67,16 @@ class surfaceframes {
   bool Changes() const { return shapes_.size() > 1; }
   frameshape& Rest() { return shapes_.front(); }
 
-  // Targets and weights into the mesh, which stands at rest.
-  void Fill(core::meshstate& mesh, int first) {
+  // Targets and weights into the mesh, which stands at rest. With normals the first target takes
+  // away those at rest, and is there in each frame that has another target: the others then hold
+  // whole normals, which fit into bytes as the differences of two directions do not.
+  void Fill(core::meshstate& mesh, int first, bool withNormals) {
+    if (withNormals) {
+      core::morphtarget& none = mesh.targets.emplace_back();
+      none.name = "normals";
+      none.normals = Difference(std::vector<cpoint3>(mesh.normals.size()), mesh.normals);
+    }
+    const std::size_t before = mesh.targets.size();
     std::vector<int> frames(shapes_.size(), -1);
     auto weights = std::make_shared<core::morphweights>();
     weights->starts.push_back(0);
@@ -78,16 +86,21 @@ class surfaceframes {
         frames[shape] = first + static_cast<int>(f);
       }
       if (shape != 0) {
-        weights->entries.push_back({static_cast<std::uint32_t>(shape - 1), 1.0F});
+        if (withNormals) {
+          weights->entries.push_back({0, 1.0F});
+        }
+        weights->entries.push_back({static_cast<std::uint32_t>(before + shape - 1), 1.0F});
       }
       weights->starts.push_back(weights->entries.size());
     }
-    mesh.targets.reserve(shapes_.size() - 1);
+    mesh.targets.reserve(before + shapes_.size() - 1);
     for (std::size_t s = 1; s < shapes_.size(); ++s) {
       core::morphtarget& target = mesh.targets.emplace_back();
       target.name = "frame " + std::to_string(frames[s]);
       target.positions = Difference(std::move(shapes_[s].verts), mesh.verts);
-      target.normals = Difference(std::move(shapes_[s].normals), mesh.normals);
+      if (withNormals) {
+        target.normals = std::move(shapes_[s].normals);
+      }
     }
     mesh.morph = std::move(weights);
   }
@@ -178,6 +191,7 @@ void mdcframes::Choose(const importchoices& choices) {
     last_ = choices.frames.last;
   }
   clips_ = choices.clips;
+  morphNormals_ = choices.morphNormals;
   for (const framestretch& clip : clips_) {
     RequireFrames("--clip", clip, first_, last_);
   }
@@ -232,7 +246,7 @@ void mdcframes::TakeSurface(const cmdcsurfentry& entry, bool shapes, core::scene
   if (!frames.Changes()) {
     return;
   }
-  frames.Fill(mesh.Mesh(), first_);
+  frames.Fill(mesh.Mesh(), first_, morphNormals_);
   cskin* const skin = CreateNewSkin();
   if (skin == nullptr) {
     throw std::bad_alloc();

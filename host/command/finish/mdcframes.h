@@ -36,6 +36,7 @@ class mdcframes {
   int first_ = 0;
   int last_ = 0;  // included
   std::vector<framestretch> clips_;
+  bool morphNormals_ = true;
 };
 
 }  // namespace command

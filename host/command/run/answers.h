@@ -39,6 +39,7 @@ struct importchoices {
   framestretch frames;              // of an mdc
   std::vector<framestretch> clips;  // of an mdc, with names; none: one clip of all frames
   bool shapes = true;               // of an mdc: whether surfaces change over the frames
+  bool morphNormals = true;         // of an mdc: whether the others' normals come, too
   std::string skin;                 // a listed .skin file; empty: the first
   bool noSkin = false;
   std::vector<std::string> sequences;  // by name; none: all

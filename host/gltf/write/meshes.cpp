@@ -19,11 +19,7 @@ constexpr std::size_t kSet = 4;
 class meshwriter {
  public:
   meshwriter(const skinning& skins, const options& how, scenefile& file)
-      : skins_(skins),
-        scale_(how.scale),
-        morphNormals_(how.morphNormals),
-        axes_(how.front),
-        file_(file) {}
+      : skins_(skins), scale_(how.scale), axes_(how.front), file_(file) {}
 
   // -1: there is no triangle to show.
   int Write(cnode& node, int material) {
@@ -41,11 +37,15 @@ class meshwriter {
     }
     const auto index = static_cast<std::size_t>(node.State().index);
     ordered_json attributes;
-    WriteVertices(node, mesh, index, textured, attributes);
+    const core::meshstate* const morphed = MorphedMesh(node, skins_);
+    const bool turns = morphed != nullptr &&
+                       std::ranges::any_of(morphed->targets, [](const core::morphtarget& target) {
+                         return !target.normals.empty();
+                       });
+    WriteVertices(node, mesh, index, textured, turns, attributes);
     if (skins_.IsSkinned(index)) {
       WriteWeights(mesh, index, attributes);
     }
-    const core::meshstate* const morphed = MorphedMesh(node, skins_);
     ordered_json primitive = {{"attributes", std::move(attributes)}, {"indices", Indices(mesh)}};
     if (material >= 0) {
       primitive["material"] = material;
@@ -74,8 +74,10 @@ class meshwriter {
     return file_.AddFloats(file_.AddView(scenefile::use::kVertices), values, type, wanted);
   }
 
+  // Normals that targets turn are in bytes as theirs are, so that a target can take them away
+  // whole.
   void WriteVertices(const cnode& node, const cexpmesh& mesh, std::size_t index, bool textured,
-                     ordered_json& attributes) {
+                     bool turns, ordered_json& attributes) {
     const auto count = static_cast<std::size_t>(mesh.numVerts);
     std::vector<float> places;
     std::vector<float> normals;
@@ -102,7 +104,9 @@ class meshwriter {
     CheckFinite(node, places, 3, "vertex");
     CheckFinite(node, coordinates, 2, "texture vertex");
     attributes["POSITION"] = Vertices(places, "VEC3", scenefile::bounds::kWritten);
-    attributes["NORMAL"] = Vertices(normals, "VEC3");
+    attributes["NORMAL"] =
+        turns ? file_.AddPacked(normals, scenefile::packing::kInt8, scenefile::bounds::kNone)
+              : Vertices(normals, "VEC3");
     if (textured) {
       attributes["TEXCOORD_0"] = Vertices(coordinates, "VEC2");
     }
@@ -115,8 +119,8 @@ class meshwriter {
     for (const core::morphtarget& target : from.targets) {
       ordered_json made;
       made["POSITION"] = Displacements(target.positions, mesh, extent);
-      if (const int normals = NormalDisplacements(target.normals, mesh); normals >= 0) {
-        made["NORMAL"] = normals;
+      if (!target.normals.empty()) {
+        made["NORMAL"] = NormalDisplacements(target.normals, mesh);
       }
       primitive["targets"].push_back(std::move(made));
       names.push_back(ToUtf8(target.name));
@@ -140,47 +144,26 @@ class meshwriter {
   int Displacements(const std::vector<cpoint3>& from, const cexpmesh& mesh, float extent) {
     constexpr float kShortStep = 1.0F / 32767.0F;
     constexpr float kFinest = 1e-4F;  // of the mesh, for a whole step
+    if (from.empty()) {
+      return file_.AddZeros(static_cast<std::size_t>(mesh.numVerts));
+    }
     const std::vector<float> values = Spread(from, mesh, 1.0 / scale_);
-    const bool fits =
-        std::ranges::all_of(values, [](float value) { return std::abs(value) <= 1.0F; });
-    return fits && kShortStep <= kFinest * extent
+    return WithinOne(values) && kShortStep <= kFinest * extent
                ? file_.AddPacked(values, scenefile::packing::kInt16, scenefile::bounds::kWritten)
                : Vertices(values, "VEC3", scenefile::bounds::kWritten);
   }
 
-  // In normalized bytes or shorts, which hold differences up to 1 while two unit vectors may differ
-  // by up to 2: where that is too much, the difference leads to a shorter vector of the direction,
-  // which a reader makes as long as any, and where nothing is left of it the target has floats. -1
-  // where there are no normals, or they are not wanted.
+  // In bytes, which turn a normal by up to 0.4 degrees, where they hold the differences: two unit
+  // vectors may differ by up to 2.
   int NormalDisplacements(const std::vector<cpoint3>& from, const cexpmesh& mesh) {
-    constexpr double kShortestOfBytes = 0.2;     // a byte's half step is 1.1 degrees then
-    constexpr double kShortestOfShorts = 0.005;  // a short's 0.2
-    if (!morphNormals_ || from.empty()) {
-      return -1;
-    }
-    std::vector<float> values;
-    values.reserve(3 * static_cast<std::size_t>(mesh.numVerts));
-    double shortest = 1.0;
-    for (std::int32_t i = 0; i < mesh.numVerts; ++i) {
-      const core::vec3 rest = core::ToVec(mesh.verts[i].normal);
-      const core::vec3 wanted = core::Unit(rest + core::ToVec(from[mesh.vertMap.Data()[i]]));
-      double length = 1.0;
-      for (const auto& [a, b] :
-           {std::pair{rest.x, wanted.x}, {rest.y, wanted.y}, {rest.z, wanted.z}}) {
-        if (a * b < 0.0) {
-          length = std::min(length, (1.0 - std::abs(a)) / std::abs(b));
-        }
-      }
-      shortest = std::min(shortest, length);
-      if (length < kShortestOfShorts) {
-        return Vertices(Spread(from, mesh, 1.0), "VEC3");
-      }
-      Put(wanted * length - rest, values);
-    }
-    return file_.AddPacked(
-        values,
-        shortest < kShortestOfBytes ? scenefile::packing::kInt16 : scenefile::packing::kInt8,
-        scenefile::bounds::kNone);
+    const std::vector<float> values = Spread(from, mesh, 1.0);
+    return WithinOne(values)
+               ? file_.AddPacked(values, scenefile::packing::kInt8, scenefile::bounds::kNone)
+               : Vertices(values, "VEC3");
+  }
+
+  static bool WithinOne(const std::vector<float>& values) {
+    return std::ranges::all_of(values, [](float value) { return std::abs(value) <= 1.0F; });
   }
 
   static float LargestExtent(const std::vector<cpoint3>& points) {
@@ -243,7 +226,6 @@ class meshwriter {
 
   const skinning& skins_;
   double scale_;
-  bool morphNormals_;
   axismap axes_;
   scenefile& file_;
 };

@@ -174,6 +174,14 @@ int scenefile::AddPacked(std::span<const float> values, packing how, bounds want
                                : Pack<std::int16_t>(shortView_, values, kSignedShort, wanted);
 }
 
+int scenefile::AddZeros(std::size_t count) {
+  return Add("accessors", {{"componentType", kFloat},
+                           {"count", count},
+                           {"type", "VEC3"},
+                           {"min", {0.0, 0.0, 0.0}},
+                           {"max", {0.0, 0.0, 0.0}}});
+}
+
 int scenefile::AddSparse(std::size_t count, std::span<const placedvalue> values) {
   const int places = AddView(use::kNothing);
   const int numbers = AddView(use::kNothing);

@@ -37,6 +37,8 @@ class scenefile {
   // of 4 bytes in a view that all of the kind share. The file then needs KHR_mesh_quantization.
   enum class packing { kInt8, kInt16 };
   int AddPacked(std::span<const float> values, packing how, bounds wanted);
+  // Three floats of 0 for each element, which take no bytes.
+  int AddZeros(std::size_t count);
   // Scalars that are 0 but for those at the ascending places.
   struct placedvalue {
     std::uint32_t place;
