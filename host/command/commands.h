@@ -4,6 +4,7 @@
 // command it runs it and leaves the exit code.
 
 #include <string>
+#include <vector>
 
 #include "command/console.h"
 
@@ -32,5 +33,8 @@ void DefineSequences(CLI::App& app, programstate& state);
 // What every command has: --quiet with --progress, --module.
 void DefineQuiet(CLI::App& app, programstate& state);
 void DefineModule(CLI::App& app, programstate& state);
+
+// The end of a command's help.
+void AddExamples(CLI::App& app, const std::vector<std::string>& lines);
 
 }  // namespace command

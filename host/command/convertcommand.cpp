@@ -35,6 +35,9 @@ void CheckConversion(const convertjob& job, filekind from, filekind to) {
   if (!job.mdx.empty() && from != filekind::Mdm && to != filekind::Mdm) {
     throw failure(job.mdx, "--mdx makes no sense here: neither file is an mdm model", kExitUsage);
   }
+  if (!job.mdx.empty() && from != filekind::Mdm && !job.out.writeMdx) {
+    throw failure(job.mdx, "--mdx and --no-mdx exclude each other", kExitUsage);
+  }
   for (const CLI::Option* option : {job.scene.scale, job.scene.facing, job.scene.fps}) {
     if (option->count() > 0 && from != filekind::Scene && to != filekind::Scene) {
       throw failure(option->get_name(), "makes no sense between two models: it is for scene files",
@@ -52,10 +55,7 @@ int Convert(programstate& state, const convertjob& job) {
   CheckConversion(job, from, to);
   exportoptions out = job.out;
   out.choices.ask = job.mdx.empty() && job.batch.Ask(out.table);
-  if (to == filekind::Mdm && !out.choices.ask) {
-    out.choices.mdx =
-        job.mdx.empty() || from == filekind::Mdm ? WithSuffix(job.target, ".mdx") : job.mdx;
-  }
+  out.ChooseMdx(job.target, from == filekind::Mdm ? "" : job.mdx);
   if (to != filekind::Scene) {
     host.ExporterOf(job.target);
     CheckExport(job.target, out);
@@ -118,6 +118,8 @@ void DefineConvert(CLI::App& app, programstate& state) {
   job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
+  AddExamples(*command, {"marrow convert models/players/hero/body.mds body.mdm --sequences",
+                         "marrow convert body.mdm body.glb --mdx ../shared/human.mdx"});
   command->callback([&state, job] { state.exitCode = Convert(state, *job); });
 }
 

@@ -24,9 +24,10 @@ int Export(programstate& state, const exportjob& job) {
   }
   modelhost host(state.out, state.modulePath);
   host.ExporterOf(job.target);
-  CheckExport(job.target, job.options);
   exportoptions options = job.options;
   options.choices.ask = job.batch.Ask(options.table);
+  options.ChooseMdx(job.target, options.choices.mdx);
+  CheckExport(job.target, options);
   core::scene scene;
   ReadSceneFile(state.out, job.source, job.scene.For(KindOf(job.target)), scene);
   return ExportModel(state.out, host, job.target, options, job.scene.how.fps, scene);
@@ -45,17 +46,21 @@ void DefineExport(CLI::App& app, programstate& state) {
       ->option_text("MODEL")
       ->required();
   job->options.Define(*command);
-  job->options.table.Add(
+  CLI::Option* mdx =
       command
           ->add_option("--mdx", job->options.choices.mdx,
-                       "With an mdm: also write the skeleton and its animation to this mdx file")
+                       "Of an mdm: the mdx file to write its skeleton and animation to (default: "
+                       "the one of the same name beside it)")
           ->option_text("FILE")
-          ->group("Export"),
-      {filekind::Mdm});
+          ->group("Export");
+  mdx->excludes(job->options.noMdx);
+  job->options.table.Add(mdx, {filekind::Mdm});
   job->scene.Define(*command);
   job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
+  AddExamples(*command, {"marrow export walk.glb -o models/mapobjects/walk.mdc --origin tag_floor",
+                         "marrow export hero.glb -o models/players/hero/body.mdm --sequences"});
   command->callback([&state, job] { state.exitCode = Export(state, *job); });
 }
 

@@ -25,6 +25,7 @@ void ListHandlers(programstate& state) {
 void DefineHandlers(CLI::App& app, programstate& state) {
   CLI::App* command = app.add_subcommand("handlers", "List what the module can import and export");
   DefineModule(*command, state);
+  AddExamples(*command, {"marrow handlers", "marrow handlers --module build/lib/libmarrow.so"});
   command->callback([&state] { ListHandlers(state); });
 }
 
@@ -36,6 +37,14 @@ void DefineQuiet(CLI::App& app, programstate& state) {
       "--progress", [&state] { state.out.SetProgressLines(true); },
       "Print progress as lines of a percentage and a text on standard error, for a program that "
       "reads them");
+}
+
+void AddExamples(CLI::App& app, const std::vector<std::string>& lines) {
+  std::string text = "Examples:";
+  for (const std::string& line : lines) {
+    text += "\n  " + line;
+  }
+  app.footer(text);
 }
 
 void DefineModule(CLI::App& app, programstate& state) {

@@ -124,6 +124,8 @@ void DefineImport(CLI::App& app, programstate& state) {
   job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
+  AddExamples(*command, {"marrow import models/players/hero/body.mds -o hero.glb --skin dark",
+                         "marrow import body.mdm -o hero.glb --attach tag_head=head.mdc"});
   command->callback([&state, job] { state.exitCode = Import(state, *job); });
 }
 

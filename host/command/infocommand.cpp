@@ -67,6 +67,8 @@ void DefineInfo(CLI::App& app, programstate& state) {
   command->add_flag("--json", job->json, "As JSON, with every row of every list");
   job->scene.Define(*command);
   DefineQuiet(*command, state);
+  AddExamples(*command,
+              {"marrow info models/players/hero/body.mds", "marrow info hero.glb --json"});
   command->callback([&state, job] { ShowInfo(state, *job); });
 }
 

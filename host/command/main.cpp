@@ -9,8 +9,38 @@
 
 #include "command/commands.h"
 #include "command/failure.h"
+#include "command/wording.h"
 
 namespace {
+
+// What is wrong with the arguments. An unknown option comes before what may follow from it, such
+// as a name that is missing.
+std::string Fault(const CLI::App& app, const CLI::ParseError& wrong) {
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  const CLI::App& command = chosen.empty() ? app : *chosen.front();
+  const std::vector<std::string> left = command.remaining();
+  for (const std::string& argument : left) {
+    if (argument.size() > 1 && argument[0] == '-') {
+      const std::string typed = argument.substr(0, argument.find('='));
+      std::vector<std::string> names;
+      for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+          names.push_back("--" + name);
+        }
+      }
+      return typed + " is no option of " + command.get_name() + command::DidYouMean(typed, names);
+    }
+  }
+  // The parser misses a command before it looks at what stands in its place.
+  if (chosen.empty() && !left.empty()) {
+    std::vector<std::string> names;
+    for (const CLI::App* known : app.get_subcommands({})) {
+      names.push_back(known->get_name());
+    }
+    return "there is no command " + left[0] + command::DidYouMean(left[0], names);
+  }
+  return wrong.what();
+}
 
 int Parse(int argc, char** argv, command::programstate& state) {
   CLI::App app;
@@ -21,11 +51,7 @@ int Parse(int argc, char** argv, command::programstate& state) {
   } catch (const CLI::Success& wanted) {
     return app.exit(wanted);  // --help, --version
   } catch (const CLI::ParseError& wrong) {
-    // The parser misses a command before it looks at what stands in its place.
-    const std::vector<std::string> left = app.remaining();
-    const bool unknown = app.get_subcommands().empty() && !left.empty() && left[0][0] != '-';
-    state.out.Error("", (unknown ? "there is no command " + left[0] : std::string(wrong.what())) +
-                            " (--help tells more)");
+    state.out.Error("", Fault(app, wrong) + " (--help tells more)");
     return command::kExitUsage;
   }
 }

@@ -187,6 +187,10 @@ void exportoptions::Define(CLI::App& app) {
   app.add_flag("--force", force, "With --sequences: replace a sequence file that is there")
       ->needs(sequencesFlag)
       ->group(kGroup);
+  noMdx = AddOff(app, "--no-mdx", writeMdx,
+                 "Of an mdm: do not write the mdx file with its skeleton and animation")
+              ->group(kGroup);
+  table.Add(noMdx, {filekind::Mdm});
   table.Add(AddOff(app, "--no-helper-bones", helperBones,
                    "Write the skeleton as it is. Without this, a bone whose distance from its "
                    "parent changes gets a helper bone between the two, and a further top bone "
@@ -200,6 +204,12 @@ void exportoptions::Define(CLI::App& app) {
              "rest pose in an mds or mdm. Without this they are those that the games light by")
           ->group(kGroup),
       {filekind::Mdc, filekind::Mds, filekind::Mdm});
+}
+
+void exportoptions::ChooseMdx(const std::string& path, const std::string& named) {
+  if (KindOf(path) == filekind::Mdm && !choices.ask) {
+    choices.mdx = !writeMdx ? "" : named.empty() ? WithSuffix(path, ".mdx") : named;
+  }
 }
 
 void batchoption::Define(CLI::App& app) {

@@ -50,9 +50,14 @@ struct exportoptions {
   bool sequences = false;
   bool helperBones = true;
   bool force = false;
+  bool writeMdx = true;
+  CLI::Option* noMdx = nullptr;
   optiontable table;
 
   void Define(CLI::App& app);
+  // The mdx that goes with the model, where no window asks for it: the one that the user named, if
+  // any, else the one of the model's name.
+  void ChooseMdx(const std::string& path, const std::string& named);
 };
 
 // --batch. Without it and without any option that answers a dialog, the user is asked where the

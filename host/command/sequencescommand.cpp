@@ -71,6 +71,8 @@ void DefineSequences(CLI::App& app, programstate& state) {
   RequireRange(fps, 1.0, 1000.0);
   command->add_flag("--force", job->force, "Replace a sequence file that is there");
   DefineQuiet(*command, state);
+  AddExamples(*command, {"marrow sequences models/players/hero/body.mds --init",
+                         "marrow sequences body.mdm --mdx human.mdx --init --fps 15 --force"});
   command->callback([&state, job] { state.exitCode = InitSequences(state, *job); });
 }
 

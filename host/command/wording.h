@@ -14,5 +14,8 @@ std::string Counted(std::int64_t number, const std::string& one);
 std::string Joined(const std::vector<std::string>& names);
 // "a, b, c, d, and 12 more"
 std::string JoinedFew(std::vector<std::string> names);
+// "; did you mean a or b?": those of the names that are spelt nearly as the wanted one, in any case
+// of letters and with any dashes before them, the nearest first, at most three. Empty for none.
+std::string DidYouMean(const std::string& wanted, const std::vector<std::string>& names);
 
 }  // namespace command

@@ -34,6 +34,10 @@ class Usage(program.ProgramTest):
         for command in "handlers", "import", "export", "convert", "info", "sequences":
             text = self.marrow(command, "--help").out
             self.assertLess(max(map(len, text.splitlines())), 100, command)
+            heading, *examples = text.rstrip().splitlines()[-3:]
+            self.assertEqual(heading, "Examples:")
+            for example in examples:
+                self.assertTrue(example.startswith(f"  marrow {command}"), example)
 
     def test_handlers_are_the_registry(self):
         rows = [line.split() for line in self.marrow("handlers").out.splitlines()[1:8]]
@@ -74,11 +78,16 @@ class Usage(program.ProgramTest):
              "--first-frame"),
             ("--no-models-dir", "export", SAMPLE, "-o", "x.mds", "--no-models-dir"),
             ("--sequences", "export", SAMPLE, "-o", "x.mdc", "--sequences"),
-            ("--mdx", "export", SAMPLE, "-o", "x.mdm", "--sequences"),
+            ("--no-mdx", "export", SAMPLE, "-o", "x.mdm", "--sequences", "--no-mdx"),
+            ("--no-mdx", "export", SAMPLE, "-o", "x.mdm", "--mdx", "x.mdx", "--no-mdx"),
+            ("--scle is no option of export; did you mean --scale?", "export", SAMPLE, "--scle",
+             "2"),
+            ("--bath is no option of info (", "info", SAMPLE, "--bath"),
+            ("did you mean --sequence?", "import", "--sequnce=x", "a.mds", "-o", "x.glb"),
+            ("did you mean export?", "exprot", SAMPLE),
             ("same file", "export", SAMPLE, "-o", "x.mdm", "--mdx", "./x.mdm"),
             ("255", "export", SAMPLE, "-o", "x.mdm", "--mdx", "d/" * 130 + "x.mdx"),
             ("no kind of file", "info", "x.obj"),
-            ("no command exprt", "exprt", SAMPLE),
         ):
             self.fails(2, *arguments, saying=[saying])
         self.assertEqual(self.names(), before)
@@ -176,8 +185,9 @@ class Export(program.ProgramTest):
             self.fails(3, "export", "empty.gltf", "-o", name, saying=["No objects in scene!"])
 
     def test_what_is_left_out_or_wrong_is_told(self):
-        result = self.export("a.mdc", "--origin", "nobody", "--end", "0")
-        self.assertIn("no node nobody", result.err)
+        for name, near in (("xyz", "; there are: "), ("tag-Head", "; did you mean tag_head?")):
+            self.fails(1, "export", SAMPLE, "-o", "a.mdc", "--origin", name,
+                       saying=["a.mdc", f"no node {name} for --origin{near}"])
         self.assertEqual(self.export("a.mdc", "--origin", "tag_head", "--end", "0").err, "")
         self.assertGreater(self.info("a.mdc")["frames"][0]["localOrigin"][2], 40.0)
         result = self.marrow("export", SAMPLE, "-o", "a.mdc", "--scale", "400", "--end", "0")

@@ -207,6 +207,12 @@ class Convert(program.ProgramTest):
                 (self.dir / name).unlink()
             self.marrow("convert", SAMPLE, target)
             self.assertEqual(self.names(), sorted([target, *beside]))
+        for option, beside in ((), ["a.mdx"]), (["--no-mdx"], []):
+            for name in self.names():
+                (self.dir / name).unlink()
+            self.export("a.mdm", *option)
+            self.assertEqual(self.names(), ["a.mdm", *beside])
+        self.marrow("convert", SAMPLE, "a.mdm")
         self.marrow("convert", SAMPLE, "a.mdm", "--mdx", "other.mdx")
         self.assertEqual(self.names(), ["a.mdm", "a.mdx", "other.mdx"])
         self.marrow("convert", "a.mdm", "b.mdc", "--mdx", "other.mdx")

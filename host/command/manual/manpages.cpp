@@ -120,8 +120,8 @@ std::string CommandPage(const CLI::App& program, const CLI::App& command) {
     }
   }
   return Head(program.get_name() + "-" + command.get_name(), command.get_description()) + synopsis +
-         " [" + Italic("OPTIONS") + "]\n" + OptionSections(options) + ".SH SEE ALSO\n.BR " +
-         Escaped(program.get_name()) + " (1)\n";
+         " [" + Italic("OPTIONS") + "]\n" + OptionSections(options) + Footer(command.get_footer()) +
+         ".SH SEE ALSO\n.BR " + Escaped(program.get_name()) + " (1)\n";
 }
 
 }  // namespace

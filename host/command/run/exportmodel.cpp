@@ -30,7 +30,7 @@ bool HasNode(const core::scene& scene, int type) {
 
 // What a scene has and the format does not take, and would leave out without a word.
 void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
-                       const exportchoices& choices, const core::scene& scene) {
+                       const core::scene& scene) {
   std::vector<std::string> meshes;
   for (cnode* node : scene.Nodes()) {
     if (node->GetType() == kNodeMesh) {
@@ -46,11 +46,17 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
   if (IsSkeletal(kind) && !HasNode(scene, kNodeBone)) {
     out.Warning(path, "the scene has no bones, so the model has no skeleton");
   }
-  if (!choices.origin.empty() && std::ranges::none_of(scene.Nodes(), [&](cnode* node) {
-        return choices.origin == node->GetName();
-      })) {
-    out.Warning(path,
-                "the scene has no node " + choices.origin + ": its own origin is the model's");
+}
+
+void RequireOrigin(const std::string& path, const std::string& origin, const core::scene& scene) {
+  std::vector<std::string> names;
+  for (const cnode* node : scene.Nodes()) {
+    names.push_back(node->State().name);
+  }
+  if (!origin.empty() && std::ranges::find(names, origin) == names.end()) {
+    const std::string near = DidYouMean(origin, names);
+    throw failure(path, "the scene has no node " + origin + " for --origin" +
+                            (near.empty() ? "; there are: " + JoinedFew(names) : near));
   }
 }
 
@@ -162,9 +168,10 @@ void CheckExport(const std::string& path, const exportoptions& options) {
       throw failure(mdx, "there is no directory " + folder.string());
     }
   }
-  if (kind == filekind::Mdm && options.sequences && options.choices.mdx.empty()) {
+  if (kind == filekind::Mdm && options.sequences && !options.writeMdx) {
     throw failure(path,
-                  "--sequences needs --mdx FILE: the sequence file of an mdm lies beside its mdx",
+                  "--sequences and --no-mdx exclude each other: the sequence file of an mdm "
+                  "lies beside its mdx",
                   kExitUsage);
   }
 }
@@ -179,7 +186,8 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     root = HangOnRootBone(scene);
   }
   if (!scene.Nodes().empty()) {
-    TellWhatIsLeftOut(out, path, kind, options.choices, scene);
+    RequireOrigin(path, options.choices.origin, scene);
+    TellWhatIsLeftOut(out, path, kind, scene);
   }
 
   helperbones helped;
@@ -237,7 +245,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   if (!mdx.empty()) {
     TellWritten(out, mdx, writtenMdx);
   } else if (kind == filekind::Mdm) {
-    out.Note(path, "its skeleton and animation are not written; --mdx FILE writes them");
+    out.Note(path, "its skeleton and animation are not written");
   }
   if (options.sequences && range) {
     WriteSequences(out, kind == filekind::Mdm ? mdx : path, options, *range, fps, scene);
