@@ -12,7 +12,7 @@ for option in "$@"; do
   --tests)
     packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
       clang-tidy-14 python3 python3-numpy binutils pkg-config valgrind chromium
-      lintian fakeroot man-db zsh fish)
+      lintian fakeroot man-db zsh fish strace)
     command -v npm >/dev/null || packages+=(nodejs npm)
     ;;
   --windows)

@@ -52,6 +52,10 @@ void console::Warning(const std::string& subject, const std::string& text) {
   Line("warning", subject, text);
 }
 
+std::function<void(const std::string&, const std::string&)> console::Warnings() {
+  return [this](const std::string& subject, const std::string& text) { Warning(subject, text); };
+}
+
 void console::Note(const std::string& subject, const std::string& text) {
   if (!quiet_) {
     Line("note", subject, text);

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <string>
 
 namespace command {
@@ -24,6 +25,8 @@ class console {
   void Error(const std::string& subject, const std::string& text);
   void Warning(const std::string& subject, const std::string& text);
   void Note(const std::string& subject, const std::string& text);
+  // Warning as a function; the console outlives it.
+  std::function<void(const std::string& subject, const std::string& text)> Warnings();
   // On standard output.
   void Result(const std::string& subject, const std::string& text);
 

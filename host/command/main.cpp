@@ -10,8 +10,13 @@
 #include "command/commands.h"
 #include "command/failure.h"
 #include "command/wording.h"
+#include "files/cleanup.h"
+#include "files/replacement.h"
 
 namespace {
+
+// As shells tell of a program that a signal ended.
+[[maybe_unused]] constexpr int kSignalExit = 128;
 
 // What is wrong with the arguments. An unknown option comes before what may follow from it, such
 // as a name that is missing.
@@ -56,12 +61,18 @@ int Parse(int argc, char** argv, command::programstate& state) {
   }
 }
 
-// A full disk behind standard output is found when the last of it is written.
+// A full disk behind standard output is found when the last of it is written. A reader that has
+// gone wants no more of it, as the code by its signal says.
 int Finish(command::programstate& state, int exitCode) {
   std::cout.flush();
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good()) {
     return exitCode;
   }
+#ifdef SIGPIPE
+  if (files::SawClosedPipe()) {
+    return exitCode == command::kExitDone ? kSignalExit + SIGPIPE : exitCode;
+  }
+#endif
   state.out.Error("", "standard output cannot be written");
   return exitCode == command::kExitDone ? command::kExitFailed : exitCode;
 }
@@ -73,12 +84,15 @@ int main(int argc, char** argv) {
   // A write beyond the limit of file sizes is to fail and be told, not to end the program.
   std::signal(SIGXFSZ, SIG_IGN);
 #endif
+  files::CleanUpOnSignals();
   command::programstate state;
   try {
     return Finish(state, Parse(argc, argv, state));
   } catch (const command::failure& failed) {
     state.out.Error(failed.Subject(), failed.what());
     return failed.ExitCode();
+  } catch (const files::fault& failed) {
+    state.out.Error(failed.Path(), failed.what());
   } catch (const std::bad_alloc&) {
     state.out.Error("", "there is not enough memory");
   } catch (const std::exception& failed) {

@@ -40,7 +40,11 @@ int InitSequences(programstate& state, const sequencesjob& job) {
   if (!job.force && std::filesystem::exists(core::PathOf(path), error)) {
     throw failure(path, "is there already; --force replaces it");
   }
-  WriteSequenceFile(state.out, path, kind, WholeSequence(frames, job.fps));
+  const std::vector<sequenceline> lines = WholeSequence(frames, job.fps);
+  files::replacement set(state.out.Warnings());
+  WriteSequenceFile(set, path, kind, lines);
+  set.Commit();
+  TellSequenceFile(state.out, path, lines);
   return kExitDone;
 }
 

@@ -9,6 +9,8 @@ namespace files {
 // Called once by a program's main; a library's user who does not call it keeps its own handlers.
 // SIGPIPE of a write of the program's own is ignored: the write fails with EPIPE.
 void CleanUpOnSignals();
+// Whether a write of the program's own has met a pipe that nobody reads.
+bool SawClosedPipe();
 
 // A file that is removed when a signal ends the program, for as long as the object lives.
 class cleanupentry {

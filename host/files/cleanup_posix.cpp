@@ -18,8 +18,11 @@ namespace {
 constexpr std::array kEnding{SIGINT,  SIGTERM, SIGHUP,  SIGQUIT, SIGALRM,  SIGXCPU,
                              SIGUSR1, SIGUSR2, SIGABRT, SIGPIPE, SIGVTALRM};
 
+std::atomic<bool> sawClosedPipe{false};
+
 void RemoveAndEnd(int signal, siginfo_t* info, void* /*context*/) {
   if (signal == SIGPIPE && info->si_pid == getpid()) {
+    sawClosedPipe = true;
     return;  // a write of our own, which fails with EPIPE
   }
   // The newest first: a lock goes after the files that it protects.
@@ -59,6 +62,8 @@ void CleanUpOnSignals() {
     }
   }
 }
+
+bool SawClosedPipe() { return sawClosedPipe; }
 
 struct signalpause::state {
   sigset_t mask;

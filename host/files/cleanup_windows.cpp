@@ -43,6 +43,8 @@ void CleanUpOnSignals() {
   }
 }
 
+bool SawClosedPipe() { return false; }
+
 // Console events come on a thread of their own and cannot be held back.
 struct signalpause::state {};
 signalpause::signalpause() = default;

@@ -18,6 +18,7 @@ void CopyAttributes(const std::string& from, const std::string& to);
 // Whether this process may write the file.
 int CheckWritable(const std::string& path);
 
+// In lower case, as within a sentence.
 std::string SystemMessage(int error);
 
 }  // namespace files

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <cctype>
 #include <system_error>
 
 #include "core/utf8path.h"
@@ -44,6 +45,12 @@ int CheckWritable(const std::string& path) {
   return (attributes & FILE_ATTRIBUTE_READONLY) == 0 ? 0 : ERROR_ACCESS_DENIED;
 }
 
-std::string SystemMessage(int error) { return std::system_category().message(error); }
+std::string SystemMessage(int error) {
+  std::string text = std::system_category().message(error);
+  if (text.size() > 1 && std::islower(static_cast<unsigned char>(text[1])) != 0) {
+    text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+  }
+  return text;
+}
 
 }  // namespace files

@@ -281,7 +281,7 @@ void replacement::Lock(const std::string& target, const std::string& asked) {
   try {
     lock = lockfile::Acquire(path, kLockWait);
   } catch (const std::system_error& error) {
-    throw fault(asked, "cannot be written: " + error.code().message());
+    throw fault(asked, "cannot be written: " + SystemMessage(error.code().value()));
   }
   if (lock == nullptr) {
     throw fault(asked, "not written: another run is writing it (waited " +
@@ -346,7 +346,7 @@ const std::string& replacement::Add(const std::string& target) {
 void replacement::Write(const std::string& target,
                         std::span<const std::span<const std::uint8_t>> pieces) {
   if (const int reason = WriteFile(Add(target), pieces); reason != 0) {
-    throw fault(target, "cannot be written: " + std::generic_category().message(reason));
+    throw fault(target, "cannot be written: " + SystemMessage(reason));
   }
 }
 

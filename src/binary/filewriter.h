@@ -3,11 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 #include <type_traits>
 #include <vector>
 
 // A model file being written through one buffered stream. Records are those of the formats:
-// trivially copyable, without padding. A failure is remembered, not thrown.
+// trivially copyable, without padding. The first failure is remembered, not thrown, and nothing is
+// written after it.
 class filewriter {
  public:
   filewriter() = default;
@@ -34,11 +36,15 @@ class filewriter {
   std::int32_t Position() const { return static_cast<std::int32_t>(position_); }
   void Seek(std::int32_t position);
 
-  // Closes the file; false when anything since Open failed.
+  // Closes the file; false when anything since Open failed. Then the file is left empty, since a
+  // part of it could be taken for the whole, and errno has the reason, after the destructor too.
   bool Close();
 
  private:
+  void Require(bool done);
+
   std::FILE* stream_ = nullptr;
   std::int64_t position_ = 0;
-  bool failed_ = false;
+  std::string path_;
+  int error_ = 0;  // the system's
 };

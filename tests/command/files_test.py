@@ -112,7 +112,7 @@ class Import(program.ProgramTest):
             self.assertEqual(types(self.imported("b.mdm", "--mdx", written)), {"bone", "skin"})
         old = self.read("a.mdm")
         self.fails(1, "export", program.SAMPLE, "-o", "a.mdm", "--mdx", "none/a.mdx",
-                   saying=["none/a.mdx", "no directory"])
+                   saying=["none/a.mdx", "does not exist"])
         self.assertEqual(self.read("a.mdm"), old)
 
     def test_images_lie_in_the_game_however_the_path_is_typed(self):

@@ -73,15 +73,15 @@ class Keep(program.ProgramTest):
         self.assert_olds("a.mds")
 
     def test_signals(self):
-        for number in signal.SIGTERM, signal.SIGINT, signal.SIGHUP:
-            for olds in ["a.mdm", "a.mdx"], []:
+        for i, name in enumerate("PIPE ALRM XCPU USR1 USR2 ABRT TERM INT HUP QUIT".split()):
+            number = getattr(signal, "SIG" + name)
+            for olds in (["a.mdm", "a.mdx"], [])[i % 2:]:
                 self.olds(*olds)
                 process = subprocess.Popen(
                     [MARROW, "export", SAMPLE, "-o", "a.mdm", "--mdx", "a.mdx", "--end",
                      "2000000"], cwd=self.dir, stderr=subprocess.PIPE)
                 deadline = time.monotonic() + 60
-                begun = self.dir / ("a.mdm.old" if olds else "a.mdm")
-                while not begun.exists():
+                while not (self.dir / "a.mdm.marrow-new").exists():
                     self.assertLess(time.monotonic(), deadline)
                     self.assertIsNone(process.poll())
                     time.sleep(0.01)
@@ -91,6 +91,69 @@ class Keep(program.ProgramTest):
                 self.assert_olds(*olds)
                 for name in olds:
                     (self.dir / name).unlink()
+
+    def test_an_output_that_nobody_reads_changes_no_file(self):
+        self.write("a.mds", "old")
+        process = subprocess.Popen([MARROW, "export", SAMPLE, "-o", "a.mds", "--sequences"],
+                                   cwd=self.dir, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        process.stdout.close()
+        self.assertEqual(process.communicate(timeout=60)[1], b"")
+        self.assertEqual(process.returncode, 128 + signal.SIGPIPE)
+        self.assertEqual(self.info("a.mds")["numFrames"], 95)
+        self.assertEqual(self.names(), ["a.mds", "wolfanim.cfg"])
+
+    @unittest.skipIf(b"__asan_init" in open(MARROW, "rb").read(), "what traces cannot trace itself")
+    def test_a_call_that_fails_once(self):
+        for call, error, cause in (("write", "ENOSPC", "no space left"), ("close", "EIO", "error"),
+                                   ("fsync", "EIO", "error"), ("rename", "EACCES", "denied")):
+            for number in 1, 2, 3, 9:
+                self.olds("a.mdc")
+                inject = f"{call}:error={error}:when={number}"
+                result = subprocess.run(
+                    ["strace", "-o", os.devnull, "-e", "trace=" + call, "-e", "inject=" + inject,
+                     MARROW, "export", SAMPLE, "-o", "a.mdc", "--end", "9"],
+                    cwd=self.dir, capture_output=True, timeout=120)
+                told = result.stderr.decode()
+                if result.returncode == 0:
+                    self.assertEqual(self.info("a.mdc")["numFrames"], 10, inject)
+                elif "standard output" not in told:
+                    self.assert_olds("a.mdc")
+                    self.assertIn(cause, told.lower(), inject)
+                self.assertEqual(self.names(), ["a.mdc"])
+                (self.dir / "a.mdc").unlink()
+
+    def test_the_stored_name_is_that_of_the_target(self):
+        (self.dir / "models").mkdir()
+        (self.dir / "elsewhere").mkdir()
+        (self.dir / "models" / "Link.mdc").symlink_to("../elsewhere/real.mdc")
+        (self.dir / "elsewhere" / "real.mdc").touch()
+        for target, name, *options in (("models/Link.mdc", "models/link.mdc"),
+                                       ("X.mdc", "models/x.mdc"),
+                                       ("models/X.mdc", "models/x.mdc", "--no-models-dir"),
+                                       ("x.mdc", f"{self.dir}/x.mdc".lower()[:63],
+                                        "--no-models-dir"),
+                                       ("X.mds", "x.mds"), ("X.mdx", "x.mdx")):
+            self.export(target, "--end", "0", *options)
+            self.assertEqual(self.info(target)["name"], name)
+        self.export("Y.mdm", "--mdx", "Z.mdx", "--end", "0")
+        self.assertEqual([self.info("Y.mdm")["name"], self.info("Z.mdx")["name"]],
+                         ["y.mdm", "z.mdx"])
+
+    def test_in_place_no_frame_is_lost(self):
+        self.export("a.mds")
+        self.export("a.mdm", "--mdx", "a.mdx")
+        for source, target, animated in (("a.mds", "a.mds", "a.mds"), ("a.mdm", "a.mdm", "a.mdx"),
+                                         ("a.mdm", "a.mdx", "a.mdx")):
+            before = self.read(animated)
+            told = self.marrow("convert", source, target, "--quiet", code=1).lines[-1]
+            for text in target, "95 frames", f"marrow sequences {animated} --init", "--first-frame":
+                self.assertIn(text, told)
+            self.assertEqual(self.read(animated), before)
+        self.marrow("sequences", "a.mdm", "--init")
+        self.marrow("convert", "a.mdm", "a.mdm")
+        self.assertEqual(self.info("a.mdx")["numFrames"], 95)
+        self.marrow("convert", "a.mds", "a.mds", "--first-frame")
+        self.assertEqual(self.info("a.mds")["numFrames"], 1)
 
     def test_the_new_file_takes_the_old_ones_place(self):
         old = self.write("real.mdc", "old")
@@ -110,10 +173,10 @@ class Keep(program.ProgramTest):
     def test_what_may_not_be_written(self):
         old = self.write("a.mdc", "old a.mdc")
         old.chmod(0o444)
-        self.fails(1, "export", SAMPLE, "-o", "a.mdc", saying=["a.mdc", "Permission denied"])
+        self.fails(1, "export", SAMPLE, "-o", "a.mdc", saying=["a.mdc", "permission denied"])
         self.assert_olds("a.mdc")
         self.write("a.glb", "old a.glb").chmod(0o444)
-        self.fails(1, "convert", SAMPLE, "a.glb", saying=["a.glb", "Permission denied"])
+        self.fails(1, "convert", SAMPLE, "a.glb", saying=["a.glb", "permission denied"])
         self.assert_olds("a.mdc", "a.glb")
 
 

@@ -1,13 +1,10 @@
 #include "command/files/sequencefile.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <array>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
+#include <span>
 
-#include "command/failure.h"
-#include "command/files/keptfiles.h"
 #include "command/wording.h"
 #include "core/timeline.h"
 #include "core/utf8path.h"
@@ -83,21 +80,15 @@ std::vector<sequenceline> WholeSequence(std::int64_t frames, double fps) {
   return {{"all", 0, frames, 0, WholeRate(fps)}};
 }
 
-void WriteSequenceFile(console& out, const std::string& path, filekind kind,
+void WriteSequenceFile(files::replacement& set, const std::string& path, filekind kind,
                        const std::vector<sequenceline>& lines) {
-  keptfiles kept(out);
-  kept.Add(path);
   const std::string text = FileText(kind, lines);
-  std::FILE* stream = std::fopen(path.c_str(), "wb");
-  bool written = stream != nullptr;
-  if (written) {
-    written = std::fwrite(text.data(), 1, text.size(), stream) == text.size();
-    written = std::fclose(stream) == 0 && written;
-  }
-  if (!written) {
-    throw failure(path, std::string("could not be written: ") + std::strerror(errno));
-  }
-  kept.Keep();
+  const std::span bytes(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+  set.Write(path, std::array{bytes});
+}
+
+void TellSequenceFile(console& out, const std::string& path,
+                      const std::vector<sequenceline>& lines) {
   out.Result(path, "written: " + Counted(std::ssize(lines), "sequence"));
 }
 

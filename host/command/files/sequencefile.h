@@ -11,6 +11,7 @@
 #include "command/files/paths.h"
 #include "command/run/answers.h"
 #include "core/scene.h"
+#include "files/replacement.h"
 
 namespace command {
 
@@ -33,8 +34,11 @@ std::vector<sequenceline> SequencesOf(const core::scene& scene, const framerange
 // One sequence over all frames.
 std::vector<sequenceline> WholeSequence(std::int64_t frames, double fps);
 
-// Blanks in names become underscores. Fails, with an old file as it was, when it cannot be written.
-void WriteSequenceFile(console& out, const std::string& path, filekind kind,
+// Adds the file to the set, which it becomes part of. Blanks in names become underscores. Throws
+// files::fault when it cannot be written.
+void WriteSequenceFile(files::replacement& set, const std::string& path, filekind kind,
                        const std::vector<sequenceline>& lines);
+void TellSequenceFile(console& out, const std::string& path,
+                      const std::vector<sequenceline>& lines);
 
 }  // namespace command

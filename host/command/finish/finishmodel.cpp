@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
@@ -11,6 +12,7 @@
 #include "command/failure.h"
 #include "command/finish/normals.h"
 #include "command/finish/openmodel.h"
+#include "files/disk.h"
 #include "mdmmdx/mdmfile.h"
 #include "mds/mdsfile.h"
 
@@ -63,7 +65,7 @@ void SetFrameBounds(const cmdcfile& file, const core::scene& scene, int start) {
 
 // Loads the file, changes it and writes it again. False: it did not hold, or `change` gave false.
 template <class File, class Change>
-void Rewrite(const std::string& path, Change&& change) {
+void Rewrite(const std::string& told, const std::string& path, Change&& change) {
   openmodel<File> model;
   if (!model.Load(path)) {
     return;
@@ -73,7 +75,7 @@ void Rewrite(const std::string& path, Change&& change) {
       return;
     }
   } catch (const std::runtime_error& differs) {
-    throw failure(path, std::string("is not what the scene has: ") + differs.what());
+    throw failure(told, std::string("is not what the scene has: ") + differs.what());
   }
   filewriter writer;
   const bool opened = writer.Open(path.c_str());
@@ -81,7 +83,7 @@ void Rewrite(const std::string& path, Change&& change) {
     writer.PutBytes(model.block.data.get(), model.block.size);
   }
   if (!opened || !writer.Close()) {
-    throw failure(path, "could not be written whole, so everything is as it was before");
+    throw failure(told, "not written: " + files::SystemMessage(errno));
   }
 }
 
@@ -98,7 +100,7 @@ void FinishModel(console& out, const std::string& told, const std::string& path,
     return true;
   };
   if (kind == filekind::Mdc) {
-    Rewrite<cmdcfile>(path, [&](const cmdcfile& file) {
+    Rewrite<cmdcfile>(told, path, [&](const cmdcfile& file) {
       const std::optional<int> start = FirstFrame(file, scene, range);
       if (start) {
         SetFrameBounds(file, scene, *start);
@@ -113,9 +115,9 @@ void FinishModel(console& out, const std::string& told, const std::string& path,
       return start.has_value();
     });
   } else if (kind == filekind::Mds) {
-    Rewrite<cmdsfile>(path, skins);
+    Rewrite<cmdsfile>(told, path, skins);
   } else if (kind == filekind::Mdm) {
-    Rewrite<cmdmfile>(path, skins);
+    Rewrite<cmdmfile>(told, path, skins);
   }
 }
 

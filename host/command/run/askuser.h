@@ -12,8 +12,8 @@ namespace command {
 struct askhooks {
   std::function<void()> onMessage;
   std::function<void(const std::string& path)> onOpenFile;
-  // False: the file cannot be written, and counts as not chosen.
-  std::function<bool(const std::string& path)> onSaveFile;
+  // The file to write in its place. Empty: it cannot be written, and counts as not chosen.
+  std::function<std::string(const std::string& path)> onSaveFile;
 };
 
 // Whether the platform has windows to ask in.

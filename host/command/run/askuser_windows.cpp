@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "command/run/askuser.h"
 #include "core/picker.h"
 #include "desktop/passing.h"
@@ -26,7 +28,15 @@ class askingdesktop final : public desktop::passingdesktop {
     return chosen;
   }
   int AskSaveFile(const cfiledialog& dialog, char* path, int size) override {
-    return passingdesktop::AskSaveFile(dialog, path, size) != 0 && hooks_.onSaveFile(path) ? 1 : 0;
+    if (passingdesktop::AskSaveFile(dialog, path, size) == 0) {
+      return 0;
+    }
+    const std::string written = hooks_.onSaveFile(path);
+    if (written.empty() || written.size() >= static_cast<std::size_t>(size)) {
+      return 0;
+    }
+    std::strcpy(path, written.c_str());
+    return 1;
   }
 
  private:

@@ -4,10 +4,10 @@
 #include <optional>
 
 #include "command/failure.h"
-#include "command/files/keptfiles.h"
 #include "command/files/modelcheck.h"
 #include "command/files/sequencefile.h"
 #include "command/finish/finishmodel.h"
+#include "command/finish/storedname.h"
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/rootbone.h"
@@ -15,6 +15,7 @@
 #include "command/wording.h"
 #include "core/state.h"
 #include "core/utf8path.h"
+#include "files/replacement.h"
 
 namespace command {
 
@@ -101,24 +102,39 @@ void TellWhatIsLost(console& out, const std::string& path, filekind kind, const 
   }
 }
 
-// A file that the user chose while the run was on. No failure may pass through the module.
-bool AddChosen(console& out, keptfiles& kept, const std::string& path) {
+// A file that the user chose while the run was on; the new file to write. Empty: there is none. No
+// failure may pass through the module.
+std::string AddChosen(console& out, files::replacement& set, const std::string& path) {
   try {
-    kept.Add(path);
-    return true;
-  } catch (const failure& failed) {
-    out.Error(failed.Subject(), failed.what());
-    return false;
+    return set.Add(path);
+  } catch (const files::fault& failed) {
+    out.Error(failed.Path(), failed.what());
+    return {};
   }
 }
 
-// Reads back what the run wrote; fails where it is not what the scene has.
-writtenmodel CheckWritten(const std::string& path, filekind kind, const core::scene& scene,
-                          const std::optional<framerange>& range) {
+failure NotWritten(const std::string& path, const std::string& cause) {
+  std::error_code error;
+  const bool old = std::filesystem::exists(core::PathOf(path), error);
+  return {path, (old ? "not written, the previous file is kept: " : "not written: ") + cause};
+}
+
+// A model on its way to its name.
+struct newmodel {
+  std::string path;     // as the user named it
+  std::string written;  // the new file beside it
+  filekind kind = filekind::Other;
+};
+
+// Reads back what the run wrote; fails where it is not what the scene has, or a call of the run
+// failed.
+writtenmodel CheckWritten(const newmodel& model, const core::scene& scene,
+                          const std::optional<framerange>& range, const std::string& writeFault) {
   writtenmodel written;
-  const std::string fault = FaultOfWritten(path, kind, ExpectedOf(scene, kind, range), written);
+  const std::string fault =
+      FaultOfWritten(model.written, model.kind, ExpectedOf(scene, model.kind, range), written);
   if (!fault.empty()) {
-    throw failure(path, "could not be written whole, so everything is as it was before: " + fault);
+    throw NotWritten(model.path, writeFault.empty() ? fault : writeFault);
   }
   return written;
 }
@@ -137,19 +153,27 @@ void TellWritten(console& out, const std::string& path, const writtenmodel& writ
   out.Result(path, "written: " + written.summary);
 }
 
-void WriteSequences(console& out, const std::string& animated, const exportoptions& options,
-                    const framerange& range, double fps, const core::scene& scene) {
+// The sequence file that goes with the model, if one is to.
+struct newsequences {
+  std::string path;
+  std::vector<sequenceline> lines;  // none: no file
+};
+
+newsequences AddSequences(console& out, files::replacement& set, const std::string& animated,
+                          const exportoptions& options, const framerange& range, double fps,
+                          const core::scene& scene) {
   const filekind kind = KindOf(animated);
-  const std::string path = SequenceFileOf(animated, kind);
-  const std::vector<sequenceline> lines = SequencesOf(scene, range, fps);
+  newsequences added{SequenceFileOf(animated, kind), SequencesOf(scene, range, fps)};
   std::error_code error;
-  if (lines.empty()) {
-    out.Warning(path, "is not written: the scene has no clips in the exported frames");
-  } else if (!options.force && std::filesystem::exists(core::PathOf(path), error)) {
-    out.Warning(path, "is there and stays as it is; --force replaces it");
+  if (added.lines.empty()) {
+    out.Warning(added.path, "is not written: the scene has no clips in the exported frames");
+  } else if (!options.force && std::filesystem::exists(core::PathOf(added.path), error)) {
+    out.Warning(added.path, "already exists, kept; use --force to replace it");
+    added.lines.clear();
   } else {
-    WriteSequenceFile(out, path, kind, lines);
+    WriteSequenceFile(set, added.path, kind, added.lines);
   }
+  return added;
 }
 
 }  // namespace
@@ -165,7 +189,7 @@ void CheckExport(const std::string& path, const exportoptions& options) {
     }
     const std::filesystem::path folder = core::PathOf(whole).parent_path();
     if (std::error_code error; !std::filesystem::is_directory(folder, error)) {
-      throw failure(mdx, "there is no directory " + folder.string());
+      throw failure(mdx, "the folder " + folder.string() + " does not exist");
     }
   }
   if (kind == filekind::Mdm && options.sequences && !options.writeMdx) {
@@ -195,22 +219,28 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     helped = AddHelperBones(scene, kind);
   }
 
-  keptfiles kept(out);
-  kept.Add(path);
-  if (!mdx.empty()) {
-    kept.Add(mdx);
+  files::replacement set(out.Warnings());
+  const newmodel model{path, set.Add(path), kind};
+  newmodel skeleton{mdx, mdx.empty() ? mdx : set.Add(mdx), filekind::Mdx};
+  if (skeleton.written == model.written) {
+    throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
   }
+  CheckMdxPath(skeleton.written);
   exportchoices choices = options.choices;
-  choices.mdx = mdx;
+  choices.mdx = skeleton.written;
   if (kind == filekind::Mdc) {
     choices.mostFrames = kMostMdcFrames;
   }
   exportanswers answers(choices);
-  const int result = host.Export(handler, scene, path, answers, [&](const std::string& chosen) {
-    const bool added = AddChosen(out, kept, chosen);
-    mdx = added ? chosen : mdx;
-    return added;
-  });
+  const int result =
+      host.Export(handler, scene, path, model.written, answers, [&](const std::string& chosen) {
+        const std::string written = AddChosen(out, set, chosen);
+        if (!written.empty()) {
+          skeleton.path = chosen;
+          skeleton.written = written;
+        }
+        return written;
+      });
   if (!answers.Refusal().empty()) {
     throw failure(path, answers.Refusal());
   }
@@ -219,22 +249,29 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   if (result == kRunFailed) {
     if (!host.Told()) {
-      out.Error(path, "could not be written");
+      throw NotWritten(path, host.WriteFault().empty() ? "the run failed" : host.WriteFault());
     }
     return kExitFailed;
   }
+  mdx = skeleton.path;
   const std::optional<framerange>& range = answers.Range();
-  FinishModel(out, path, path, kind, options.finish, scene, range);
-  const writtenmodel written = CheckWritten(path, kind, scene, range);
+  SetStoredName(model.written, FullPath(path), kind, choices.modelsDir);
+  FinishModel(out, path, model.written, kind, options.finish, scene, range);
+  const writtenmodel written = CheckWritten(model, scene, range, host.WriteFault());
   writtenmodel writtenMdx;
   if (!mdx.empty()) {
-    writtenMdx = CheckWritten(mdx, filekind::Mdx, scene, range);
-    if (const std::string fault = FaultOfPair(path, mdx); !fault.empty()) {
-      throw failure(path,
-                    "does not fit to " + mdx + ", so everything is as it was before: " + fault);
+    SetStoredName(skeleton.written, FullPath(mdx), filekind::Mdx, choices.modelsDir);
+    writtenMdx = CheckWritten(skeleton, scene, range, host.WriteFault());
+    if (const std::string fault = FaultOfPair(model.written, skeleton.written); !fault.empty()) {
+      throw NotWritten(path, "does not fit to " + mdx + ": " + fault);
     }
   }
-  kept.Keep();
+  newsequences sequences;
+  if (options.sequences && range) {
+    sequences =
+        AddSequences(out, set, kind == filekind::Mdm ? mdx : path, options, *range, fps, scene);
+  }
+  set.Commit();
   TellRootBone(out, path, root);
   TellWhatWasHelped(out, path, helped);
   TellWhatIsLost(out, path, kind, scene, range);
@@ -247,8 +284,8 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   } else if (kind == filekind::Mdm) {
     out.Note(path, "its skeleton and animation are not written");
   }
-  if (options.sequences && range) {
-    WriteSequences(out, kind == filekind::Mdm ? mdx : path, options, *range, fps, scene);
+  if (!sequences.lines.empty()) {
+    TellSequenceFile(out, sequences.path, sequences.lines);
   }
   return kExitDone;
 }

@@ -1,12 +1,15 @@
 #include "command/run/modelrun.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 
 #include "command/failure.h"
 #include "command/files/paths.h"
 #include "command/files/programpath.h"
 #include "command/wording.h"
 #include "core/assertion.h"
+#include "files/disk.h"
 
 namespace command {
 
@@ -34,6 +37,18 @@ const module::handler& Required(const module::handler* found, const module::libr
                   kExitUsage);
   }
   return *found;
+}
+
+// Handlers give no reason, but leave errno as the call that failed has set it. Other calls of a run
+// set it too: what a write cannot end with is none of it.
+std::string WriteFaultOf(int error) {
+  constexpr std::array kOfWrites{ENOSPC, EIO, EFBIG, EINTR, EACCES, EPERM, EROFS, EMFILE, ENFILE,
+#ifdef EDQUOT
+                                 EDQUOT
+#endif
+  };
+  return std::ranges::find(kOfWrites, error) == kOfWrites.end() ? std::string()
+                                                                : files::SystemMessage(error);
 }
 
 // What is current for the length of a run.
@@ -80,24 +95,26 @@ int modelhost::Import(const module::handler& handler, core::scene& scene, const 
 }
 
 int modelhost::Export(const module::handler& handler, core::scene& scene, const std::string& path,
-                      exportanswers& answers,
-                      const std::function<bool(const std::string&)>& onMdx) {
+                      const std::string& written, exportanswers& answers,
+                      const std::function<std::string(const std::string&)>& onMdx) {
   return Run(scene, path, answers, {{}, {}, onMdx},
-             [&] { return handler.exporter->Export(FullPath(path).c_str()); });
+             [&] { return handler.exporter->Export(FullPath(written).c_str()); });
 }
 
 template <class Answers, class Body>
 int modelhost::Run(core::scene& scene, const std::string& path, Answers& answers, askhooks hooks,
                    Body&& body) {
   told_ = false;
+  writeFault_.clear();
   hooks.onMessage = [this] { told_ = true; };
   const std::unique_ptr<desktop::idesktop> asking =
       answers.Ask() ? DesktopThatAsks(hooks) : nullptr;
   desktop::scripteddesktop scripted;
   answers.Attach(scripted);
   scripted.onMessage = [&](const std::string& text, const std::string& /*caption*/, int /*style*/) {
+    const std::string cause = WriteFaultOf(errno);
     told_ = true;
-    out_.Error(path, text);
+    out_.Error(path, text + (cause.empty() ? "" : ": " + cause));
   };
   scripted.onProgress = [&](const desktop::scriptedwindow& window) {
     // Texts of a run end in a line feed; the one that the window opens with says nothing.
@@ -107,7 +124,9 @@ int modelhost::Run(core::scene& scene, const std::string& path, Answers& answers
   };
   const currentrun current(scene, asking ? *asking : scripted);
   try {
+    errno = 0;
     const int result = body();
+    writeFault_ = WriteFaultOf(errno);
     out_.EndProgress();
     return result;
   } catch (const core::assertionfailure& failed) {

@@ -30,13 +30,17 @@ class modelhost {
   const module::handler& ExporterOf(const std::string& path) const;
 
   // A run over the scene; its result. The host's assertion ends it as a failure. The last argument
-  // is told, or asked, of the mdx file that the user chose in a window.
+  // is told of the mdx file that the user chose in a window, or gives the file to write in its
+  // place: none when it cannot be. An export writes the file `written`, and is told as of `path`.
   int Import(const module::handler& handler, core::scene& scene, const std::string& path,
              importanswers& answers, const std::function<void(const std::string&)>& onMdx);
   int Export(const module::handler& handler, core::scene& scene, const std::string& path,
-             exportanswers& answers, const std::function<bool(const std::string&)>& onMdx);
+             const std::string& written, exportanswers& answers,
+             const std::function<std::string(const std::string&)>& onMdx);
   // Whether the last run showed a message.
   bool Told() const { return told_; }
+  // Why the last run could not write, where a system call of it failed; else empty.
+  const std::string& WriteFault() const { return writeFault_; }
 
  private:
   template <class Answers, class Body>
@@ -46,6 +50,7 @@ class modelhost {
   console& out_;
   std::unique_ptr<module::library> module_;
   bool told_ = false;
+  std::string writeFault_;
 };
 
 }  // namespace command

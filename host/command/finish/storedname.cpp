@@ -1,0 +1,58 @@
+#include "command/finish/storedname.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+
+#include "command/failure.h"
+#include "files/disk.h"
+#include "mdc/records.h"
+#include "mdmmdx/records.h"
+#include "mds/records.h"
+#include "sampling/storednames.h"
+
+namespace command {
+
+namespace {
+
+using headername = decltype(mdcHeader::name);
+
+// Where the name lies in every kind of model.
+constexpr long kNameOffset = offsetof(mdcHeader, name);
+static_assert(offsetof(mdsHeader, name) == kNameOffset &&
+              offsetof(mdmHeader, name) == kNameOffset && offsetof(mdxHeader, name) == kNameOffset);
+
+headername NameFor(const std::string& path, filekind kind, bool modelsDir) {
+  headername name{};
+  SetName(name,
+          (kind == filekind::Mdc ? MakeModelsPath(path, modelsDir) : GetModelName(path)).c_str());
+  return name;
+}
+
+}  // namespace
+
+void SetStoredName(const std::string& written, const std::string& target, filekind kind,
+                   bool modelsDir) {
+  const auto close = [](std::FILE* stream) { std::fclose(stream); };
+  std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(written.c_str(), "r+b"), close);
+  headername stored{};
+  if (!file || std::fseek(file.get(), kNameOffset, SEEK_SET) != 0 ||
+      std::fread(stored.data(), stored.size(), 1, file.get()) != 1) {
+    return;
+  }
+  for (const bool used : {modelsDir, !modelsDir}) {
+    if (stored != NameFor(written, kind, used)) {
+      continue;
+    }
+    const headername name = NameFor(target, kind, used);
+    const bool put = std::fseek(file.get(), kNameOffset, SEEK_SET) == 0 &&
+                     std::fwrite(name.data(), name.size(), 1, file.get()) == 1;
+    if (std::fclose(file.release()) != 0 || !put) {
+      throw failure(target, "not written: " + files::SystemMessage(errno));
+    }
+    return;
+  }
+}
+
+}  // namespace command
