@@ -1,11 +1,15 @@
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <memory>
 
 #include "command/commands.h"
 #include "command/failure.h"
+#include "command/files/modelcheck.h"
 #include "command/files/scenefile.h"
+#include "command/files/sequencefile.h"
 #include "command/run/transfer.h"
 #include "core/timeline.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -48,6 +52,37 @@ void CheckConversion(const convertjob& job, filekind from, filekind to) {
   job.out.table.RequireFor(to, job.target);
 }
 
+// Without a sequence file a skeletal model comes in with its first frame alone. Where the
+// conversion would replace the file that has the others, they would be lost; a user who asked for
+// less may.
+void RequireFramesKept(const convertjob& job, const importchoices& in, const std::string& targetMdx,
+                       const core::scene& scene) {
+  const bool asked = in.ask || in.firstFrame || !in.animation || !in.bones || !in.sequences.empty();
+  const filekind from = KindOf(job.source);
+  if (asked || !IsSkeletal(from)) {
+    return;
+  }
+  const bool pair = from == filekind::Mdm;
+  const std::string animated = pair ? SkeletonOf(job.source, job.mdx) : job.source;
+  const auto replaced = [&](const std::string& target) {
+    std::error_code error;
+    return std::filesystem::equivalent(core::PathOf(animated), core::PathOf(target), error);
+  };
+  if (!replaced(job.target) && !replaced(targetMdx)) {
+    return;
+  }
+  const filekind kind = pair ? filekind::Mdx : from;
+  const std::int64_t frames = FramesOf(animated, kind);
+  if (scene.animEnd + std::int64_t{1} < frames) {
+    throw failure(job.target, "not converted in place: of the " + std::to_string(frames) +
+                                  " frames of " + animated + " only " +
+                                  std::to_string(scene.animEnd + 1) + " would be left, since " +
+                                  SequenceFileOf(animated, kind) +
+                                  " has no sequences: marrow sequences " + animated +
+                                  " --init writes one, --first-frame takes the first alone");
+  }
+}
+
 int Convert(programstate& state, const convertjob& job) {
   const filekind from = KindOf(job.source);
   const filekind to = KindOf(job.target);
@@ -84,6 +119,7 @@ int Convert(programstate& state, const convertjob& job) {
     if (IsSkeletal(from)) {
       scene.animStart = 0;
       scene.animEnd = core::LastKeyFrame(scene);
+      RequireFramesKept(job, in, to == filekind::Mdm ? out.choices.mdx : "", scene);
     }
   }
   if (to == filekind::Scene) {
