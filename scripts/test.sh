@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Everything that a change has to pass, from a clean checkout: installs what is needed, then
 # format, warnings as errors with both compilers, all tests, all tests again under the address and
-# undefined behaviour sanitizers, lint, a short run of every fuzz target, the Blender add-on and the
-# Windows build.
+# undefined behaviour sanitizers, a trial of faults, lint, a short run of every fuzz target, the
+# Blender add-on and the Windows build.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -30,6 +30,9 @@ ctest --preset ci -j "$(nproc)"
 
 step "Tests under the sanitizers"
 ctest --preset asan -j "$(nproc)"
+
+step "A trial of faults, two minutes of it"
+scripts/faults.sh build/ci --short
 
 step "Lint"
 cmake --preset lint
