@@ -20,6 +20,11 @@ endif()
 add_library(marrow_stb INTERFACE)
 target_include_directories(marrow_stb SYSTEM INTERFACE ${MARROW_STB})
 
+if(MARROW_COMPRESSED_GLTF)
+  marrow_find(libdraco-dev draco CONFIG)
+  marrow_find(libmeshoptimizer-dev meshoptimizer CONFIG)
+endif()
+
 if(CMAKE_CROSSCOMPILING)
   # The building machine's /usr/include must stay out of sight, so the headers are linked into a
   # folder of their own, and CMake takes /usr/include for one that no target has to name.

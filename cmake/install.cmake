@@ -31,6 +31,9 @@ install(FILES ${CMAKE_BINARY_DIR}/package/MarrowConfig.cmake
 
 # Relative to the file itself, so that an installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+if(MARROW_COMPRESSED_GLTF)
+  set(compression_libraries " -ldraco -lmeshoptimizer")
+endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/package/marrow.pc.in
                ${CMAKE_BINARY_DIR}/package/marrow.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/package/marrow.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig

@@ -43,5 +43,8 @@ else()
   set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
     "The headers and libraries that programs on top of Marrow are built with.")
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "marrow (= ${PROJECT_VERSION})")
+  if(MARROW_COMPRESSED_GLTF)
+    string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libdraco-dev, libmeshoptimizer-dev")
+  endif()
 endif()
 include(CPack)

@@ -1,5 +1,31 @@
 #include "hostile/gltfreader.h"
 #include "samples/gltfmodel.h"
 #include "seeded.h"
+#ifdef MARROW_COMPRESSED_GLTF
+#include "samples/packedgltf.h"
+#endif
 
-SEEDED_FUZZ_TARGET(ReadGltf, SmallGltf().Binary())
+namespace {
+
+std::vector<bytes> GoodFiles() {
+  return {SmallGltf().Binary(),
+#ifdef MARROW_COMPRESSED_GLTF
+          MeshoptGltf("TRIANGLES").Binary(), MeshoptGltf("INDICES").Binary(),
+          DracoGltf(dracomethod::kSequential).Binary(),
+          DracoGltf(dracomethod::kEdgebreaker).Binary()
+#endif
+  };
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ReadGltf(data, size);
+  return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t room, unsigned seed) {
+  static const std::vector<bytes> good = GoodFiles();
+  return MutateSeeded(good[seed % good.size()], data, size, room);
+}

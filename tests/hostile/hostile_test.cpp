@@ -7,6 +7,9 @@
 #include "hostile/readers.h"
 #include "samples/gltfmodel.h"
 #include "samples/mdcmodel.h"
+#ifdef MARROW_COMPRESSED_GLTF
+#include "samples/packedgltf.h"
+#endif
 #include "samples/skelmodel.h"
 
 namespace {
@@ -97,6 +100,14 @@ TEST(Hostile, GltfText) {
   const std::string text = SmallGltf().Text();
   ExpectSafe(bytes(text.begin(), text.end()), 0, {}, kMutations / 4, ReadGltf);
 }
+
+#ifdef MARROW_COMPRESSED_GLTF
+TEST(Hostile, CompressedGltf) {
+  ExpectSafe(MeshoptGltf().Binary(), 0, {{0, 20}}, kMutations / 40, ReadGltf);
+  ExpectSafe(DracoGltf(dracomethod::kSequential).Binary(), 0, {}, kMutations / 40, ReadGltf);
+  ExpectSafe(DracoGltf(dracomethod::kEdgebreaker).Binary(), 0, {}, kMutations / 40, ReadGltf);
+}
+#endif
 
 TEST(SkeletalReaders, FaultsNameTheirPlace) {
   const bytes good = SmallSkelModel().WriteMds();

@@ -95,9 +95,15 @@ void gltfmodel::Channel(std::size_t animation, int node, const std::string& path
   clip["channels"].push_back({{"sampler", sampler}, {"target", {{"node", node}, {"path", path}}}});
 }
 
+json gltfmodel::BuffersWith(json own) const {
+  json buffers = doc.value("buffers", json::array());
+  buffers.insert(buffers.begin(), std::move(own));
+  return buffers;
+}
+
 bytes gltfmodel::Binary() const {
   json whole = doc;
-  whole["buffers"] = json::array({{{"byteLength", buffer_.size()}}});
+  whole["buffers"] = BuffersWith({{"byteLength", buffer_.size()}});
   std::string text = whole.dump();
   text.resize((text.size() + 3) / 4 * 4, ' ');
   bytes binary = buffer_;
@@ -113,9 +119,9 @@ bytes gltfmodel::Binary() const {
 
 std::string gltfmodel::Text(const std::string& uri) const {
   json whole = doc;
-  whole["buffers"] = json::array(
-      {{{"byteLength", buffer_.size()},
-        {"uri", uri.empty() ? "data:application/octet-stream;base64," + Base64(buffer_) : uri}}});
+  whole["buffers"] = BuffersWith(
+      {{"byteLength", buffer_.size()},
+       {"uri", uri.empty() ? "data:application/octet-stream;base64," + Base64(buffer_) : uri}});
   return whole.dump();
 }
 

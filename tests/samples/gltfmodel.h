@@ -6,7 +6,8 @@
 
 #include "samples/bytes.h"
 
-// A glTF document of a test: its JSON as the test puts it together, and one buffer.
+// A glTF document of a test: its JSON as the test puts it together, and one buffer, which comes
+// before those that the JSON has.
 class gltfmodel {
  public:
   gltfmodel();
@@ -37,6 +38,8 @@ class gltfmodel {
   const bytes& Buffer() const { return buffer_; }
 
  private:
+  nlohmann::json BuffersWith(nlohmann::json own) const;
+
   bytes buffer_;
 };
 

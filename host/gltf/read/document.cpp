@@ -5,6 +5,7 @@
 
 #include "binary/little.h"
 #include "gltf/read/badfile.h"
+#include "gltf/read/compressed/decompress.h"
 #include "gltf/read/jsonobject.h"
 
 namespace gltf {
@@ -73,7 +74,8 @@ bool StartsWith(const std::string& text, const std::string& start) {
 // has, or are read, or are left out with a warning.
 bool IsUnderstood(const std::string& extension) {
   return extension == "KHR_mesh_quantization" || extension == "KHR_lights_punctual" ||
-         extension == "KHR_texture_transform" || StartsWith(extension, "KHR_materials_");
+         extension == "KHR_texture_transform" || StartsWith(extension, "KHR_materials_") ||
+         (IsCompression(extension) && ReadsCompression());
 }
 
 void CheckVersion(const jsonobject& root) {
@@ -89,7 +91,9 @@ void CheckVersion(const jsonobject& root) {
   }
   for (const std::string& extension : root.Texts("extensionsRequired")) {
     if (!IsUnderstood(extension)) {
-      throw badfile("it cannot be read without the extension " + extension);
+      throw badfile(IsCompression(extension)
+                        ? MissingCompression(extension)
+                        : "it needs the glTF extension " + extension + ", which is not read");
     }
   }
 }
@@ -125,6 +129,7 @@ void ReadBuffers(const jsonobject& root, document& doc) {
     filebuffer& buffer = doc.buffers.emplace_back();
     buffer.uri = from.Text("uri");
     buffer.length = from.Whole("byteLength");
+    buffer.isFallback = IsFallback(from);
   }
   for (const jsonobject& from : root.Objects("bufferViews", "buffer view")) {
     bufferview& view = doc.views.emplace_back();
@@ -135,6 +140,7 @@ void ReadBuffers(const jsonobject& root, document& doc) {
     if (view.stride > 255) {
       from.Fail("byteStride is above 252");
     }
+    view.packed = PackedViewOf(from, doc);
   }
   for (const jsonobject& from : root.Objects("accessors", "accessor")) {
     accessor& made = doc.accessors.emplace_back();
@@ -235,6 +241,7 @@ void ReadMeshes(const jsonobject& root, document& doc) {
         part.Fail("mode " + std::to_string(mode) + " is none");
       }
       piece.mode = static_cast<primitivemode>(mode);
+      piece.packed = PackedMeshOf(part, doc);
       for (const jsonobject& target : part.Objects("targets", "target")) {
         piece.targets.push_back({target.Index("POSITION", doc.accessors.size()),
                                  target.Index("NORMAL", doc.accessors.size())});
@@ -452,7 +459,7 @@ nlohmann::json ParseText(const fileview& text) {
 std::int64_t document::Bytes() const {
   std::int64_t sum = file.View().Size();
   for (const filebuffer& buffer : buffers) {
-    sum += buffer.content.Size();
+    sum += buffer.isUnpacked ? 0 : buffer.content.Size();
   }
   return sum;
 }

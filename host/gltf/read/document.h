@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "binary/fileview.h"
@@ -22,7 +23,24 @@ struct filebuffer {
   std::int64_t length = 0;            // that the document promises
   fileview content;                   // at least as long once the resources are loaded
   loadedfile file;                    // owner of the content of a file beside the document
-  std::vector<std::uint8_t> decoded;  // owner of the content of a data URI
+  std::vector<std::uint8_t> decoded;  // owner of the content of a data URI, or of what was unpacked
+  bool isFallback = false;            // for readers that cannot decompress
+  bool isUnpacked = false;            // no part of the file
+};
+
+enum class packing { kAttributes, kTriangles, kIndices };
+enum class packfilter { kNone, kOctahedral, kQuaternion, kExponential };
+
+// Where the compressed form of a buffer view lies, and what it holds: stride and mode fit each
+// other, and count x stride is the view's length.
+struct packedview {
+  int buffer = -1;  // none: the view is not compressed
+  std::int64_t offset = 0;
+  std::int64_t length = 0;
+  std::int64_t stride = 0;
+  std::int64_t count = 0;
+  packing mode = packing::kAttributes;
+  packfilter filter = packfilter::kNone;
 };
 
 struct bufferview {
@@ -30,6 +48,7 @@ struct bufferview {
   std::int64_t offset = 0;
   std::int64_t length = 0;
   std::int64_t stride = 0;  // 0: elements stand close together
+  packedview packed;
 };
 
 // The numbers that files have for the types of components.
@@ -95,12 +114,19 @@ struct morph {
   int normals = -1;
 };
 
+// The compressed form of a primitive's triangles.
+struct packedmesh {
+  int view = -1;                                 // none: the primitive is not compressed
+  std::vector<std::pair<std::string, int>> ids;  // of attributes' lists in it
+};
+
 struct primitive {
   std::map<std::string, int> attributes;  // accessors
   int indices = -1;
   int material = -1;
   primitivemode mode = primitivemode::kTriangles;
   std::vector<morph> targets;
+  packedmesh packed;
   std::string place;
 
   int Attribute(const std::string& name) const {

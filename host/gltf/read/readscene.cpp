@@ -9,6 +9,7 @@
 
 #include "core/state.h"
 #include "gltf/read/badfile.h"
+#include "gltf/read/compressed/decompress.h"
 #include "gltf/read/document.h"
 #include "gltf/read/materials.h"
 #include "gltf/read/morphs.h"
@@ -197,6 +198,7 @@ bool ReadLoaded(loadedfile file, const std::string& path, const options& how, co
   try {
     document doc = ParseDocument(std::move(file));
     LoadBuffers(doc, path);
+    Decompress(doc);
     Build(doc, how, path, scene, told.warnings);
     return true;
   } catch (const badfile& fault) {

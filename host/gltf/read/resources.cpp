@@ -5,6 +5,7 @@
 
 #include "core/utf8path.h"
 #include "gltf/read/badfile.h"
+#include "gltf/read/compressed/decompress.h"
 
 namespace gltf {
 
@@ -110,7 +111,10 @@ void LoadBuffers(document& doc, const std::string& path) {
   for (std::size_t i = 0; i < doc.buffers.size(); ++i) {
     filebuffer& buffer = doc.buffers[i];
     const std::string place = "buffer " + std::to_string(i) + ": ";
-    if (buffer.uri.empty()) {
+    if (buffer.isFallback && (buffer.uri.empty() || ReadsCompression())) {
+      // Its content need not be there: only views that have a compressed form may lie in it.
+      buffer.length = 0;
+    } else if (buffer.uri.empty()) {
       // Only the first buffer may be the binary chunk; another has no content of its own, and
       // whatever needs it is found to reach past its end.
       buffer.content = i == 0 ? doc.binary : fileview();

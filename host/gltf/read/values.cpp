@@ -21,8 +21,6 @@ constexpr std::int64_t kFreeZeros = std::int64_t{1} << 22;
 
 constexpr std::int64_t kNumComponents[] = {1, 2, 3, 4, 4, 9, 16};
 
-std::int64_t NumComponents(shape form) { return kNumComponents[static_cast<std::size_t>(form)]; }
-
 std::int64_t SizeOf(component type) {
   switch (type) {
     case component::kInt8:
@@ -98,6 +96,8 @@ bool IsUnsigned(component type) {
 }
 
 }  // namespace
+
+std::int64_t NumComponents(shape form) { return kNumComponents[static_cast<std::size_t>(form)]; }
 
 valuereader::valuereader(const document& doc)
     : doc_(doc), bytes_(doc.Bytes()), room_(kFreeComponents + kComponentsPerByte * bytes_) {}

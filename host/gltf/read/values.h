@@ -8,6 +8,8 @@
 
 namespace gltf {
 
+std::int64_t NumComponents(shape form);
+
 // Reads the accessors of a document whose buffers are loaded. What an accessor reaches is checked
 // before anything is read or room is made for it; places in faults are the caller's, such as
 // "mesh 2, primitive 0: POSITION". Throws badfile.
