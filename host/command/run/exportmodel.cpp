@@ -234,7 +234,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   exportanswers answers(choices);
   const int result =
       host.Export(handler, scene, path, model.written, answers, [&](const std::string& chosen) {
-        const std::string written = AddChosen(out, set, chosen);
+        std::string written = AddChosen(out, set, chosen);
         if (!written.empty()) {
           skeleton.path = chosen;
           skeleton.written = written;
