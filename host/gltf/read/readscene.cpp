@@ -5,6 +5,7 @@
 #include <new>
 #include <numbers>
 #include <stdexcept>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "core/state.h"
@@ -112,9 +113,11 @@ class nodebuilder {
     if (number == 0) {
       return name;
     }
+    int& next = numbers_[name];
+    next = std::max(next, number);
     std::string numbered;
     do {
-      numbered = name + "_" + std::to_string(number++);
+      numbered = name + "_" + std::to_string(next++);
     } while (!taken_.insert(numbered).second);
     return numbered;
   }
@@ -160,6 +163,7 @@ class nodebuilder {
   const std::vector<std::string>& names_;
   core::scene& scene_;
   std::unordered_set<std::string> taken_;
+  std::unordered_map<std::string, int> numbers_;  // that a name's next primitive may have
   std::vector<cnode*> frames_;  // what carries the children of a node of the document
   std::vector<cnode*> bones_;
   std::vector<ownednode<cnode>> waiting_;

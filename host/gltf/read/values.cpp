@@ -14,7 +14,7 @@ namespace {
 
 // Components that may be read in all, beside some for each byte of the file: a scene may use an
 // accessor many times, but a small file cannot ask for more work than this.
-constexpr std::int64_t kFreeComponents = std::int64_t{1} << 28;
+constexpr std::int64_t kFreeComponents = std::int64_t{1} << 26;
 constexpr std::int64_t kComponentsPerByte = 8;
 // Elements that may be 0 without a byte of the file, as most weights of many morph targets are.
 constexpr std::int64_t kFreeZeros = std::int64_t{1} << 22;
