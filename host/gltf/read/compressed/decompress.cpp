@@ -17,7 +17,7 @@ constexpr char kDraco[] = "KHR_draco_mesh_compression";
 
 // Bytes that decompression may take in all, beside some for each byte of the file: no codec of
 // buffer views makes more than 64 bytes of one.
-constexpr std::int64_t kFreeBytes = std::int64_t{1} << 27;
+constexpr std::int64_t kFreeBytes = std::int64_t{1} << 28;
 constexpr std::int64_t kBytesPerByte = 64;
 // Ids that the lists of a compressed mesh may have.
 constexpr std::size_t kMostIds = std::size_t{1} << 16;
