@@ -1,0 +1,8 @@
+#include "command/files/programpath.h"
+
+namespace command {
+
+// The module is in the program itself.
+std::string ModuleBesideProgram() { return {}; }
+
+}  // namespace command
