@@ -29,7 +29,7 @@ def without_comments(path, text):
                 kept.update(range(token.start[0], token.end[0] + 1))
                 statement = False
         return "\n".join(lines[number - 1] for number in sorted(kept) if number <= len(lines))
-    if path.suffix in (".h", ".cpp", ".c", ".inc", ".rc", ".js", ".mjs", ".ts", ".css"):
+    if path.suffix in (".h", ".cpp", ".c", ".inc", ".rc", ".js", ".mjs", ".ts", ".tsx", ".css"):
         return SLASHES.sub(lambda match: match[1] or "", text)
     if path.suffix in (".html", ".svg", ".xml", ".manifest"):
         return SLASHES.sub(lambda match: match[1] or "", MARKUP.sub("", text))

@@ -2,7 +2,7 @@
 # Installs what a build needs from Debian's packages; with --tests also what the tests, the
 # sanitizers, the format and lint checks and the viewer checks need, with --windows also what the
 # Windows build and its tests need, with --pictures what makes pictures of its windows, with
-# --blender what the tests of the Blender add-on need.
+# --blender what the tests of the Blender add-on need, with --web what the page for browsers needs.
 set -euo pipefail
 
 packages=(g++ cmake ninja-build
@@ -19,6 +19,10 @@ for option in "$@"; do
     packages+=(g++-mingw-w64-x86-64-posix nsis googletest wine64 xvfb clang-tidy-14 python3 binutils)
     ;;
   --blender) packages+=(blender xvfb xauth libgl1-mesa-dri binutils python3) ;;
+  --web)
+    packages+=(emscripten)
+    command -v npm >/dev/null || packages+=(nodejs npm)
+    ;;
   --pictures) packages+=(imagemagick xdotool fonts-wine) ;;
   esac
 done

@@ -2,7 +2,7 @@
 # Everything that a change has to pass, from a clean checkout: installs what is needed, then
 # format, warnings as errors with both compilers, all tests, all tests again under the address and
 # undefined behaviour sanitizers, a trial of faults, lint, a short run of every fuzz target, the
-# Blender add-on and the Windows build.
+# Blender add-on, the Windows build, a release and the page for browsers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -51,5 +51,8 @@ scripts/test-windows.sh build/ci
 
 step "A release"
 scripts/release.sh build/ci build/windows
+
+step "The page for browsers"
+scripts/test-web.sh build/ci
 
 step "Done"

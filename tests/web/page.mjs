@@ -1,0 +1,287 @@
+// Drives the page in Chromium (CHROMIUM names another) as a user does, and compares what it takes
+// with what the command writes from the same files:
+//   node page.mjs MARROW PAGE.html SAMPLE.glb [FOLDER]
+// With a folder, pictures of the page are written to it.
+
+import { strict as assert } from 'node:assert';
+import { execFileSync } from 'node:child_process';
+import { cpSync, mkdirSync, mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { tmpdir } from 'node:os';
+import { dirname, join, resolve } from 'node:path';
+import { fileURLToPath, pathToFileURL } from 'node:url';
+import { captureFrame, installCapture } from './capture.mjs';
+import { compareGlb, compareModel } from './compare.mjs';
+
+const here = dirname(fileURLToPath(import.meta.url));
+const { chromium } = createRequire(join(here, '../validate/package.json'))('playwright-core');
+const { Posed } = await import('../validate/posed.mjs');
+const [marrow, pageFile, sample, pictures] = process.argv.slice(2).map((path) => resolve(path));
+
+const folder = mkdtempSync(join(tmpdir(), 'page-'));
+const game = join(folder, 'game');
+const models = join(game, 'models');
+mkdirSync(models, { recursive: true });
+const native = (...args) => execFileSync(marrow, args, { stdio: 'pipe', cwd: game });
+
+const browser = await chromium.launch({
+  executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
+  args: ['--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'],
+});
+const faults = [];
+
+async function newTab() {
+  const tab = await browser.newPage({ viewport: { width: 1200, height: 800 } });
+  await tab.addInitScript(installCapture);
+  tab.on('pageerror', (error) => faults.push(error.message));
+  tab.on('console', (line) => line.type() === 'error' && faults.push(line.text()));
+  tab.on('request', (request) => {
+    if (!/^(blob|data):/.test(request.url()) && request.url() !== String(pathToFileURL(pageFile))) {
+      faults.push(`a request to ${request.url()}`);
+    }
+  });
+  await tab.goto(String(pathToFileURL(pageFile)));
+  return tab;
+}
+
+const idle = (tab) =>
+  tab.waitForFunction(() => document.querySelector('.busy').textContent === '', null, { timeout: 60000 });
+const messages = (tab, kind) => tab.locator(`.messages .${kind}`).allTextContents();
+
+async function choose(tab, paths, kind = 'files') {
+  await tab.locator(`input[data-kind=${kind}]`).setInputFiles(paths);
+  await idle(tab);
+}
+
+// As a drop of the browser's user interface: only the events are made by hand.
+async function drop(tab, files) {
+  const transfer = await tab.evaluateHandle((list) => {
+    const made = new DataTransfer();
+    list.forEach(([name, bytes]) =>
+      made.items.add(new File([Uint8Array.from(atob(bytes), (c) => c.charCodeAt(0))], name)));
+    return made;
+  }, files.map(([name, content]) => [name, Buffer.from(content).toString('base64')]));
+  await tab.dispatchEvent('.stage', 'dragover', { dataTransfer: transfer });
+  await tab.dispatchEvent('.stage', 'drop', { dataTransfer: transfer });
+  await tab.waitForTimeout(50);
+  await idle(tab);
+}
+
+async function take(tab, name) {
+  const waiting = tab.waitForEvent('download');
+  await tab.getByRole('button', { name, exact: true }).click();
+  const download = await waiting;
+  return { name: download.suggestedFilename(), content: readFileSync(await download.path()) };
+}
+
+// The vertices that the page draws at a frame, read back after skinning, against the same frame of the command's file.
+async function checkFrame(tab, posed, clip, frame) {
+  await tab.getByRole('combobox', { name: /^Sequence/ }).selectOption({ index: clip });
+  await tab.getByRole('slider').fill(String(frame));
+  assert.equal(await tab.locator('output').textContent().then((text) => parseInt(text, 10)), frame);
+  posed.pose(posed.clips[clip].name, frame / 20);
+  const wanted = posed.meshes();
+  const height = posed.box().max.y;
+  const shown = await tab.evaluate(captureFrame);
+  assert.equal(shown.length, wanted.length);
+  let worst = 0;
+  for (const { count, error, positions } of shown) {
+    assert.equal(error, 0, 'the graphics library refuses to read back');
+    const mesh = wanted.find(({ positions: all }) => all.length === 3 * count);
+    positions.forEach((at, i) => {
+      worst = Math.max(worst, Math.abs(at - mesh.positions[i]));
+    });
+  }
+  assert.ok(worst <= 1e-4 * height, `frame ${frame} is off by ${worst} m`);
+  return worst / height;
+}
+
+async function checkKind(tab, file, also) {
+  native('import', `models/${file}`, '-o', join(folder, 'sample.glb'));
+  const glb = readFileSync(join(folder, 'sample.glb'));
+  await choose(tab, [file, ...also].map((name) => join(models, name)));
+  assert.deepEqual(await messages(tab, 'error'), []);
+  const posed = await Posed.parse(glb);
+  const worst = await checkFrame(tab, posed, posed.clips.length - 1, 7);
+
+  const frameNow = () => tab.locator('output').textContent();
+  const before = await frameNow();
+  await tab.getByRole('button', { name: 'Play', exact: true }).click();
+  await tab.waitForFunction((was) => document.querySelector('output').textContent !== was, before);
+  await tab.getByRole('button', { name: 'Pause', exact: true }).click();
+  const paused = await frameNow();
+  await tab.keyboard.press('Escape');
+  await tab.locator('canvas').focus();
+  await tab.keyboard.press('ArrowRight');
+  assert.notEqual(await frameNow(), paused);
+
+  const share = compareGlb((await take(tab, 'glb')).content, glb, file);
+  assert.ok(share < 1e-4, `${file}: ${share} of the floats differ`);
+  const picture = (await take(tab, 'Picture')).content;
+  assert.deepEqual([...picture.subarray(1, 4)], [...Buffer.from('PNG')]);
+  console.log(`${file}: shown off by ${worst} of its height, ${share} of the glb's floats differ`);
+}
+
+async function checkExport(tab) {
+  await choose(tab, [sample]);
+  await tab.getByText('Game files', { exact: true }).click();
+  for (const [format, args, names] of [
+    ['mdc', [], ['out.mdc']],
+    ['mds', ['--sequences'], ['out.mds', 'wolfanim.cfg']],
+    ['mdm', ['--sequences', '--mdx', 'out.mdx'], ['out.aninc', 'out.mdm', 'out.mdx']],
+  ]) {
+    const target = join(folder, 'exported', format);
+    mkdirSync(target, { recursive: true });
+    // The name of the file is in it.
+    cpSync(sample, join(target, 'out.glb'));
+    execFileSync(marrow, ['export', 'out.glb', '-o', `out.${format}`, ...args], { cwd: target, stdio: 'pipe' });
+    await drop(tab, [['out.glb', readFileSync(sample)]]);
+    await tab.getByRole('combobox', { name: /^Format/ }).selectOption(format).catch(async () => {
+      await tab.getByText('Game files', { exact: true }).click();
+      await tab.getByRole('combobox', { name: /^Format/ }).selectOption(format);
+    });
+    const { name, content } = await take(tab, 'Take game files');
+    const files = new Map([[name, content]]);
+    if (name.endsWith('.zip')) {
+      files.delete(name);
+      writeFileSync(join(target, name), content);
+      mkdirSync(join(target, 'taken'));
+      execFileSync('python3', ['-m', 'zipfile', '-e', join(target, name), join(target, 'taken')]);
+      readdirSync(join(target, 'taken')).forEach((each) =>
+        files.set(each, readFileSync(join(target, 'taken', each))));
+    }
+    assert.deepEqual([...files.keys()].sort(), names);
+    for (const [each, taken] of files) {
+      const share = compareModel(taken, readFileSync(join(target, each)), each);
+      assert.ok(share < 1e-3, `${each}: ${share} of its words differ`);
+      console.log(`${each}: taken, ${share} of its words differ`);
+    }
+  }
+}
+
+// The sample's image where its models name it.
+function unpackImage() {
+  const glb = readFileSync(sample);
+  const length = glb.readUInt32LE(12);
+  const { images, bufferViews } = JSON.parse(glb.subarray(20, 20 + length));
+  const { byteOffset = 0, byteLength } = bufferViews[images[0].bufferView];
+  const place = join(models, 'players/sample');
+  mkdirSync(place, { recursive: true });
+  writeFileSync(join(models, 'sample.skin'), '"body","models/players/sample/figure.tga"\n');
+  writeFileSync(join(place, 'figure.png'), glb.subarray(28 + length + byteOffset).subarray(0, byteLength));
+}
+
+// A pk3 of folders, and a whole folder.
+async function checkContainers(tab) {
+  unpackImage();
+  native('import', 'models/sample.mdm', '-o', join(folder, 'sample.glb'));
+  const glb = readFileSync(join(folder, 'sample.glb'));
+  assert.ok(glb.includes('image/png'));
+  const pk3 = join(folder, 'pak0.pk3');
+  execFileSync('python3', ['-m', 'zipfile', '-c', pk3, models], { cwd: game });
+  await choose(tab, [pk3]);
+  const rows = tab.locator('.models button');
+  assert.equal(await rows.count(), 3);
+  await tab.getByLabel('Search models').fill('mdm');
+  assert.equal(await rows.count(), 1);
+  await rows.first().click();
+  await idle(tab);
+  assert.deepEqual(await messages(tab, 'error'), []);
+  assert.match(await tab.locator('canvas').getAttribute('aria-label'), /sample\.mdm/);
+  assert.ok(compareGlb((await take(tab, 'glb')).content, glb, 'in a pk3') < 1e-4);
+  await tab.getByLabel('Search models').fill('');
+  await choose(tab, [game], 'folder');
+  assert.equal(await rows.count(), 3);
+  assert.deepEqual(await messages(tab, 'error'), []);
+  console.log('a pk3 and a folder are listed and shown');
+  if (pictures !== undefined) {
+    await takePictures();
+  }
+}
+
+// For docs/browser.md.
+async function takePictures() {
+  // An mds has no quotes in its skin files.
+  writeFileSync(join(models, 'sample.skin'), 'body,models/players/sample/figure.tga\n');
+  for (const [name, scheme, width, height, keys] of [
+    ['light', 'light', 1280, 800, 'bt'], ['dark', 'dark', 1280, 800, 'wx'], ['phone', 'light', 390, 844, ''],
+  ]) {
+    const tab = await newTab();
+    await tab.setViewportSize({ width, height });
+    await tab.emulateMedia({ colorScheme: scheme });
+    await choose(tab, [game], 'folder');
+    await tab.locator('.models button', { hasText: '.mds' }).click();
+    await idle(tab);
+    await tab.getByRole('combobox', { name: /^Sequence/ }).selectOption({ index: 1 });
+    await tab.getByRole('slider').fill('6');
+    await tab.locator('canvas').focus();
+    for (const key of keys) {
+      await tab.keyboard.press(key);
+    }
+    await tab.evaluate(() => document.activeElement.blur());
+    await tab.waitForTimeout(300);
+    await tab.screenshot({ path: join(pictures, `browser-${name}.png`) });
+    await tab.close();
+  }
+}
+
+const python = (code, ...args) => execFileSync('python3', ['-c', code, ...args]);
+
+async function checkHostile(tab) {
+  const mds = readFileSync(join(models, 'sample.mds'));
+  const glb = readFileSync(sample);
+  const bomb = join(folder, 'bomb.pk3');
+  python(`import sys, zipfile
+with zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED) as z:
+  with z.open('models/huge.mds', 'w', force_zip64=True) as f:
+    for _ in range(400): f.write(bytes(1 << 20))
+  z.write(sys.argv[2], '../../out.mds')
+  z.write(sys.argv[2], '__proto__/x.mds')`, bomb, join(models, 'sample.mds'));
+  const evil = '<img src=x onerror="window.broken=1">.mds';
+  const cut = (bytes, length) => bytes.subarray(0, length);
+  const damaged = (bytes, seed) => {
+    const made = Buffer.from(bytes);
+    for (let i = 0, x = seed; i < 40; ++i) {
+      x = (x * 1103515245 + 12345) % 0x80000000;
+      made[8 + x % Math.min(made.length - 8, 4000)] = x >> 8; // what says its kind is left
+    }
+    return made;
+  };
+  const files = [
+    [evil, cut(mds, 100)], ['empty.mdc', Buffer.alloc(0)], ['cut.glb', cut(glb, 5000)],
+    ['noise.glb', damaged(glb, 3)], ['noise.mds', damaged(mds, 5)], ['json.gltf', Buffer.from('{"meshes":7}')],
+    ['outside.gltf', Buffer.from('{"asset":{"version":"2.0"},"buffers":[{"uri":"http://example.invalid/x","byteLength":4}],"images":[{"uri":"../../../etc/passwd"}]}')],
+    ['no.pk3', Buffer.from('PK no archive')], ['bomb.pk3', readFileSync(bomb)],
+  ];
+  for (const [name, content] of files) {
+    await drop(tab, [[name, content]]);
+    // What is damaged where anything may stand is no error.
+    const said = await tab.locator('.messages li').allTextContents();
+    assert.ok(said.length > 0, `${name}: nothing is said`);
+    console.log(`${name.slice(0, 20)}: ${said[0].slice(0, 150)}`);
+  }
+  assert.equal(await tab.locator('#page img').count(), 0);
+  assert.equal(await tab.evaluate(() => window.broken), undefined);
+  // The page is whole after all that.
+  await choose(tab, [join(models, 'sample.mdc')]);
+  assert.deepEqual(await messages(tab, 'error'), []);
+}
+
+try {
+  native('export', sample, '-o', 'models/sample.mdc');
+  native('export', sample, '-o', 'models/sample.mds', '--sequences');
+  native('export', sample, '-o', 'models/sample.mdm', '--mdx', 'models/sample.mdx', '--sequences');
+  const tab = await newTab();
+  await checkKind(tab, 'sample.mdc', []);
+  await checkKind(tab, 'sample.mds', ['wolfanim.cfg']);
+  await checkKind(tab, 'sample.mdm', ['sample.mdx', 'sample.aninc']);
+  await checkExport(tab);
+  await checkContainers(tab);
+  assert.deepEqual(faults, []);
+  await checkHostile(tab);
+  const broken = faults.filter((text) => !/ERR_|blob:|THREE/.test(text));
+  assert.deepEqual(broken, []);
+} finally {
+  await browser.close();
+  rmSync(folder, { recursive: true, force: true });
+}

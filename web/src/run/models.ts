@@ -1,0 +1,106 @@
+// What the page asks the command for, as a user would type it.
+
+import { folderOf, stemOf } from '../files/kinds';
+import type { Model } from '../files/tree';
+import type { Client } from './client';
+import type { Outcome } from './program';
+
+export interface Message {
+  kind: 'error' | 'warning' | 'note';
+  text: string;
+}
+
+export interface Attachment {
+  tag: string;
+  path: string;
+}
+
+export interface ImportChoice {
+  // Empty: what the command takes by itself.
+  skin: string;
+  noSkin: boolean;
+  attachments: Attachment[];
+}
+
+export interface ExportChoice {
+  format: 'mdc' | 'mds' | 'mdm';
+  facing: string;
+  scale: string;
+  fps: string;
+  sequences: boolean;
+  helperBones: boolean;
+}
+
+export interface Taken {
+  files: Map<string, Uint8Array>;
+  messages: Message[];
+}
+
+export const defaultImport: ImportChoice = { skin: '', noSkin: false, attachments: [] };
+
+// A path that begins with a dash would be an option.
+const named = (path: string) => (path.startsWith('-') ? `./${path}` : path);
+
+export async function importModel(
+  client: Client,
+  model: Model,
+  { skin, noSkin, attachments }: ImportChoice,
+): Promise<{ glb: Uint8Array | undefined; path: string; messages: Message[] }> {
+  const path = `${folderOf(model.path)}${stemOf(model.path)}.glb`;
+  const args = ['import', named(model.path), '-o', named(path)];
+  if (noSkin) {
+    args.push('--no-skin');
+  } else if (skin !== '') {
+    args.push('--skin', skin);
+  }
+  attachments.forEach(({ tag, path: attached }) => args.push('--attach', `${tag}=${attached}`));
+  const outcome = await client.run(args);
+  const glb = outcome.code === 0 ? outcome.written.get(path) : undefined;
+  return { glb, path, messages: messagesOf(outcome) };
+}
+
+export async function exportScene(
+  client: Client,
+  path: string,
+  content: Uint8Array | undefined,
+  choice: ExportChoice,
+): Promise<Taken> {
+  const target = `${folderOf(path)}${stemOf(path)}.${choice.format}`;
+  const args = ['export', named(path), '-o', named(target), '--facing', choice.facing];
+  args.push('--scale', choice.scale, '--fps', choice.fps);
+  if (choice.format === 'mdm') {
+    args.push('--mdx', named(target.replace(/mdm$/, 'mdx')));
+  }
+  if (choice.format !== 'mdc') {
+    args.push(...(choice.sequences ? ['--sequences', '--force'] : []));
+    args.push(...(choice.helperBones ? [] : ['--no-helper-bones']));
+  }
+  const outcome = await client.run(args, content === undefined ? [] : [{ path, content }]);
+  const own = [...outcome.written].filter(([name]) => name !== path);
+  return { files: new Map(outcome.code === 0 ? own : []), messages: messagesOf(outcome) };
+}
+
+export async function infoOf(client: Client, path: string): Promise<string> {
+  const outcome = await client.run(['info', '--json', named(path)]);
+  return outcome.code === 0 ? outcome.stdout : '';
+}
+
+// The lines of a run, as they come; what is written is a note.
+export function messagesOf(outcome: Outcome): Message[] {
+  const messages: Message[] = [];
+  for (const line of outcome.stderr.split('\n')) {
+    const [, kind, text] = /^marrow: (error|warning|note): (.*)$/.exec(line) ?? [];
+    if (text !== undefined) {
+      messages.push({ kind: kind as Message['kind'], text });
+    } else if (line.trim() !== '') {
+      messages.push({ kind: outcome.code === 0 ? 'note' : 'error', text: line });
+    }
+  }
+  for (const line of outcome.stdout.split('\n').filter((text) => text.trim() !== '')) {
+    messages.push({ kind: 'note', text: line });
+  }
+  if (outcome.code !== 0 && !messages.some(({ kind }) => kind === 'error')) {
+    messages.push({ kind: 'error', text: `the run ended with exit code ${outcome.code}` });
+  }
+  return messages;
+}

@@ -1,0 +1,22 @@
+// What the page and its worker say to each other. Requests are answered in their order.
+
+import type { Listing, Source } from '../files/tree';
+import type { Outcome } from './program';
+
+export type Request =
+  | { type: 'warm' }
+  | { type: 'open'; sources: Source[] }
+  | { type: 'run'; args: string[]; extra: { path: string; content: Uint8Array }[] }
+  | { type: 'read'; path: string }
+  | { type: 'names'; folder: string };
+
+export interface Answers {
+  warm: undefined;
+  open: Listing;
+  run: Outcome;
+  read: Uint8Array | undefined;
+  names: string[];
+}
+
+export type Message = { id: number; request: Request };
+export type Reply = { id: number; answer: unknown } | { id: number; fault: string };

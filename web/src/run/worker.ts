@@ -1,0 +1,60 @@
+// The worker: it has the dropped files and runs the command over them.
+
+import wasmBytes from 'marrow-wasm';
+import { reasonOf, Tree, type TreeFile } from '../files/tree';
+import { runProgram } from './program';
+import type { Message, Reply, Request } from './protocol';
+
+interface BlobReader {
+  readAsArrayBuffer(blob: Blob): ArrayBuffer;
+}
+declare const FileReaderSync: new () => BlobReader;
+
+const scope = self as unknown as {
+  onmessage: (event: MessageEvent<Message>) => void;
+  postMessage(reply: Reply, transfer: Transferable[]): void;
+};
+const readBlob = (file: Blob) => new Uint8Array(new FileReaderSync().readAsArrayBuffer(file));
+
+let tree = new Tree(readBlob);
+let program: Promise<WebAssembly.Module> | undefined;
+
+async function answer(request: Request): Promise<unknown> {
+  switch (request.type) {
+    case 'warm':
+      program ??= WebAssembly.compile(wasmBytes);
+      await program;
+      return undefined;
+    case 'open':
+      tree = new Tree(readBlob);
+      return tree.add(request.sources);
+    case 'run':
+      program ??= WebAssembly.compile(wasmBytes);
+      return runProgram(await program, request.args, withExtra(request.extra));
+    case 'read':
+      // A copy: the tree keeps its own.
+      return tree.get(request.path)?.read().slice();
+    case 'names':
+      return tree.namesIn(request.folder);
+  }
+}
+
+// The tree's files and some that the page has, which come first and so win.
+function* withExtra(extra: { path: string; content: Uint8Array }[]): Iterable<TreeFile> {
+  for (const { path, content } of extra) {
+    yield { path, size: content.length, read: () => content };
+  }
+  yield* tree.files();
+}
+
+// One after the other: a run and what it reads belong together.
+let last: Promise<void> = Promise.resolve();
+scope.onmessage = ({ data: { id, request } }) => {
+  last = last.then(async () => {
+    try {
+      scope.postMessage({ id, answer: await answer(request) }, []);
+    } catch (error) {
+      scope.postMessage({ id, fault: reasonOf(error) }, []);
+    }
+  });
+};
