@@ -95,8 +95,8 @@ int Convert(programstate& state, const convertjob& job) {
     host.ExporterOf(job.target);
     CheckExport(job.target, out);
   }
-  // A skeleton that comes from a file can be said in one, and stays as it is.
-  out.helperBones = out.helperBones && !IsSkeletal(from);
+  // A whole skeleton that comes from a file can be said in one, and stays as it is.
+  out.helperBones = out.helperBones && (!IsSkeletal(from) || out.bones.Any());
   core::scene scene;
   if (from == filekind::Scene) {
     ReadSceneFile(state.out, job.source, job.scene.For(to), scene);
@@ -147,7 +147,7 @@ void DefineConvert(CLI::App& app, programstate& state) {
                    "The mdx file of IN, if that is an mdm, else of OUT (default: the one of the "
                    "same name)")
       ->option_text("FILE");
-  job->in.Define(*command);
+  job->in.Define(*command, "--no-skeleton");  // --no-bones chooses those that are written
   job->out.Define(*command);
   job->scene.Define(*command);
   job->scene.DefineShapes(*command, job->in.table);

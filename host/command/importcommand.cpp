@@ -98,7 +98,7 @@ void DefineImport(CLI::App& app, programstate& state) {
   command->add_option("-o,--output", job->target, "The scene to write: a .glb or .gltf file")
       ->option_text("SCENE")
       ->required();
-  job->options.Define(*command);
+  job->options.Define(*command, "--no-skeleton,--no-bones");
   job->options.table.Add(
       command
           ->add_option("--mdx", job->options.choices.mdx,

@@ -74,7 +74,7 @@ bool optiontable::AnyGiven() const {
   return std::ranges::any_of(rows_, [](const row& entry) { return entry.option->count() > 0; });
 }
 
-void importoptions::Define(CLI::App& app) {
+void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
   constexpr char kGroup[] = "Import";
   const std::vector<filekind> skeletal{filekind::Mds, filekind::Mdm};
   CLI::Option* frame =
@@ -139,7 +139,7 @@ void importoptions::Define(CLI::App& app) {
   CLI::Option* noMeshes =
       AddOff(app, "--no-meshes", choices.meshes, "The skeleton and its animation alone");
   CLI::Option* noBones =
-      AddOff(app, "--no-bones", choices.bones, "Meshes without skeleton and animation");
+      AddOff(app, noSkeleton, choices.bones, "Meshes without skeleton and animation");
   CLI::Option* noMaterials = AddOff(app, "--no-materials", choices.materials, "No materials");
   CLI::Option* noAnimation = AddOff(app, "--no-animation", choices.animation,
                                     "The first frame as a pose, as --first-frame");
@@ -191,6 +191,16 @@ void exportoptions::Define(CLI::App& app) {
                  "Of an mdm: do not write the mdx file with its skeleton and animation")
               ->group(kGroup);
   table.Add(noMdx, {filekind::Mdm});
+  for (CLI::Option* option :
+       {app.add_option("--bones", bones.only,
+                       "The joints that become bones, by name: * stands for any text, ? for a "
+                       "character; may be given several times (default: all). Weights of a "
+                       "joint that is left out go to the nearest bone above it. Tags stay. An mdm "
+                       "and its mdx need the same choice"),
+        app.add_option("--no-bones", bones.without,
+                       "Joints or tags that do not become bones, as with --bones")}) {
+    table.Add(option->allow_extra_args(false)->option_text("GLOB")->group(kGroup), skeletal);
+  }
   table.Add(AddOff(app, "--no-helper-bones", helperBones,
                    "Write the skeleton as it is. Without this, a bone whose distance from its "
                    "parent changes gets a helper bone between the two, and a further top bone "

@@ -8,6 +8,7 @@
 #include "command/files/paths.h"
 #include "command/finish/finishmodel.h"
 #include "command/run/answers.h"
+#include "command/skeleton/bonechoice.h"
 
 namespace CLI {
 class App;
@@ -39,7 +40,8 @@ struct importoptions {
   std::vector<std::string> skins;
   optiontable table;
 
-  void Define(CLI::App& app);
+  // `noSkeleton` are the names of the flag that leaves the skeleton out.
+  void Define(CLI::App& app, const std::string& noSkeleton);
 };
 
 // What the dialogs before an export ask, the sequence file, the helper bones and what is done in
@@ -47,6 +49,7 @@ struct importoptions {
 struct exportoptions {
   exportchoices choices;
   finishsteps finish;
+  bonechoice bones;
   bool sequences = false;
   bool helperBones = true;
   bool force = false;

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
@@ -9,6 +10,7 @@
 #include "command/finish/finishmodel.h"
 #include "command/finish/storedname.h"
 #include "command/run/transfer.h"
+#include "command/skeleton/bonechoice.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/rootbone.h"
 #include "command/skeleton/skeletonlosses.h"
@@ -58,6 +60,23 @@ void RequireOrigin(const std::string& path, const std::string& origin, const cor
     const std::string near = DidYouMean(origin, names);
     throw failure(path, "the scene has no node " + origin + " for --origin" +
                             (near.empty() ? "; there are: " + JoinedFew(names) : near));
+  }
+}
+
+void LeaveOutBones(console& out, const std::string& path, const bonechoice& choice,
+                   core::scene& scene) {
+  chosenbones chosen;
+  try {
+    chosen = ChooseBones(scene, choice);
+  } catch (const std::runtime_error& refused) {
+    throw failure(path, refused.what());
+  }
+  for (const std::string& pattern : chosen.unmatched) {
+    out.Warning(path, "no bone of the scene matches " + pattern);
+  }
+  if (!chosen.leftOut.empty()) {
+    out.Note(path, Counted(std::ssize(chosen.leftOut), "bone") +
+                       " left out: " + JoinedFew(chosen.leftOut));
   }
 }
 
@@ -207,6 +226,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   const module::handler& handler = host.ExporterOf(path);
   rootbone root;
   if (IsSkeletal(kind)) {
+    LeaveOutBones(out, path, options.bones, scene);
     root = HangOnRootBone(scene);
   }
   if (!scene.Nodes().empty()) {
