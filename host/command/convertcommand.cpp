@@ -19,6 +19,7 @@ struct convertjob {
   std::string source;
   std::string target;
   std::string mdx;
+  std::string boneMap;
   importoptions in;
   exportoptions out;
   sceneoptions scene;
@@ -47,6 +48,12 @@ void CheckConversion(const convertjob& job, filekind from, filekind to) {
       throw failure(option->get_name(), "makes no sense between two models: it is for scene files",
                     kExitUsage);
     }
+  }
+  if (!job.boneMap.empty() &&
+      (from == filekind::Scene ? !IsSkeletal(to) : to != filekind::Scene || !IsSkeletal(from))) {
+    throw failure(job.boneMap,
+                  "--bone-map makes no sense here: it is between a scene and a skeletal model",
+                  kExitUsage);
   }
   job.in.table.RequireFor(from, job.source);
   job.out.table.RequireFor(to, job.target);
@@ -96,7 +103,8 @@ int Convert(programstate& state, const convertjob& job) {
     CheckExport(job.target, out);
   }
   // A whole skeleton that comes from a file can be said in one, and stays as it is.
-  out.helperBones = out.helperBones && (!IsSkeletal(from) || out.bones.Any());
+  out.helperBones = out.helperBones && (!IsSkeletal(from) || out.rig.bones.Any());
+  out.rig.boneMap = job.boneMap;
   core::scene scene;
   if (from == filekind::Scene) {
     ReadSceneFile(state.out, job.source, job.scene.For(to), scene);
@@ -104,6 +112,7 @@ int Convert(programstate& state, const convertjob& job) {
     importchoices in = job.in.choices;
     in.ask = job.mdx.empty() && job.batch.Ask(job.in.table);
     in.mdx = from == filekind::Mdm ? job.mdx : std::string();
+    in.boneMap = job.boneMap;
     in.shapes = !IsSkeletal(to);
     in.skin = job.in.skins.empty() ? std::string() : job.in.skins.back();
     const int code = ImportModel(state.out, host, job.source, in, scene);
@@ -147,6 +156,7 @@ void DefineConvert(CLI::App& app, programstate& state) {
                    "The mdx file of IN, if that is an mdm, else of OUT (default: the one of the "
                    "same name)")
       ->option_text("FILE");
+  DefineBoneMap(*command, job->boneMap);
   job->in.Define(*command, "--no-skeleton");  // --no-bones chooses those that are written
   job->out.Define(*command);
   job->scene.Define(*command);

@@ -55,6 +55,8 @@ void DefineExport(CLI::App& app, programstate& state) {
           ->group("Export");
   mdx->excludes(job->options.noMdx);
   job->options.table.Add(mdx, {filekind::Mdm});
+  job->options.table.Add(DefineBoneMap(*command, job->options.rig.boneMap)->group("Export"),
+                         {filekind::Mds, filekind::Mdm, filekind::Mdx});
   job->scene.Define(*command);
   job->batch.Define(*command);
   DefineQuiet(*command, state);

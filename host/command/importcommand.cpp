@@ -119,6 +119,8 @@ void DefineImport(CLI::App& app, programstate& state) {
       ->allow_extra_args(false)
       ->option_text("TAG=MODEL")
       ->group("Import");
+  job->options.table.Add(DefineBoneMap(*command, job->options.choices.boneMap)->group("Import"),
+                         {filekind::Mds, filekind::Mdm});
   job->scene.Define(*command);
   job->scene.DefineShapes(*command, job->options.table);
   job->batch.Define(*command);

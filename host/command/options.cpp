@@ -192,15 +192,23 @@ void exportoptions::Define(CLI::App& app) {
               ->group(kGroup);
   table.Add(noMdx, {filekind::Mdm});
   for (CLI::Option* option :
-       {app.add_option("--bones", bones.only,
+       {app.add_option("--bones", rig.bones.only,
                        "The joints that become bones, by name: * stands for any text, ? for a "
                        "character; may be given several times (default: all). Weights of a "
                        "joint that is left out go to the nearest bone above it. Tags stay. An mdm "
                        "and its mdx need the same choice"),
-        app.add_option("--no-bones", bones.without,
+        app.add_option("--no-bones", rig.bones.without,
                        "Joints or tags that do not become bones, as with --bones")}) {
     table.Add(option->allow_extra_args(false)->option_text("GLOB")->group(kGroup), skeletal);
   }
+  table.Add(
+      app.add_option("--torso", rig.torso,
+                     "The bone that the torso begins with: it and what hangs from it follow the "
+                     "torso in the games, nothing else does (default: by the names of the games' "
+                     "skeleton)")
+          ->option_text("BONE")
+          ->group(kGroup),
+      skeletal);
   table.Add(AddOff(app, "--no-helper-bones", helperBones,
                    "Write the skeleton as it is. Without this, a bone whose distance from its "
                    "parent changes gets a helper bone between the two, and a further top bone "
@@ -230,6 +238,14 @@ void batchoption::Define(CLI::App& app) {
 
 bool batchoption::Ask(const optiontable& answers) const {
   return CanAsk() && !batch && !answers.AnyGiven();
+}
+
+CLI::Option* DefineBoneMap(CLI::App& app, std::string& path) {
+  return app
+      .add_option("--bone-map", path,
+                  "A text file with lines Name in scene = Name in game: bones are renamed by it, "
+                  "from the scene's names to the games' on export, the other way on import")
+      ->option_text("FILE");
 }
 
 void RequireRange(CLI::Option* option, double low, double high) {

@@ -8,7 +8,7 @@
 #include "command/files/paths.h"
 #include "command/finish/finishmodel.h"
 #include "command/run/answers.h"
-#include "command/skeleton/bonechoice.h"
+#include "command/skeleton/rig.h"
 
 namespace CLI {
 class App;
@@ -49,7 +49,7 @@ struct importoptions {
 struct exportoptions {
   exportchoices choices;
   finishsteps finish;
-  bonechoice bones;
+  rigoptions rig;
   bool sequences = false;
   bool helperBones = true;
   bool force = false;
@@ -71,6 +71,9 @@ struct batchoption {
   void Define(CLI::App& app);
   bool Ask(const optiontable& answers) const;
 };
+
+// --bone-map, whose file is for bones of an import or an export.
+CLI::Option* DefineBoneMap(CLI::App& app, std::string& path);
 
 // The option's number lies between the two, which no NaN does.
 void RequireRange(CLI::Option* option, double low, double high);

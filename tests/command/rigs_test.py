@@ -119,6 +119,68 @@ class Rigs(program.ProgramTest):
         self.marrow("convert", "a.mds", "b.mds", "--no-bones=tag_*")
         self.assertEqual((self.info("b.mds")["numBones"], self.info("b.mds")["numTags"]), (19, 0))
 
+    def test_the_torso(self):
+        for name, mdx in ("a.mds", "a.mds"), ("a.mdm", "a.mdx"):
+            self.export(name, "--torso", "Bip01 Neck")
+            info = self.info(mdx)
+            self.assertEqual(info["bones"][info["torsoParent"]]["name"], "Bip01 Neck")
+            for bone in info["bones"]:
+                self.assertEqual(bone["torsoWeight"], float("Neck" in bone["name"]
+                                                            or "ead" in bone["name"]), bone)
+        self.assertEqual([(tag["name"], tag["torsoWeight"]) for tag in self.info("a.mds")["tags"]],
+                         [("tag_weapon", 0), ("tag_head", 1)])
+        self.fails(1, "export", SAMPLE, "-o", "x.mds", "--torso=bip01 nek",
+                   saying=["no bone bip01 nek", "did you mean Bip01 Neck"])
+
+        def rename(document, nodes):
+            for node in document["nodes"]:
+                node["name"] = node.get("name", "").replace("Bip01 ", "mix:")
+
+        self.scene("mix.gltf", rename)
+        for name in "b.mds", "b.mdm", "b.mdx":
+            err = self.marrow("export", "mix.gltf", "-o", name).err
+            self.assertEqual(err.count("no bone has a name of the games' skeleton"), 1, err)
+        self.assertEqual(self.marrow("export", "mix.gltf", "-o", "b.mds", "--torso=mix:Spine").err, "")
+
+    def test_names_of_the_scene_and_of_the_games(self):
+        self.write("m.txt", "\ufeff# rig = game\r\nhips of rig = Bip01 Spine\r\n\nx=y\n"
+                            "Bip01 Head = Bip01 Neck\nBip01 Neck = Bip01 Head\n")
+        self.export("a.mds")
+        self.marrow("import", "a.mds", "-o", "a.glb", "--bone-map", "m.txt", "--first-frame")
+        names = [node["name"] for node in self.info("a.glb")["nodes"] if node["type"] == "bone"]
+        self.assertEqual(names[1:7], ["Bip01 Pelvis", "hips of rig", "Bip01 Spine1", "Bip01 Spine2",
+                                      "Bip01 Head", "Bip01 Neck"])
+        self.marrow("export", "a.glb", "-o", "b.mds", "--bone-map", "m.txt", "--torso=hips of rig",
+                    "--origin=hips of rig")
+        info = self.info("b.mds")
+        self.assertEqual([bone["name"] for bone in info["bones"]],
+                         [bone["name"] for bone in self.info("a.mds")["bones"]])
+        self.assertEqual(info["bones"][info["torsoParent"]]["name"], "Bip01 Spine")
+        for text, *saying in (("a = b\nc", "line 2", "has no ="), ("\n = b", "line 2", "before"),
+                              ("a=b\na=c", "line 2", "a of the scene"),
+                              ("a=b\nc=b", "line 2", "b of the game")):
+            self.write("bad.txt", text)
+            self.fails(1, "export", SAMPLE, "-o", "x.mds", "--bone-map", "bad.txt",
+                       saying=["bad.txt", *saying])
+        self.write("bad.txt", "Bip01 Neck = Bip01 Head")
+        self.fails(1, "export", SAMPLE, "-o", "x.mds", "--bone-map", "bad.txt",
+                   saying=["Bip01 Neck cannot be renamed to Bip01 Head"])
+
+    def test_names_that_a_file_cuts(self):
+        def lengthen(document, nodes):
+            for name, end in (("Bip01 Neck", "a"), ("Bip01 Head", "b"), ("body", "c"), ("sword", "d")):
+                nodes[name]["name"] = "\u00fc" * 40 + end
+            nodes["tag_weapon"]["name"] = "tag_head.001"
+
+        self.scene("long.gltf", lengthen)
+        for name in "a.mds", "a.mdm", "a.mdc":
+            err = self.marrow("export", "long.gltf", "-o", name).err
+            self.assertRegex(err, "second tag .*: tag_head.001\n")
+            info = self.info(name)
+            for names in ("surfaces", "bones", "tags"):
+                names = [entry["name"] for entry in info.get(names, [])]
+                self.assertEqual(len(set(names)), len(names), names)
+
 
 if __name__ == "__main__":
     program.main()

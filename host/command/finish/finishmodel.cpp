@@ -12,8 +12,10 @@
 #include "command/failure.h"
 #include "command/finish/normals.h"
 #include "command/finish/openmodel.h"
+#include "command/finish/torso.h"
 #include "files/disk.h"
 #include "mdmmdx/mdmfile.h"
+#include "mdmmdx/mdxfile.h"
 #include "mds/mdsfile.h"
 
 namespace command {
@@ -92,12 +94,17 @@ void Rewrite(const std::string& told, const std::string& path, Change&& change) 
 void FinishModel(console& out, const std::string& told, const std::string& path, filekind kind,
                  const finishsteps& steps, const core::scene& scene,
                  const std::optional<framerange>& range) {
-  if (!steps.normals && kind != filekind::Mdc) {
-    return;
-  }
   const auto skins = [&](const auto& file) {
-    SetSkinNormals(file, scene);
-    return true;
+    if (steps.normals) {
+      SetSkinNormals(file, scene);
+    }
+    return steps.normals;
+  };
+  const auto torso = [&](const auto& file) {
+    if (steps.torso) {
+      SetTorso(file, *steps.torso);
+    }
+    return steps.torso.has_value();
   };
   if (kind == filekind::Mdc) {
     Rewrite<cmdcfile>(told, path, [&](const cmdcfile& file) {
@@ -115,9 +122,14 @@ void FinishModel(console& out, const std::string& told, const std::string& path,
       return start.has_value();
     });
   } else if (kind == filekind::Mds) {
-    Rewrite<cmdsfile>(told, path, skins);
+    Rewrite<cmdsfile>(told, path, [&](const cmdsfile& file) {
+      const bool lit = skins(file);
+      return torso(file) || lit;
+    });
   } else if (kind == filekind::Mdm) {
     Rewrite<cmdmfile>(told, path, skins);
+  } else if (kind == filekind::Mdx) {
+    Rewrite<cmdxfile>(told, path, torso);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -13,7 +14,8 @@ namespace command {
 // What an export does in a file that a handler has written, before the file is checked and takes
 // its name.
 struct finishsteps {
-  bool normals = true;  // those that the games light by, in place of the handler's
+  bool normals = true;                // those that the games light by, in place of the handler's
+  std::optional<std::int32_t> torso;  // number of the bone that is the torso's parent
 };
 
 // Changes the model at `path`, written from the scene over the range, in place: records keep their

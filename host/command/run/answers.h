@@ -48,6 +48,7 @@ struct importchoices {
   bool bones = true;
   bool materials = true;
   bool animation = true;
+  std::string boneMap;                   // path of the file with names for bones; empty: none
   std::string mdx;                       // of an mdm
   std::vector<std::string> gameFolders;  // to look for images in, later ones first
 };

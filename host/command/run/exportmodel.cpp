@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
@@ -10,9 +9,8 @@
 #include "command/finish/finishmodel.h"
 #include "command/finish/storedname.h"
 #include "command/run/transfer.h"
-#include "command/skeleton/bonechoice.h"
 #include "command/skeleton/helperbones.h"
-#include "command/skeleton/rootbone.h"
+#include "command/skeleton/rig.h"
 #include "command/skeleton/skeletonlosses.h"
 #include "command/wording.h"
 #include "core/state.h"
@@ -51,45 +49,19 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
   }
 }
 
-void RequireOrigin(const std::string& path, const std::string& origin, const core::scene& scene) {
+// The place of the origin's node in the scene, if one is named.
+std::size_t OriginOf(const std::string& path, const std::string& origin, const core::scene& scene) {
   std::vector<std::string> names;
   for (const cnode* node : scene.Nodes()) {
     names.push_back(node->State().name);
   }
-  if (!origin.empty() && std::ranges::find(names, origin) == names.end()) {
+  const auto found = std::ranges::find(names, origin);
+  if (!origin.empty() && found == names.end()) {
     const std::string near = DidYouMean(origin, names);
     throw failure(path, "the scene has no node " + origin + " for --origin" +
                             (near.empty() ? "; there are: " + JoinedFew(names) : near));
   }
-}
-
-void LeaveOutBones(console& out, const std::string& path, const bonechoice& choice,
-                   core::scene& scene) {
-  chosenbones chosen;
-  try {
-    chosen = ChooseBones(scene, choice);
-  } catch (const std::runtime_error& refused) {
-    throw failure(path, refused.what());
-  }
-  for (const std::string& pattern : chosen.unmatched) {
-    out.Warning(path, "no bone of the scene matches " + pattern);
-  }
-  if (!chosen.leftOut.empty()) {
-    out.Note(path, Counted(std::ssize(chosen.leftOut), "bone") +
-                       " left out: " + JoinedFew(chosen.leftOut));
-  }
-}
-
-void TellRootBone(console& out, const std::string& path, const rootbone& made) {
-  if (made.name.empty()) {
-    return;
-  }
-  out.Note(path, "the scene has no bones, so its surfaces and tags hang from one root bone, " +
-                     made.name);
-  if (!made.moving.empty()) {
-    out.Warning(path, "surfaces on the root bone stay where they are at frame 0, and these move: " +
-                          JoinedFew(made.moving));
-  }
+  return static_cast<std::size_t>(found - names.begin());
 }
 
 void TellWhatWasHelped(console& out, const std::string& path, const helperbones& made) {
@@ -224,14 +196,19 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   const filekind kind = KindOf(path);
   std::string mdx = MdxToWrite(options.choices.mdx);
   const module::handler& handler = host.ExporterOf(path);
-  rootbone root;
-  if (IsSkeletal(kind)) {
-    LeaveOutBones(out, path, options.bones, scene);
-    root = HangOnRootBone(scene);
-  }
+  exportchoices choices = options.choices;
+  preparedrig rig;
   if (!scene.Nodes().empty()) {
-    RequireOrigin(path, options.choices.origin, scene);
+    const std::size_t origin = OriginOf(path, choices.origin, scene);
+    if (IsSkeletal(kind)) {
+      const bool animated = kind != filekind::Mdm || !mdx.empty();
+      rig = PrepareRig(out, path, animated, options.rig, scene);
+    }
+    TellNames(out, path, kind, scene);
     TellWhatIsLeftOut(out, path, kind, scene);
+    if (!choices.origin.empty()) {
+      choices.origin = scene.Nodes()[origin]->GetName();
+    }
   }
 
   helperbones helped;
@@ -246,7 +223,6 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
   }
   CheckMdxPath(skeleton.written);
-  exportchoices choices = options.choices;
   choices.mdx = skeleton.written;
   if (kind == filekind::Mdc) {
     choices.mostFrames = kMostMdcFrames;
@@ -275,12 +251,17 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   mdx = skeleton.path;
   const std::optional<framerange>& range = answers.Range();
+  finishsteps finish = options.finish;
+  if (rig.torso != nullptr) {
+    finish.torso = BoneNumber(scene, kind == filekind::Mdm ? filekind::Mdx : kind, *rig.torso);
+  }
   SetStoredName(model.written, FullPath(path), kind, choices.modelsDir);
-  FinishModel(out, path, model.written, kind, options.finish, scene, range);
+  FinishModel(out, path, model.written, kind, finish, scene, range);
   const writtenmodel written = CheckWritten(model, scene, range, host.WriteFault());
   writtenmodel writtenMdx;
   if (!mdx.empty()) {
     SetStoredName(skeleton.written, FullPath(mdx), filekind::Mdx, choices.modelsDir);
+    FinishModel(out, mdx, skeleton.written, filekind::Mdx, finish, scene, range);
     writtenMdx = CheckWritten(skeleton, scene, range, host.WriteFault());
     if (const std::string fault = FaultOfPair(model.written, skeleton.written); !fault.empty()) {
       throw NotWritten(path, "does not fit to " + mdx + ": " + fault);
@@ -292,7 +273,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
         AddSequences(out, set, kind == filekind::Mdm ? mdx : path, options, *range, fps, scene);
   }
   set.Commit();
-  TellRootBone(out, path, root);
+  TellRootBone(out, path, rig.root);
   TellWhatWasHelped(out, path, helped);
   TellWhatIsLost(out, path, kind, scene, range);
   if (!mdx.empty()) {

@@ -5,6 +5,7 @@
 #include "command/finish/gameimages.h"
 #include "command/finish/mdcframes.h"
 #include "command/run/transfer.h"
+#include "command/skeleton/bonemap.h"
 #include "command/wording.h"
 #include "core/state.h"
 
@@ -90,6 +91,15 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
     frames->Take(scene, chosen.shapes);
   } else {
     TakeFileNormals(out, path, KindOf(path), scene);
+  }
+  if (!chosen.boneMap.empty()) {
+    try {
+      bonemap(chosen.boneMap).Rename(scene, renaming::ToScene);
+    } catch (const failure&) {
+      throw;
+    } catch (const std::runtime_error& refused) {
+      throw failure(path, refused.what());
+    }
   }
   FindGameImages(out, path, chosen.gameFolders, scene);
   return kExitDone;

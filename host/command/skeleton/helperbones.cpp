@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "command/skeleton/hanging.h"
+#include "command/skeleton/names.h"
 #include "core/pose.h"
 #include "core/state.h"
 #include "core/track.h"
@@ -24,8 +25,6 @@ constexpr double kWorthShare = 2.0 * std::numbers::pi / 65536.0;
 // A helper's length against the bone's largest distance. At half of it the knee would be straight
 // there and snap through its last degrees in no time.
 constexpr double kHelperLength = 0.55;
-// Bytes that the formats keep of a name.
-constexpr std::size_t kLongestName = 63;
 
 // A bone on its way to another parent, with its keys there.
 struct topbone {
@@ -179,7 +178,7 @@ class helpernames {
   }
 
  private:
-  static std::string Kept(const std::string& name) { return name.substr(0, kLongestName); }
+  static std::string Kept(const std::string& name) { return name.substr(0, kKeptOfName); }
 
   std::unordered_set<std::string> taken_;
 };

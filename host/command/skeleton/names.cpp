@@ -1,0 +1,118 @@
+#include "command/skeleton/names.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <unordered_set>
+
+#include "core/state.h"
+
+namespace command {
+
+namespace {
+
+// Cut to a whole character of UTF-8 within the length.
+std::string Start(const std::string& name, std::size_t length) {
+  while (length > 0 && length < name.size() &&
+         (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U) {
+    --length;
+  }
+  return name.substr(0, length);
+}
+
+bool IsTagOf(const cnode& node, filekind kind) {
+  return IsTagName(node.State().name) &&
+         (kind == filekind::Mdc || node.State().type == kNodeBone) && kind != filekind::Mdx;
+}
+
+void TellApart(const std::vector<cnode*>& nodes, std::vector<std::string>& changed) {
+  std::unordered_set<std::string> taken;
+  for (const cnode* node : nodes) {
+    if (node->State().name.size() <= kKeptOfName) {
+      taken.insert(node->State().name);
+    }
+  }
+  for (cnode* node : nodes) {
+    const std::string whole = node->State().name;
+    if (whole.size() <= kKeptOfName) {
+      continue;
+    }
+    std::string kept = Start(whole, kKeptOfName);
+    for (int number = 2; !taken.insert(kept).second; ++number) {
+      const std::string behind = "~" + std::to_string(number);
+      kept = Start(whole, kKeptOfName - behind.size()) + behind;
+    }
+    node->SetName(kept.c_str());
+    if (!whole.starts_with(kept)) {
+      changed.push_back(std::move(kept));
+    }
+  }
+}
+
+bool IsStandard(std::string name) {
+  constexpr std::size_t kPrefix = 6;  // "Bip01 "
+  if (name.size() > kPrefix && name.find("Bip") != std::string::npos) {
+    name.erase(0, kPrefix);
+  }
+  name = Folded(name);
+  constexpr std::array<std::string_view, 7> kMiddle{"pelvis", "spine", "spine1", "spine2",
+                                                    "spine3", "neck",  "head"};
+  constexpr std::array<std::string_view, 8> kSides{"clavicle", "upperarm", "forearm", "hand",
+                                                   "thigh",    "calf",     "foot",    "toe0"};
+  if (std::ranges::find(kMiddle, name) != kMiddle.end()) {
+    return true;
+  }
+  if (!name.starts_with("l ") && !name.starts_with("r ")) {
+    return false;
+  }
+  const std::string_view part = std::string_view(name).substr(2);
+  constexpr std::string_view kFinger = "finger";
+  if (part.starts_with(kFinger)) {  // finger0 to finger42: five of three joints
+    const std::string_view joint = part.substr(kFinger.size());
+    return !joint.empty() && joint[0] >= '0' && joint[0] <= '4' &&
+           (joint.size() == 1 || joint.substr(1) == "1" || joint.substr(1) == "2");
+  }
+  return std::ranges::find(kSides, part) != kSides.end();
+}
+
+}  // namespace
+
+std::vector<std::string> TellCutNamesApart(core::scene& scene, filekind kind) {
+  std::vector<cnode*> bones;
+  std::vector<cnode*> surfaces;
+  for (cnode* node : scene.Nodes()) {
+    const int type = node->GetType();
+    if (type == kNodeSkin || (type == kNodeMesh && kind == filekind::Mdc)) {
+      surfaces.push_back(node);
+    }
+    if (kind == filekind::Mdc ? IsTagOf(*node, kind) : type == kNodeBone) {
+      bones.push_back(node);
+    }
+  }
+  std::vector<std::string> changed;
+  TellApart(bones, changed);
+  TellApart(surfaces, changed);
+  return changed;
+}
+
+std::vector<std::string> NumberedTags(const core::scene& scene, filekind kind) {
+  std::vector<std::string> found;
+  for (const cnode* node : scene.Nodes()) {
+    const std::string& name = node->State().name;
+    if (name.size() > 4 && name[name.size() - 4] == '.' && IsTagOf(*node, kind) &&
+        std::all_of(name.end() - 3, name.end(),
+                    [](char letter) { return letter >= '0' && letter <= '9'; })) {
+      found.push_back(name);
+    }
+  }
+  return found;
+}
+
+bool HasStandardBone(const core::scene& scene) {
+  return std::ranges::any_of(scene.Nodes(), [](const cnode* node) {
+    return node->State().type == kNodeBone && !IsTagName(node->State().name) &&
+           IsStandard(node->State().name);
+  });
+}
+
+}  // namespace command
