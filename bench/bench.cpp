@@ -1,6 +1,7 @@
 // The handlers over growing models. Without arguments of its own it is a Google Benchmark
 // program; with --case it measures one case alone:
-//   --case FORMAT export|import|bare FRAMES SURFACES VERTS-PER-SURFACE JOINTS WEIGHTS
+//   --case FORMAT export|import|scene|bare|barescene FRAMES SURFACES VERTS-PER-SURFACE JOINTS
+//   WEIGHTS
 
 #include <benchmark/benchmark.h>
 
@@ -74,10 +75,13 @@ int RunCase(char** arguments) {
                  "a case has at least 1 frame, 1 surface, 20 vertices, 1 joint and 1 weight\n");
     return EXIT_FAILURE;
   }
-  if (kind == "bare") {
-    return MeasureCase(size, format, measuredrun::BareLoop);
+  for (const auto& [name, what] : kMeasuredRuns) {
+    if (kind == name) {
+      return MeasureCase(size, format, what);
+    }
   }
-  return MeasureCase(size, format, kind == "import" ? measuredrun::Import : measuredrun::Export);
+  std::fprintf(stderr, "no kind of run: %s\n", arguments[1]);
+  return EXIT_FAILURE;
 }
 
 }  // namespace

@@ -7,7 +7,10 @@
 #include <system_error>
 #include <vector>
 
+#include "command/finish/finishmodel.h"
+#include "command/finish/mdcframes.h"
 #include "core/state.h"
+#include "gltf/gltf.h"
 
 namespace {
 
@@ -144,6 +147,27 @@ int benchhost::Import(const benchfile& file) {
   core::scene::MakeCurrent(&imported);
   const int result = module_->FindImporter(file.Format())->importer->Import(file.Path().c_str());
   core::scene::MakeCurrent(&scene_);
+  return result;
+}
+
+void benchhost::SetNormals(const benchfile& file, int frames) {
+  command::console out;
+  command::FinishModel(out, file.Path(), file.Path(), command::filekind::Mdc, {}, scene_,
+                       command::framerange{0, frames});
+}
+
+int benchhost::WriteScene(const benchfile& file) {
+  command::mdcframes frames(file.Path());
+  frames.Choose({});
+  core::scene imported;
+  core::scene::MakeCurrent(&imported);
+  int result = module_->FindImporter(file.Format())->importer->Import(file.Path().c_str());
+  core::scene::MakeCurrent(&scene_);
+  if (result == 1) {
+    frames.Take(imported, true);
+    gltf::report told;
+    result = gltf::WriteScene(imported, file.ScenePath(), {.scale = 40.0}, told) ? 1 : 0;
+  }
   return result;
 }
 

@@ -34,6 +34,7 @@ class benchfile {
 
   const std::string& Path() const { return path_; }
   const std::string& Format() const { return format_; }
+  std::string ScenePath() const { return directory_ + "/bench.glb"; }
   // The skeleton beside an mdm file.
   std::string SkeletonPath() const { return directory_ + "/bench.mdx"; }
 
@@ -58,6 +59,10 @@ class benchhost {
   // Into an empty scene of its own, which is gone afterwards. All of a skeletal model's frames
   // become keys.
   int Import(const benchfile& file);
+  // Of an mdc: the normals that the command sets after an export of so many frames.
+  void SetNormals(const benchfile& file, int frames);
+  // Of an mdc: all frames into a scene file, as the command does it.
+  int WriteScene(const benchfile& file);
   void SetFrames(int frames) { scene_.animEnd = frames - 1; }
 
  private:

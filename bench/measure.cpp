@@ -3,12 +3,14 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include "bareframes.h"
 #include "bareloop.h"
 
 namespace {
@@ -59,20 +61,18 @@ extern "C" [[gnu::noinline]] int MeasuredRun(benchhost* host, const benchfile* f
       return host->Export(*file);
     case measuredrun::Import:
       return host->Import(*file);
+    case measuredrun::Scene:
+      return host->WriteScene(*file);
+    case measuredrun::BareScene:
+      return WriteBareFrames(file->Path(), file->ScenePath()) > 0 ? 1 : 0;
     default:
       return std::isfinite(DecodeBare(file->Path())) ? 1 : 0;
   }
 }
 
 const char* NameOf(measuredrun what) {
-  switch (what) {
-    case measuredrun::Export:
-      return "export";
-    case measuredrun::Import:
-      return "import";
-    default:
-      return "bare";
-  }
+  return std::ranges::find(kMeasuredRuns, what, [](const auto& each) { return each.second; })
+      ->first;
 }
 
 }  // namespace
@@ -89,6 +89,9 @@ int MeasureCase(const modelsize& size, const std::string& format, measuredrun wh
   host.SetFrames(size.frames);
   if (what != measuredrun::Export && result == 1) {
     result = host.Export(file);
+  }
+  if (what == measuredrun::Scene || what == measuredrun::BareScene) {
+    host.SetNormals(file, size.frames);
   }
   malloc_trim(0);
   const double prepared = ProcessBytes("VmRSS");

@@ -1,13 +1,22 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "benchscene.h"
 
 enum class measuredrun {
   Export,
   Import,
-  BareLoop,  // DecodeBare on the file that an import would read
+  Scene,      // an mdc's every frame into a scene file
+  BareLoop,   // DecodeBare on the file that an import would read
+  BareScene,  // WriteBareFrames on the same
+};
+
+inline constexpr std::pair<const char*, measuredrun> kMeasuredRuns[] = {
+    {"export", measuredrun::Export},       {"import", measuredrun::Import},
+    {"scene", measuredrun::Scene},         {"bare", measuredrun::BareLoop},
+    {"barescene", measuredrun::BareScene},
 };
 
 // Measures one case in this process and prints it as one line of JSON. 0: the runs gave 1.

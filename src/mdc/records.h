@@ -90,7 +90,7 @@ using mdcSt = std::array<little<float>, 2>;
 
 struct mdcXyzNormal {
   std::array<little<std::int16_t>, 3> xyz;
-  // A code of the game's, which Marrow neither makes nor reads.
+  // A code of the game's, which the handlers neither make nor read.
   little<std::uint16_t> normal;
 };
 static_assert(sizeof(mdcXyzNormal) == 8);
