@@ -289,10 +289,13 @@ def main():
     trial = Trial(options.marrow, options.sample, 110 if options.short else 4500, options.seed)
     trial.closed_pipe()
     trial.kills(0.15, 2000)
-    trial.kills_at_calls(0.25)
     trial.signals(0.2, 200)
-    trial.failing_calls(0.3)
     trial.pairs(0.1, 500)
+    if subprocess.run(["strace", "-o", "/dev/null", "true"], capture_output=True).returncode == 0:
+        trial.kills_at_calls(0.25)
+        trial.failing_calls(0.3)
+    else:
+        print("this machine lets nobody trace: no failing calls and no kills at calls")
     sys.exit(trial.table())
 
 
