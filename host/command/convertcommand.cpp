@@ -119,7 +119,7 @@ int Convert(programstate& state, const convertjob& job) {
     if (code != kExitDone) {
       return code;
     }
-    if (!in.shapes && scene.animEnd > scene.animStart) {
+    if (from == filekind::Mdc && !in.shapes && scene.animEnd > scene.animStart) {
       state.out.Warning(
           job.target, "surfaces keep the shape that they have in the first frame of " + job.source +
                           ", since bones cannot move each vertex on its own");
