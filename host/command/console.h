@@ -22,6 +22,9 @@ class console {
   // standard error is.
   void SetProgressLines(bool lines) { progressLines_ = lines; }
 
+  // For output that is shown later, as a whole.
+  void HideProgress() { terminal_ = progressLines_ = false; }
+
   void Error(const std::string& subject, const std::string& text);
   void Warning(const std::string& subject, const std::string& text);
   void Note(const std::string& subject, const std::string& text);

@@ -7,6 +7,8 @@
 #include "command/files/modelcheck.h"
 #include "command/files/scenefile.h"
 #include "command/files/sequencefile.h"
+#include "command/outputs.h"
+#include "command/run/eachinput.h"
 #include "command/run/transfer.h"
 #include "core/timeline.h"
 #include "core/utf8path.h"
@@ -16,6 +18,9 @@ namespace command {
 namespace {
 
 struct convertjob {
+  std::vector<std::string> files;
+  outputoptions output;
+  bool alone = true;  // and not one of several inputs
   std::string source;
   std::string target;
   std::string mdx;
@@ -96,7 +101,7 @@ int Convert(programstate& state, const convertjob& job) {
   modelhost host(state.out, state.modulePath);
   CheckConversion(job, from, to);
   exportoptions out = job.out;
-  out.choices.ask = job.mdx.empty() && job.batch.Ask(out.table);
+  out.choices.ask = job.alone && job.mdx.empty() && job.batch.Ask(out.table);
   out.ChooseMdx(job.target, from == filekind::Mdm ? "" : job.mdx);
   if (to != filekind::Scene) {
     host.ExporterOf(job.target);
@@ -110,7 +115,7 @@ int Convert(programstate& state, const convertjob& job) {
     ReadSceneFile(state.out, job.source, job.scene.For(to), scene);
   } else {
     importchoices in = job.in.choices;
-    in.ask = job.mdx.empty() && job.batch.Ask(job.in.table);
+    in.ask = job.alone && job.mdx.empty() && job.batch.Ask(job.in.table);
     in.mdx = from == filekind::Mdm ? job.mdx : std::string();
     in.boneMap = job.boneMap;
     in.shapes = !IsSkeletal(to);
@@ -138,23 +143,48 @@ int Convert(programstate& state, const convertjob& job) {
   return ExportModel(state.out, host, job.target, out, job.scene.how.fps, scene);
 }
 
+int ConvertAll(programstate& state, const convertjob& job) {
+  std::vector<std::string> sources = job.files;
+  std::vector<std::string> targets;
+  if (!job.output.target.empty() || !job.output.kind.empty()) {
+    targets = job.output.For(sources);
+  } else if (sources.size() == 2) {
+    targets.push_back(sources.back());
+    sources.pop_back();
+  } else {
+    throw failure("",
+                  "convert takes the file to read and the file to write, or files to read and "
+                  "--to KIND",
+                  kExitUsage);
+  }
+  job.out.RequireApart(targets, KindOf(sources.front()) == filekind::Mdm ? "" : job.mdx);
+  return ForEachInput(state.out, sources, job.output.jobs, [&](std::size_t i) {
+    convertjob each = job;
+    each.alone = sources.size() == 1;
+    each.source = sources[i];
+    each.target = targets[i];
+    return Convert(state, each);
+  });
+}
+
 }  // namespace
 
 void DefineConvert(CLI::App& app, programstate& state) {
   const auto job = std::make_shared<convertjob>();
   CLI::App* command = app.add_subcommand(
       "convert", "Turn a model or scene into one of another kind, by the files' suffixes");
-  command->add_option("IN", job->source, "The file to read: .glb, .gltf, .mdc, .mds or .mdm")
-      ->required();
   command
-      ->add_option("OUT", job->target,
-                   "The file to write: .glb, .gltf, .mdc, .mds, .mdm (with the .mdx of the same "
-                   "name) or .mdx")
+      ->add_option("FILE", job->files,
+                   "The file to read (.glb, .gltf, .mdc, .mds or .mdm) and the file to write "
+                   "(.glb, .gltf, .mdc, .mds, .mdm with the .mdx of the same name, or .mdx); with "
+                   "-o or --to, files to read alone")
       ->required();
+  job->output.Define(*command, "The file to write", "OUT",
+                     {"glb", "gltf", "mdc", "mds", "mdm", "mdx"});
   command
       ->add_option("--mdx", job->mdx,
-                   "The mdx file of IN, if that is an mdm, else of OUT (default: the one of the "
-                   "same name)")
+                   "The mdx file of the file to read, if that is an mdm, else of the one to write "
+                   "(default: the one of the same name)")
       ->option_text("FILE");
   DefineBoneMap(*command, job->boneMap);
   job->in.Define(*command, "--no-skeleton");  // --no-bones chooses those that are written
@@ -165,8 +195,8 @@ void DefineConvert(CLI::App& app, programstate& state) {
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   AddExamples(*command, {"marrow convert models/players/hero/body.mds body.mdm --sequences",
-                         "marrow convert body.mdm body.glb --mdx ../shared/human.mdx"});
-  command->callback([&state, job] { state.exitCode = Convert(state, *job); });
+                         "marrow convert *.mds -o scenes --to glb"});
+  command->callback([&state, job] { state.exitCode = ConvertAll(state, *job); });
 }
 
 }  // namespace command

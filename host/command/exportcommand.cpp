@@ -4,6 +4,8 @@
 #include "command/commands.h"
 #include "command/failure.h"
 #include "command/files/scenefile.h"
+#include "command/outputs.h"
+#include "command/run/eachinput.h"
 #include "command/run/transfer.h"
 
 namespace command {
@@ -11,26 +13,27 @@ namespace command {
 namespace {
 
 struct exportjob {
-  std::string source;
-  std::string target;
+  std::vector<std::string> sources;
+  outputoptions output;
   exportoptions options;
   sceneoptions scene;
   batchoption batch;
 };
 
-int Export(programstate& state, const exportjob& job) {
-  if (KindOf(job.source) != filekind::Scene) {
-    throw failure(job.source, "a scene file ends in .glb or .gltf", kExitUsage);
+int Export(programstate& state, const exportjob& job, const std::string& source,
+           const std::string& target) {
+  if (KindOf(source) != filekind::Scene) {
+    throw failure(source, "a scene file ends in .glb or .gltf", kExitUsage);
   }
   modelhost host(state.out, state.modulePath);
-  host.ExporterOf(job.target);
+  host.ExporterOf(target);
   exportoptions options = job.options;
-  options.choices.ask = job.batch.Ask(options.table);
-  options.ChooseMdx(job.target, options.choices.mdx);
-  CheckExport(job.target, options);
+  options.choices.ask = job.sources.size() == 1 && job.batch.Ask(options.table);
+  options.ChooseMdx(target, options.choices.mdx);
+  CheckExport(target, options);
   core::scene scene;
-  ReadSceneFile(state.out, job.source, job.scene.For(KindOf(job.target)), scene);
-  return ExportModel(state.out, host, job.target, options, job.scene.how.fps, scene);
+  ReadSceneFile(state.out, source, job.scene.For(KindOf(target)), scene);
+  return ExportModel(state.out, host, target, options, job.scene.how.fps, scene);
 }
 
 }  // namespace
@@ -38,13 +41,12 @@ int Export(programstate& state, const exportjob& job) {
 void DefineExport(CLI::App& app, programstate& state) {
   const auto job = std::make_shared<exportjob>();
   CLI::App* command = app.add_subcommand("export", "Turn a glTF scene into a game model");
-  command->add_option("SCENE", job->source, "The scene: a .glb or .gltf file")->required();
-  command
-      ->add_option("-o,--output", job->target,
-                   "The model to write: an mdc, mds, mdm or mdx file. An old one stays untouched "
-                   "until the new one reads back whole")
-      ->option_text("MODEL")
+  command->add_option("SCENE", job->sources, "The scene: a .glb or .gltf file, or several")
       ->required();
+  job->output.Define(*command,
+                     "The model to write: an mdc, mds, mdm or mdx file, of which an old one stays "
+                     "untouched until the new one reads back whole",
+                     "MODEL", {"mdc", "mds", "mdm", "mdx"});
   job->options.Define(*command);
   CLI::Option* mdx =
       command
@@ -62,8 +64,14 @@ void DefineExport(CLI::App& app, programstate& state) {
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   AddExamples(*command, {"marrow export walk.glb -o models/mapobjects/walk.mdc --origin tag_floor",
-                         "marrow export hero.glb -o models/players/hero/body.mdm --sequences"});
-  command->callback([&state, job] { state.exitCode = Export(state, *job); });
+                         "marrow export crate.glb barrel.glb -o models/mapobjects --to mdc"});
+  command->callback([&state, job] {
+    const std::vector<std::string> targets = job->output.For(job->sources);
+    job->options.RequireApart(targets, job->options.choices.mdx);
+    state.exitCode = ForEachInput(state.out, job->sources, job->output.jobs, [&](std::size_t i) {
+      return Export(state, *job, job->sources[i], targets[i]);
+    });
+  });
 }
 
 }  // namespace command

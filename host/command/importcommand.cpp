@@ -8,7 +8,9 @@
 #include "command/commands.h"
 #include "command/failure.h"
 #include "command/files/scenefile.h"
+#include "command/outputs.h"
 #include "command/run/attach.h"
+#include "command/run/eachinput.h"
 #include "command/run/transfer.h"
 
 namespace command {
@@ -16,8 +18,8 @@ namespace command {
 namespace {
 
 struct importjob {
-  std::string model;
-  std::string target;
+  std::vector<std::string> models;
+  outputoptions output;
   importoptions options;
   std::vector<attachment> attached;
   sceneoptions scene;
@@ -38,8 +40,9 @@ std::string SkinFor(const importjob& job, const std::string& tag) {
   return chosen;
 }
 
-void AttachAll(programstate& state, modelhost& host, const importjob& job, core::scene& scene) {
-  assembly whole(state.out, host, job.model, scene);
+void AttachAll(programstate& state, modelhost& host, const importjob& job, const std::string& model,
+               core::scene& scene) {
+  assembly whole(state.out, host, model, scene);
   for (const attachment& each : job.attached) {
     importchoices choices;
     choices.frame = each.frame;
@@ -51,22 +54,23 @@ void AttachAll(programstate& state, modelhost& host, const importjob& job, core:
   }
 }
 
-int Import(programstate& state, const importjob& job) {
-  const filekind kind = KindOf(job.model);
+int Import(programstate& state, const importjob& job, const std::string& model,
+           const std::string& target) {
+  const filekind kind = KindOf(model);
   if (kind == filekind::Mdx) {
-    throw failure(job.model,
+    throw failure(model,
                   "an mdx is a skeleton alone and comes in with its mesh: marrow import MODEL.mdm "
                   "--mdx FILE",
                   kExitUsage);
   }
-  if (KindOf(job.target) != filekind::Scene) {
-    throw failure(job.target, "a scene file ends in .glb or .gltf", kExitUsage);
+  if (KindOf(target) != filekind::Scene) {
+    throw failure(target, "a scene file ends in .glb or .gltf", kExitUsage);
   }
   modelhost host(state.out, state.modulePath);
-  host.ImporterOf(job.model);
-  job.options.table.RequireFor(kind, job.model);
+  host.ImporterOf(model);
+  job.options.table.RequireFor(kind, model);
   importchoices choices = job.options.choices;
-  choices.ask = job.batch.Ask(job.options.table);
+  choices.ask = job.models.size() == 1 && job.batch.Ask(job.options.table);
   choices.skin = SkinFor(job, "");
   for (const attachment& each : job.attached) {
     host.ImporterOf(each.model);
@@ -79,12 +83,12 @@ int Import(programstate& state, const importjob& job) {
     }
   }
   core::scene scene;
-  const int code = ImportModel(state.out, host, job.model, choices, scene);
+  const int code = ImportModel(state.out, host, model, choices, scene);
   if (code == kExitDone) {
     if (!job.attached.empty()) {
-      AttachAll(state, host, job, scene);
+      AttachAll(state, host, job, model, scene);
     }
-    WriteSceneFile(state.out, scene, job.target, job.scene.how);
+    WriteSceneFile(state.out, scene, target, job.scene.how);
   }
   return code;
 }
@@ -94,10 +98,11 @@ int Import(programstate& state, const importjob& job) {
 void DefineImport(CLI::App& app, programstate& state) {
   const auto job = std::make_shared<importjob>();
   CLI::App* command = app.add_subcommand("import", "Turn a game model into a glTF scene");
-  command->add_option("MODEL", job->model, "The model: an mdc, mds or mdm file")->required();
-  command->add_option("-o,--output", job->target, "The scene to write: a .glb or .gltf file")
-      ->option_text("SCENE")
+  command->add_option("MODEL", job->models, "The model: an mdc, mds or mdm file, or several")
       ->required();
+  job->output.usual = "glb";
+  job->output.Define(*command, "The scene to write: a .glb or .gltf file", "SCENE",
+                     {"glb", "gltf"});
   job->options.Define(*command, "--no-skeleton,--no-bones");
   job->options.table.Add(
       command
@@ -127,8 +132,13 @@ void DefineImport(CLI::App& app, programstate& state) {
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   AddExamples(*command, {"marrow import models/players/hero/body.mds -o hero.glb --skin dark",
-                         "marrow import body.mdm -o hero.glb --attach tag_head=head.mdc"});
-  command->callback([&state, job] { state.exitCode = Import(state, *job); });
+                         "marrow import body.mdm --attach tag_head=head.mdc"});
+  command->callback([&state, job] {
+    const std::vector<std::string> targets = job->output.For(job->models);
+    state.exitCode = ForEachInput(state.out, job->models, job->output.jobs, [&](std::size_t i) {
+      return Import(state, *job, job->models[i], targets[i]);
+    });
+  });
 }
 
 }  // namespace command

@@ -1,17 +1,15 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
-#include <exception>
 #include <iostream>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "command/commands.h"
 #include "command/failure.h"
+#include "command/run/eachinput.h"
 #include "command/wording.h"
 #include "files/cleanup.h"
-#include "files/replacement.h"
 
 namespace {
 
@@ -86,17 +84,5 @@ int main(int argc, char** argv) {
 #endif
   files::CleanUpOnSignals();
   command::programstate state;
-  try {
-    return Finish(state, Parse(argc, argv, state));
-  } catch (const command::failure& failed) {
-    state.out.Error(failed.Subject(), failed.what());
-    return failed.ExitCode();
-  } catch (const files::fault& failed) {
-    state.out.Error(failed.Path(), failed.what());
-  } catch (const std::bad_alloc&) {
-    state.out.Error("", "there is not enough memory");
-  } catch (const std::exception& failed) {
-    state.out.Error("", failed.what());
-  }
-  return command::kExitFailed;
+  return command::Guarded(state.out, [&] { return Finish(state, Parse(argc, argv, state)); });
 }

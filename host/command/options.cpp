@@ -5,8 +5,10 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <set>
 
 #include "command/failure.h"
+#include "command/files/sequencefile.h"
 #include "command/run/askuser.h"
 #include "command/wording.h"
 
@@ -227,6 +229,23 @@ void exportoptions::Define(CLI::App& app) {
 void exportoptions::ChooseMdx(const std::string& path, const std::string& named) {
   if (KindOf(path) == filekind::Mdm && !choices.ask) {
     choices.mdx = !writeMdx ? "" : named.empty() ? WithSuffix(path, ".mdx") : named;
+  }
+}
+
+void exportoptions::RequireApart(const std::vector<std::string>& targets,
+                                 const std::string& mdx) const {
+  if (targets.size() > 1 && !mdx.empty()) {
+    throw failure(mdx, "--mdx names one file, and there are several models to write", kExitUsage);
+  }
+  std::set<std::string> written;
+  for (const std::string& target : targets) {
+    if (sequences && KindOf(target) == filekind::Mds &&
+        !written.insert(FullPath(SequenceFileOf(target, filekind::Mds))).second) {
+      throw failure(target,
+                    "--sequences is for one model here: all mds models of a folder have one "
+                    "sequence file",
+                    kExitUsage);
+    }
   }
 }
 

@@ -61,6 +61,8 @@ struct exportoptions {
   // The mdx that goes with the model, where no window asks for it: the one that the user named, if
   // any, else the one of the model's name.
   void ChooseMdx(const std::string& path, const std::string& named);
+  // Fails as wrong usage when models of one run would write one side file.
+  void RequireApart(const std::vector<std::string>& targets, const std::string& mdx) const;
 };
 
 // --batch. Without it and without any option that answers a dialog, the user is asked where the

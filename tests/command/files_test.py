@@ -139,6 +139,39 @@ class Import(program.ProgramTest):
         self.assertEqual([(row["image"], row["width"]) for row in rows], [(shader, 1)])
 
 
+class Several(program.ProgramTest):
+    def test_names_are_made_of_the_inputs(self):
+        self.export("a.mds")
+        (self.dir / "out").mkdir()
+        for made, *arguments in (("a.glb", "import", "a.mds"),
+                                 ("out/a.gltf", "import", "a.mds", "-o", "out", "--to", "gltf"),
+                                 ("out/a.mdc", "export", "a.glb", "-o", "out", "--to", "mdc"),
+                                 ("a.mdx", "convert", "a.mds", "--to", "mdx"),
+                                 ("b.mdc", "convert", "a.mds", "-o", "b.mdc")):
+            result = self.marrow(*arguments, "--quiet")
+            self.assertEqual(result.out, "")
+            self.assertIn(made, self.names())
+
+    def test_the_worst_of_several_is_the_end(self):
+        self.export("a.mds")
+        for name in "b", "d":
+            self.write(name + ".mds", self.read("a.mds"))
+        (self.dir / "out").mkdir()
+        good = ["a.mds", "b.mds", "d.mds"]
+        for jobs in "1", "3":
+            result = self.marrow("import", *good, "-o", "out", "--first-frame", "--jobs", jobs)
+            self.assertEqual([line.split(":")[0] for line in result.out.splitlines()],
+                             ["out/a.glb", "out/b.glb", "out/d.glb", "3 of 3 files written"])
+        self.write("c.mds", self.read("a.mds")[:200])
+        self.write("e.obj", "x")
+        result = self.marrow("import", "a.mds", "c.mds", "e.obj", "b.mds", "-o", "out", code=1)
+        self.assertRegex(result.err, r"(?s)error: c\.mds: .*error: e\.obj: the module has no")
+        self.assertEqual(result.out.splitlines()[-1], "2 of 4 files written; not: c.mds, e.obj")
+        self.marrow("import", "a.mds", "e.obj", "-o", "out", code=2)
+        self.marrow("export", SAMPLE, "out/a.glb", "--to", "mdx", "--start", "5", "--end", "3",
+                    "-o", "out", code=3)
+
+
 class SequenceFiles(program.ProgramTest):
     def test_names_become_one_word_and_an_old_file_stays(self):
         with open(SAMPLE, "rb") as file:

@@ -114,7 +114,7 @@ std::string CommandPage(const CLI::App& program, const CLI::App& command) {
   std::string synopsis = Bold(program.get_name() + " " + command.get_name());
   for (const optiontext& option : options) {
     if (option.positional) {
-      synopsis += " " + Italic(option.value);
+      synopsis += " " + Italic(option.value) + (option.repeated ? " ..." : "");
     } else if (option.required) {
       synopsis += " " + Bold(option.names.front()) + " " + Italic(option.value);
     }
