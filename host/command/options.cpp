@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <set>
 
 #include "command/failure.h"
@@ -126,7 +127,8 @@ void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
   CLI::Option* skin =
       app.add_option("--skin", skins,
                      "The .skin file beside the model that says which images its surfaces wear "
-                     "(default: the first by name); TAG:NAME for that of an attached model")
+                     "(default: the first by name); TAG:NAME for that of an attached model. A line "
+                     "of it is SURFACE,PATH beside an mds and SURFACE,\"PATH\" beside an mdm")
           ->allow_extra_args(false)
           ->option_text("NAME");
   CLI::Option* noSkin = app.add_flag("--no-skin", choices.noSkin, "No .skin file, so no images");
@@ -186,6 +188,26 @@ void exportoptions::Define(CLI::App& app) {
                    "frames that loop, frames a second. One that is there stays as it is")
           ->group(kGroup);
   table.Add(sequencesFlag, skeletal);
+  CLI::Option* loop =
+      app.add_option_function<std::vector<std::string>>(
+             "--loop",
+             [this](const std::vector<std::string>& texts) {
+               std::ranges::transform(texts, std::back_inserter(loops), LoopOf);
+             },
+             "With --sequences: how many frames of a clip loop, as walk=20 or walk=all; may be "
+             "given several times (default: as in the model that the scene came from, else 0)")
+          ->allow_extra_args(false)
+          ->needs(sequencesFlag)
+          ->option_text("NAME=N")
+          ->group(kGroup);
+  table.Add(loop, skeletal);
+  table.Add(app.add_option("--sequences-from", sequencesFrom,
+                           "A sequence file whose frames the model is to have: each clip is laid "
+                           "at the frames of the sequence of its name, and frames of sequences "
+                           "without a clip are filled, with a warning")
+                ->option_text("FILE")
+                ->group(kGroup),
+            skeletal);
   app.add_flag("--force", force, "With --sequences: replace a sequence file that is there")
       ->needs(sequencesFlag)
       ->group(kGroup);

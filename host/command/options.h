@@ -9,6 +9,7 @@
 #include "command/finish/finishmodel.h"
 #include "command/run/answers.h"
 #include "command/skeleton/rig.h"
+#include "command/skeleton/sequenceplan.h"
 
 namespace CLI {
 class App;
@@ -51,6 +52,8 @@ struct exportoptions {
   finishsteps finish;
   rigoptions rig;
   bool sequences = false;
+  std::string sequencesFrom;  // the file whose frames the clips are laid at
+  std::vector<loopchoice> loops;
   bool helperBones = true;
   bool force = false;
   bool writeMdx = true;

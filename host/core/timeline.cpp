@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <unordered_map>
@@ -77,6 +78,22 @@ std::vector<clip> WithNotedNumbers(std::vector<clip> clips,
 }
 
 }  // namespace
+
+std::vector<clip> NotedSequences(const scene& scene) {
+  const std::vector<notedsequence> sequences = ReadNotes(scene.notes);
+  std::int64_t frames = 0;
+  for (const notedsequence& sequence : sequences) {
+    frames += sequence.frames;
+  }
+  const bool lastKeys =
+      frames <= std::numeric_limits<int>::max() && AreLastKeys(sequences, static_cast<int>(frames));
+  std::vector<clip> clips;
+  for (const notedsequence& sequence : sequences) {
+    clips.push_back({sequence.name, lastKeys ? -1 : static_cast<int>(sequence.first),
+                     static_cast<int>(sequence.frames), sequence.loop, sequence.rate});
+  }
+  return clips;
+}
 
 int LastKeyFrame(const scene& scene) {
   int last = scene.animStart;

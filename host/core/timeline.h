@@ -17,4 +17,8 @@ CORE_API int LastKeyFrame(const scene& scene);
 // some sequences were. Loop and rate come from the notes for the scene's clips too, by name.
 CORE_API std::vector<clip> NamedClips(const scene& scene);
 
+// The sequences of the last import that the notes tell of, with the first frames that they had in
+// the model's file; -1 where the notes do not give these.
+CORE_API std::vector<clip> NotedSequences(const scene& scene);
+
 }  // namespace core

@@ -22,6 +22,10 @@ struct options {
   double scale = 1.0;  // above 0
   double fps = 20.0;   // above 0
   facing front = facing::kPlusZ;
+  // A clip's own rate goes before `fps`. Reading: the whole one, of 20 or more or its sequence's in
+  // the notes, that all of its keys stand at, a channel's at each frame; it becomes the clip's.
+  // Writing: the clip's, from 1 to 1000.
+  bool ownRates = false;
 
   // Reading: what changes a mesh's points over the frames and is no pose. A mesh that has such a
   // change becomes a node of type skin, with joints or without. What is not kept stays as it is at

@@ -1,5 +1,6 @@
 """Side files, choices of an import, conversions: which files are read and written."""
 
+import json
 import os
 
 import program
@@ -217,7 +218,7 @@ class SequenceFiles(program.ProgramTest):
 class Convert(program.ProgramTest):
     def test_skeletal_models_keep_frames_and_sequences(self):
         self.export("a.mds")
-        numbers = "idle 0 41 38 15\nwalk 41 21 18 20\nwave 62 33 0 12\n"
+        numbers = "idle 0 41 38 24\nwalk 41 21 18 20\nwave 62 33 0 12\n"
         self.write("wolfanim.cfg", "VERSION 2\nSTARTANIMS\n" + numbers + "ENDANIMS\n")
         self.marrow("convert", "a.mds", "b.mdm", "--sequences")
         self.assertEqual(self.info("b.mdx")["numFrames"], 95)
@@ -226,12 +227,74 @@ class Convert(program.ProgramTest):
         self.marrow("convert", "b.mdm", "c/a.mds", "--sequences")
         self.assertEqual(self.info("c/a.mds")["numFrames"], 95)
         self.assertIn(numbers, self.read("c/wolfanim.cfg").decode())
-        # Through a scene file, whose clips have names and lengths but neither loop nor rate.
-        self.marrow("convert", "a.mds", "d.glb")
+        # Through a scene file: rates in its keys, loops in its notes, which some programs drop.
+        self.marrow("convert", "a.mds", "d.gltf")
+        scene = json.loads(self.read("d.gltf"))
+        lengths = [max(scene["accessors"][sampler["input"]]["max"][0]
+                       for sampler in clip["samplers"]) for clip in scene["animations"]]
+        for length, wanted in zip(lengths, (40 / 24, 20 / 20, 32 / 12), strict=True):
+            self.assertAlmostEqual(length, wanted, delta=1e-6)
         (self.dir / "d").mkdir()
-        self.marrow("convert", "d.glb", "d/a.mds", "--sequences")
+        self.marrow("convert", "d.gltf", "d/a.mds", "--sequences")
         self.assertIn(numbers, self.read("d/wolfanim.cfg").decode())
         self.assertEqual(self.info("d/a.mds")["numFrames"], 95)
+        del scene["scenes"][0]["extras"]
+        self.write("e.gltf", json.dumps(scene))
+        loops = ["--loop", "idle=38", "--loop=walk=18"]
+        result = self.marrow("convert", "e.gltf", "d/a.mds", "--sequences", "--force", *loops)
+        self.assertIn("overrides: idle (24)\n", result.err)
+        self.assertIn(numbers.replace("33 0 12", "55 0 20"), self.read("d/wolfanim.cfg").decode())
+        self.marrow("convert", "e.gltf", "d/a.mds", "--sequences", "--force", "--fps", "10",
+                    "--loop", "walk=all")
+        self.assertIn("idle 0 18 0 10\nwalk 18 11 11 10\n", self.read("d/wolfanim.cfg").decode())
+        for option, fault in (("idel=all", "did you mean idle?"), ("walk=22", "21 frames")):
+            self.fails(1, "convert", "e.gltf", "x.mds", "--sequences", "--loop", option, "--quiet",
+                       saying=["x.mds", fault])
+        for options in ["--loop=walk=all"], ["--sequences", "--loop=walk=x"]:
+            self.fails(2, "convert", "e.gltf", "x.mds", *options, saying=["--loop"])
+
+    def frames(self, name):
+        return [sum(row["bounds"], []) for row in self.info(name)["frames"]]
+
+    def check_frames(self, frames, wanted):
+        self.assertEqual(len(frames), len(wanted))
+        for row, other in zip(frames, wanted):
+            for value, right in zip(row, other):
+                self.assertAlmostEqual(value, right, delta=0.02)
+
+    def test_frames_that_sequences_share(self):
+        self.export("a.mds")
+        lines = "idle 0 41 0 20\nlook 10 9 0 20\nwalk 41 21 0 20\nwave 62 33 0 24\n"
+        self.write("wolfanim.cfg", "VERSION 2\nSTARTANIMS\n" + lines + "ENDANIMS\n")
+        self.marrow("import", "a.mds", "-o", "s.gltf")
+        (self.dir / "b").mkdir()
+        self.marrow("export", "s.gltf", "-o", "b/a.mds", "--sequences")
+        self.assertIn(lines, self.read("b/wolfanim.cfg").decode())
+        self.check_frames(self.frames("b/a.mds"), self.frames("a.mds"))
+        # One whose poses are no longer those that it shared gets frames of its own.
+        scene = json.loads(self.read("s.gltf"))
+        look, wave = scene["animations"][1], scene["animations"][3]
+        look["samplers"], look["channels"] = wave["samplers"], wave["channels"]
+        self.write("s.gltf", json.dumps(scene))
+        self.marrow("export", "s.gltf", "-o", "b/a.mds", "--sequences", "--force")
+        self.assertIn("idle 0 41 0 20\nlook 41 33 0 24\n", self.read("b/wolfanim.cfg").decode())
+
+    def test_frames_after_a_sequence_file(self):
+        self.export("a.mds")
+        lines = "wave 0 30 4 24\nrun 30 5 0 20\nwalk 37 22 21 20\nstep 37 2 0 20\n"
+        self.write("plan.cfg", "// a plan\nVERSION 2\nSTARTANIMS\n" + lines + "ENDANIMS\nx 1 2 3 4\n")
+        result = self.export("b.mds", "--sequences-from", "plan.cfg", "--sequences")
+        for told in "filled: run, step", "wave (33, not 30), walk (21, not 22)", "left out", "idle":
+            self.assertIn(told, result.err)
+        self.assertIn(lines, self.read("wolfanim.cfg").decode())
+        old = self.frames("a.mds")
+        self.check_frames(self.frames("b.mds"),
+                          old[62:92] + 7 * [old[91]] + old[41:62] + [old[61]])
+        for text, fault in (("VERSION 2\n", "no sequences"), ("a 0 5 0 20\n", "no sequence of"),
+                            ("idle 2000000 5 0 20\n", "out of range")):
+            self.write("plan.cfg", text)
+            self.fails(1, "export", SAMPLE, "-o", "x.mds", "--sequences-from", "plan.cfg",
+                       saying=["plan.cfg", fault])
 
     def test_which_files_are_written(self):
         for target, *beside in (("a.mdc",), ("a.mdx",), ("a.gltf", "a.bin", "a_0.png"), ("A.GLB",),

@@ -61,7 +61,11 @@ description DescribeScene(const core::scene& scene, double fps) {
                     {"meshes", description::array()},
                     {"materials", description::array()}};
   for (const core::clip& clip : core::NamedClips(scene)) {
-    whole["clips"].push_back({{"name", clip.name}, {"start", clip.start}, {"frames", clip.frames}});
+    whole["clips"].push_back({{"name", clip.name},
+                              {"start", clip.start},
+                              {"frames", clip.frames},
+                              {"loop", clip.loop},
+                              {"rate", clip.rate}});
   }
   for (cnode* node : scene.Nodes()) {
     whole["nodes"].push_back({{"name", node->GetName()},

@@ -57,6 +57,24 @@ void TellBindResidual(console& out, const core::scene& scene, const std::string&
   }
 }
 
+// Every clip gets the rate that it was read at, and one that is not the usual is told.
+void SettleRates(console& out, const std::string& path, const gltf::options& how,
+                 core::scene& scene) {
+  const int usual = std::max(static_cast<int>(std::lround(how.fps)), 1);
+  std::vector<std::string> own;
+  for (core::clip& clip : scene.clips) {
+    if (clip.rate == 0) {
+      clip.rate = usual;
+    } else if (clip.rate != usual) {
+      own.push_back(clip.name + " (" + std::to_string(clip.rate) + ")");
+    }
+  }
+  if (!own.empty()) {
+    out.Note(path,
+             "read at the frames a second of their keys, which --fps overrides: " + JoinedFew(own));
+  }
+}
+
 }  // namespace
 
 void sceneoptions::Define(CLI::App& app) {
@@ -73,9 +91,13 @@ void sceneoptions::Define(CLI::App& app) {
                           "(default +z); in the games it looks along +x")
                ->option_text("AXIS")
                ->transform(CLI::CheckedTransformer(fronts, CLI::ignore_case));
-  fps = app.add_option("--fps", how.fps, "Frames a second at which clips are read and written")
+  how.ownRates = true;
+  fps = app.add_option("--fps", how.fps,
+                       "Frames a second at which all clips are read and written (default: for each "
+                       "clip that of its sequence, or of its keys where they stand at each frame "
+                       "of a whole rate from 20 up, else 20)")
             ->option_text("N")
-            ->capture_default_str();
+            ->each([this](const std::string& /*text*/) { how.ownRates = false; });
   RequireRange(scale, 1e-6, 1e6);
   RequireRange(fps, 0.1, 1000.0);
 }
@@ -111,6 +133,7 @@ void ReadSceneFile(console& out, const std::string& path, const gltf::options& h
   if (!read) {
     throw failure(path, "is refused: " + told.fault);
   }
+  SettleRates(out, path, how, scene);
 }
 
 void WriteSceneFile(console& out, const core::scene& scene, const std::string& path,

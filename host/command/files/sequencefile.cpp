@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <fstream>
 #include <span>
+#include <sstream>
 
+#include "command/failure.h"
 #include "command/wording.h"
 #include "core/timeline.h"
 #include "core/utf8path.h"
@@ -15,24 +18,6 @@ namespace {
 
 // Longest name that an importer takes.
 constexpr std::size_t kLongestName = 127;
-
-// A clip's name as one word that the file's grammar does not take for anything else.
-std::string SequenceName(std::string name) {
-  std::ranges::replace_if(
-      name, [](char letter) { return static_cast<unsigned char>(letter) <= ' '; }, '_');
-  if (name.empty()) {
-    name = "unnamed";
-  }
-  if (name.starts_with("//")) {
-    name[0] = '_';
-  }
-  for (const char* keyword : {"VERSION", "SKELETAL", "STARTANIMS", "ENDANIMS"}) {
-    if (name.find(keyword) != std::string::npos) {
-      name = Folded(name);
-    }
-  }
-  return name.substr(0, kLongestName);
-}
 
 int WholeRate(double fps) { return std::max(static_cast<int>(std::lround(fps)), 1); }
 
@@ -53,6 +38,46 @@ std::string FileText(filekind kind, const std::vector<sequenceline>& lines) {
 }
 
 }  // namespace
+
+// Nothing that the file's grammar takes for anything else.
+std::string SequenceName(std::string name) {
+  std::ranges::replace_if(
+      name, [](char letter) { return static_cast<unsigned char>(letter) <= ' '; }, '_');
+  if (name.empty()) {
+    name = "unnamed";
+  }
+  if (name.starts_with("//")) {
+    name[0] = '_';
+  }
+  for (const char* keyword : {"VERSION", "SKELETAL", "STARTANIMS", "ENDANIMS"}) {
+    if (name.find(keyword) != std::string::npos) {
+      name = Folded(name);
+    }
+  }
+  return name.substr(0, kLongestName);
+}
+
+std::vector<sequenceline> ReadSequenceFile(const std::string& path) {
+  RequireReadable(path);
+  std::ifstream file(core::PathOf(path), std::ios::binary);
+  std::vector<sequenceline> lines;
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream fields(line);
+    sequenceline made;
+    if (line.find("STARTANIMS") != std::string::npos) {
+      lines.clear();
+    } else if (line.find("ENDANIMS") != std::string::npos) {
+      break;
+    } else if (fields >> made.name >> made.start >> made.frames >> made.loop >> made.rate &&
+               !made.name.starts_with("//")) {
+      lines.push_back(std::move(made));
+    }
+  }
+  if (lines.empty()) {
+    throw failure(path, "has no sequences: lines of a name and four numbers");
+  }
+  return lines;
+}
 
 std::string SequenceFileOf(const std::string& path, filekind kind) {
   if (kind == filekind::Mds) {

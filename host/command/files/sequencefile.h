@@ -23,6 +23,12 @@ struct sequenceline {
   int rate = 0;
 };
 
+// A clip's name as it stands in a file: one word.
+std::string SequenceName(std::string name);
+
+// The lines of a file of either kind, in their order. Fails when it cannot be read or has none.
+std::vector<sequenceline> ReadSequenceFile(const std::string& path);
+
 // Of an mds or mdx file.
 std::string SequenceFileOf(const std::string& path, filekind kind);
 

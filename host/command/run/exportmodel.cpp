@@ -11,6 +11,7 @@
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/rig.h"
+#include "command/skeleton/sequenceplan.h"
 #include "command/skeleton/skeletonlosses.h"
 #include "command/wording.h"
 #include "core/state.h"
@@ -62,6 +63,18 @@ std::size_t OriginOf(const std::string& path, const std::string& origin, const c
                             (near.empty() ? "; there are: " + JoinedFew(names) : near));
   }
   return static_cast<std::size_t>(found - names.begin());
+}
+
+void LayOutSequences(console& out, const std::string& path, const exportoptions& options,
+                     core::scene& scene) {
+  if (const std::string& plan = options.sequencesFrom; !plan.empty()) {
+    for (const std::string& text : LayOutBy(plan, ReadSequenceFile(plan), scene)) {
+      out.Warning(path, text);
+    }
+  } else {
+    RestoreLayout(scene);
+  }
+  SetLoops(path, options.loops, scene);
 }
 
 void TellWhatWasHelped(console& out, const std::string& path, const helperbones& made) {
@@ -209,6 +222,10 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     if (!choices.origin.empty()) {
       choices.origin = scene.Nodes()[origin]->GetName();
     }
+  }
+
+  if (IsSkeletal(kind) && !scene.Nodes().empty()) {
+    LayOutSequences(out, path, options, scene);
   }
 
   helperbones helped;

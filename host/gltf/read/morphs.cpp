@@ -92,7 +92,7 @@ std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const 
         }
         continue;
       }
-      SampleWeights(*next->from, *next->moved, line.clips[c], line.lengths[c], line.fps,
+      SampleWeights(*next->from, *next->moved, line.clips[c], line.lengths[c], line.rates[c],
                     made.still.size(), values, take);
       // A clip has one channel for a node's weights; further ones say nothing.
       while (next != channels[At(index)].end() && next->clip == c) {

@@ -235,8 +235,8 @@ class posemaker {
     frames_.assign(static_cast<std::size_t>(line_.frames), rest);
     for (const placed& part : channels_[index]) {
       const core::clip& clip = line_.clips[part.clip];
-      Sample(*part.from, *part.moved, clip, line_.lengths[part.clip], line_.fps, values_,
-             frames_.data() + clip.start);
+      Sample(*part.from, *part.moved, clip, line_.lengths[part.clip], line_.rates[part.clip],
+             values_, frames_.data() + clip.start);
     }
     for (transform& frame : frames_) {
       frame = ToScene(frame, axes_, scale_);

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <unordered_map>
+#include <unordered_set>
 
+#include "core/timeline.h"
 #include "core/track.h"
 #include "gltf/convention.h"
 #include "gltf/read/badfile.h"
@@ -120,24 +124,79 @@ double TimeOf(int frame, double fps, double length, interpolation way) {
   return std::min(static_cast<double>(FrameTime(frame, fps)), length) + ahead;
 }
 
+// The whole rate of the channel with the most keys a second that has one at each frame; 0 where
+// none has, or where keys of other channels lie between its frames. A rate below kLeastRate counts
+// only where it is the noted one: keys that a person set are often that regular.
+int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
+  constexpr int kLeastRate = 20;
+  constexpr int kMost = 1000;
+  const auto onFrame = [](float time, int rate, double& frame) {
+    const double exact = double{time} * rate;
+    frame = std::round(exact);
+    return std::abs(exact - frame) <=
+           std::max(kWholeFrame, exact * std::numeric_limits<float>::epsilon());
+  };
+  int rate = 0;
+  for (const std::vector<float>& times : channels) {
+    const double length = double{times.back()} - times.front();
+    if (times.size() < 2 || !(length > 0.0)) {
+      continue;
+    }
+    const double steps = static_cast<double>(times.size() - 1) / length;
+    const int whole = static_cast<int>(std::lround(std::min(steps, kMost + 1.0)));
+    if (whole > kMost || whole < 1 || (whole < kLeastRate && whole != noted)) {
+      continue;
+    }
+    double before = 0.0;
+    double frame = 0.0;
+    bool dense = onFrame(times.front(), whole, before);
+    for (std::size_t k = 1; k < times.size() && dense; ++k) {
+      dense = onFrame(times[k], whole, frame) && frame == before + 1.0;
+      before = frame;
+    }
+    rate = dense ? std::max(rate, whole) : rate;
+  }
+  double frame = 0.0;
+  for (const std::vector<float>& times : channels) {
+    if (rate == 0 ||
+        !std::ranges::all_of(times, [&](float time) { return onFrame(time, rate, frame); })) {
+      return 0;
+    }
+  }
+  return rate;
+}
+
 }  // namespace
 
-timeline LayOut(const document& doc, double fps, valuereader& values) {
+timeline LayOut(const document& doc, const options& how, valuereader& values) {
   timeline line;
-  line.fps = fps;
+  core::scene told;
+  told.notes = doc.notes;
+  std::unordered_map<std::string, int> noted;  // rates
+  for (const core::clip& sequence : core::NotedSequences(told)) {
+    noted.emplace(sequence.name, sequence.rate);
+  }
   std::int64_t end = 0;
   for (const animation& from : doc.animations) {
     std::vector<int> used = from.timing;
     std::sort(used.begin(), used.end());
     used.erase(std::unique(used.begin(), used.end()), used.end());
     double length = 0.0;
+    bool curved = false;
+    std::vector<std::vector<float>> channels;
+    std::unordered_set<int> seen;  // channels share their times
     for (const int index : used) {
-      const std::vector<float> times =
-          TimesOf(from.samplers[static_cast<std::size_t>(index)], values);
-      length = std::max(length, static_cast<double>(times.back()));
+      const sampler& part = from.samplers[static_cast<std::size_t>(index)];
+      curved = curved || part.way == interpolation::kCubic;
+      if (seen.insert(part.input).second) {
+        channels.push_back(TimesOf(part, values));
+        length = std::max(length, static_cast<double>(channels.back().back()));
+      }
     }
-    const int frames = FramesOf(length, fps);
-    line.clips.push_back({from.name, static_cast<int>(end), frames});
+    const int rate = how.ownRates && !curved ? WholeRateOf(channels, noted[from.name]) : 0;
+    line.rates.push_back(rate != 0 ? rate : how.fps);
+    const int frames = FramesOf(length, line.rates.back());
+    line.clips.push_back({from.name, static_cast<int>(end), frames, 0, rate});
     line.lengths.push_back(length);
     end += frames;
     if (end > kMostSceneFrames) {

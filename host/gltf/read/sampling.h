@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/scene.h"
+#include "gltf/gltf.h"
 #include "gltf/read/document.h"
 #include "gltf/read/values.h"
 
@@ -11,14 +12,15 @@ namespace gltf {
 
 // The clips of a document laid one behind the other from frame 0.
 struct timeline {
-  double fps = 0.0;
   std::vector<core::clip> clips;  // one for each animation
   std::vector<double> lengths;    // in seconds
+  std::vector<double> rates;      // frames a second at which each is read
   int frames = 0;                 // of all clips
 };
 
-// Throws badfile, also when there are more frames than a scene can hold.
-timeline LayOut(const document& doc, double fps, valuereader& values);
+// Clips that are read at a rate of their own have it. Throws badfile, also when there are more
+// frames than a scene can hold.
+timeline LayOut(const document& doc, const options& how, valuereader& values);
 
 // What a node's channels of one clip make of it, from the clip's first frame on; a path that no
 // channel has stays as it is. Time grows with keys + frames.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <span>
+#include <utility>
 
 #include "core/timeline.h"
 #include "gltf/convention.h"
@@ -16,6 +17,7 @@ namespace gltf {
 namespace {
 
 constexpr char kWholeName[] = "all";
+constexpr int kHighestRate = 1000;
 
 // What of a node a channel animates.
 struct property {
@@ -97,7 +99,7 @@ class animationwriter {
       if (weights.empty()) {
         continue;
       }
-      AddSampler(c, node, "weights", Times(clip.frames),
+      AddSampler(c, node, "weights", Times(c),
                  file_.AddSparse(static_cast<std::size_t>(clip.frames) * count, weights));
       made_[c].whole = true;
     }
@@ -150,20 +152,19 @@ class animationwriter {
       const auto part = PartOf(pose, which);
       values_.insert(values_.end(), part.begin(), part.end());
     }
-    Write(c, node, which, Times(clips_[c].frames));
+    Write(c, node, which, Times(c));
     made_[c].whole = true;
   }
 
-  // One key; two where nothing else would make the clip as long as it is.
+  // One key; one for each frame where nothing else would tell the clip's length and rate.
   void WriteConstant(std::size_t c, const constant& each) {
     const auto part = PartOf(each.value, each.which);
-    values_.assign(part.begin(), part.end());
-    if (made_[c].whole || clips_[c].frames == 1) {
-      Write(c, each.node, each.which, Times(1));
-      return;
+    const int keys = made_[c].whole ? 1 : clips_[c].frames;
+    values_.clear();
+    for (int k = 0; k < keys; ++k) {
+      values_.insert(values_.end(), part.begin(), part.end());
     }
-    values_.insert(values_.end(), part.begin(), part.end());
-    Write(c, each.node, each.which, Ends(clips_[c].frames));
+    Write(c, each.node, each.which, made_[c].whole ? Start() : Times(c));
     made_[c].whole = true;
   }
 
@@ -184,24 +185,22 @@ class animationwriter {
     samplers.push_back(std::move(sampler));
   }
 
-  // Clips of one length share their times.
-  int Times(int frames) {
-    const auto [place, fresh] = times_.try_emplace(frames, 0);
+  int Times(std::size_t c) {
+    const core::clip& clip = clips_[c];
+    const bool own = how_.ownRates && clip.rate > 0 && clip.rate <= kHighestRate;
+    return Times(clip.frames, own ? clip.rate : how_.fps);
+  }
+  int Start() { return Times(1, how_.fps); }
+
+  // Clips of one length and rate share their times.
+  int Times(int frames, double rate) {
+    const auto [place, fresh] = times_.try_emplace({frames, rate}, 0);
     if (fresh) {
       std::vector<float> times;
       times.reserve(static_cast<std::size_t>(frames));
       for (int k = 0; k < frames; ++k) {
-        times.push_back(FrameTime(k, how_.fps));
+        times.push_back(FrameTime(k, rate));
       }
-      place->second = file_.AddFloats(View(), times, "SCALAR", scenefile::bounds::kWritten);
-    }
-    return place->second;
-  }
-
-  int Ends(int frames) {
-    const auto [place, fresh] = ends_.try_emplace(frames, 0);
-    if (fresh) {
-      const float times[2] = {0.0F, FrameTime(frames - 1, how_.fps)};
       place->second = file_.AddFloats(View(), times, "SCALAR", scenefile::bounds::kWritten);
     }
     return place->second;
@@ -220,8 +219,7 @@ class animationwriter {
   const options& how_;
   scenefile& file_;
   int view_ = -1;  // of all animation data
-  std::map<int, int> times_;
-  std::map<int, int> ends_;
+  std::map<std::pair<int, double>, int> times_;
   std::vector<localpose> poses_;  // of one node, all clips one behind the other
   std::vector<float> values_;
 };
