@@ -119,6 +119,7 @@ int Convert(programstate& state, const convertjob& job) {
     in.mdx = from == filekind::Mdm ? job.mdx : std::string();
     in.boneMap = job.boneMap;
     in.shapes = !IsSkeletal(to);
+    in.images = to == filekind::Scene;
     in.skin = job.in.skins.empty() ? std::string() : job.in.skins.back();
     const int code = ImportModel(state.out, host, job.source, in, scene);
     if (code != kExitDone) {

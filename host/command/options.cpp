@@ -117,8 +117,8 @@ void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
   table.Add(
       app.add_option("--game-dir", choices.gameFolders,
                      "A folder of a game, above its models folder, to look for images in; may "
-                     "be given several times, and later ones win (always last: the one above "
-                     "the model's own models folder)")
+                     "be given several times, and later ones win. The one above the model's own "
+                     "models folder wins over all, unless it is given too")
           ->check(CLI::ExistingDirectory)
           ->allow_extra_args(false)
           ->option_text("DIR")
@@ -131,7 +131,8 @@ void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
                      "of it is SURFACE,PATH beside an mds and SURFACE,\"PATH\" beside an mdm")
           ->allow_extra_args(false)
           ->option_text("NAME");
-  CLI::Option* noSkin = app.add_flag("--no-skin", choices.noSkin, "No .skin file, so no images");
+  CLI::Option* noSkin = app.add_flag(
+      "--no-skin", choices.noSkin, "No .skin file: surfaces wear the shaders that the model names");
   CLI::Option* sequence =
       app.add_option("--sequence", choices.sequences,
                      "A sequence of the model's sequence file to import; may be given several "

@@ -17,10 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::size_t ModelsFolder(const std::string& path) {
-  return std::min(path.find("models/"), path.find("models\\"));
-}
-
 // The mdx files of a directory, ascending.
 std::vector<fs::path> SkeletonsIn(const fs::path& directory) {
   std::vector<fs::path> found;
@@ -110,8 +106,6 @@ void RequireReadable(const std::string& path) {
     throw failure(path, "is empty");
   }
 }
-
-bool HasModelsFolder(const std::string& path) { return ModelsFolder(path) != std::string::npos; }
 
 std::string FullPath(const std::string& path) {
   std::error_code error;

@@ -32,8 +32,6 @@ std::string FullPath(const std::string& path);
 // The file that --mdx names for an export: the handler adds ".mdx" where the whole path has no full
 // stop. Empty stays empty.
 std::string MdxToWrite(const std::string& mdx);
-// Whether the path leads through a models folder, without which an importer reads no .skin file.
-bool HasModelsFolder(const std::string& path);
 
 // The mdx file that belongs to an mdm: the user's, else the one of the same name beside it. Fails
 // with the names of those that it could be.

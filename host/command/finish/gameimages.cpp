@@ -1,11 +1,14 @@
 #include "command/finish/gameimages.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
+#include <filesystem>
+#include <unordered_set>
 
 #include "command/files/paths.h"
+#include "command/game/gamefiles.h"
+#include "command/game/gamepath.h"
 #include "command/wording.h"
+#include "core/findfile.h"
 #include "core/state.h"
 #include "core/utf8path.h"
 
@@ -13,95 +16,143 @@ namespace command {
 
 namespace {
 
-constexpr std::array<std::string_view, 3> kSuffixes{".tga", ".jpg", ".png"};
+// Lines for missing images; a character of the games has some ten.
+constexpr std::ptrdiff_t kMostLines = 32;
 
-// Where the last folder "models" of a path begins, in any case of letters.
-std::size_t ModelsAt(const std::string& path) {
-  const std::string folded = Folded(path);
-  constexpr std::string_view kFolder = "models";
-  for (std::size_t at = folded.rfind(kFolder); at != std::string::npos;
-       at = at == 0 ? std::string::npos : folded.rfind(kFolder, at - 1)) {
-    const std::size_t behind = at + kFolder.size();
-    const auto separates = [&](std::size_t i) { return folded[i] == '/' || folded[i] == '\\'; };
-    if ((at == 0 || separates(at - 1)) && behind < folded.size() && separates(behind)) {
-      return at;
-    }
-  }
-  return std::string::npos;
+bool SameFolder(const std::string& a, const std::string& b) {
+  std::error_code error;
+  return a == b || std::filesystem::equivalent(core::PathOf(a), core::PathOf(b), error);
 }
 
-// From the folder models on, which games look for in their own; the whole where there is none.
-std::string GamePath(const std::string& path) {
-  const std::size_t folder = ModelsAt(path);
-  return folder == std::string::npos ? path : path.substr(folder);
-}
-
-// The name under its own suffix and under those that images have.
-std::vector<std::string> Names(const std::string& path) {
-  std::vector<std::string> names{path};
-  const std::size_t dot = path.find_last_of("./\\");
-  const bool suffixed = dot != std::string::npos && path[dot] == '.';
-  for (const std::string_view suffix : kSuffixes) {
-    std::string name = suffixed ? path.substr(0, dot) : path;
-    name.append(suffix);
-    if (name != path) {
-      names.push_back(name);
+// In the order of their say.
+std::vector<std::string> FoldersFor(const std::string& model,
+                                    const std::vector<std::string>& gameFolders) {
+  std::vector<std::string> folders(gameFolders.rbegin(), gameFolders.rend());
+  std::vector<std::string> own = FoldersAboveModels(model);
+  if (own.empty()) {
+    own.push_back(core::PathOf(model).parent_path().string());
+  }
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    if (std::ranges::none_of(folders, [&](const auto& each) { return SameFolder(each, own[i]); })) {
+      folders.insert(i == 0 ? folders.begin() : folders.end(), own[i]);
     }
   }
-  return names;
+  return folders;
 }
 
-bool LoadFrom(const std::vector<std::string>& folders, const std::string& path, cimage& image) {
-  for (const std::string& folder : folders) {
-    for (const std::string& name : Names(path)) {
-      std::string tried = folder;
-      tried.append("/").append(name);
-      if (image.Load(tried.c_str()) != 0) {
-        return true;
-      }
+class imagesearch {
+ public:
+  imagesearch(const std::string& model, const std::vector<std::string>& gameFolders)
+      : files_(FoldersFor(model, gameFolders)) {
+    if (FoldersAboveModels(model).empty()) {
+      beside_ = core::PathOf(model).parent_path().string();
     }
   }
-  return false;
+
+  // Whether the image has content afterwards. What the handler loaded stays where it is of the
+  // same file, and where nothing is found.
+  bool Load(const std::string& path, cimage& image) {
+    const std::vector<std::string> names = ImageNames(path);
+    return std::ranges::any_of(
+               names, [&](const std::string& name) { return Take(files_.Find(name), image); }) ||
+           (!beside_.empty() &&
+            std::ranges::any_of(names,
+                                [&](const std::string& name) {
+                                  return Take(files_.FindBelow(beside_, LastName(name)), image);
+                                })) ||
+           image.State().content != nullptr;
+  }
+
+  std::string Places() const {
+    return "in " + Joined(files_.Folders()) + (beside_.empty() ? "" : ", nor beside the model");
+  }
+  // A file under one of the last image's names that is no image; "" for none.
+  const std::string& Unreadable() const { return unreadable_; }
+  void Forget() { unreadable_.clear(); }
+
+ private:
+  bool Take(const std::string& file, cimage& image) {
+    if (file.empty()) {
+      return false;
+    }
+    if (image.State().content != nullptr && core::FindFile(image.State().path) == file) {
+      return true;
+    }
+    cimage found;
+    if (found.Load(file.c_str()) == 0) {
+      unreadable_ = file;
+      return false;
+    }
+    image.State().content = found.State().content;
+    return true;
+  }
+
+  gamefiles files_;
+  std::string beside_;  // the model's own directory, where it lies in no models folder
+  std::string unreadable_;
+};
+
+std::unordered_set<const cmaterial*> WornMaterials(const core::scene& scene) {
+  std::unordered_set<const cmaterial*> worn;
+  for (cnode* node : scene.Nodes()) {
+    worn.insert(node->GetMaterial());
+  }
+  return worn;
+}
+
+// "" for none.
+std::string PathInGame(const cmaterial& material) {
+  const core::materialstate& state = material.State();
+  const std::string& path = state.image.State().path;
+  return !state.gamePath.empty() ? state.gamePath : NamesNothing(path) ? "" : GamePath(path);
 }
 
 }  // namespace
 
+void SetGamePaths(core::scene& scene) {
+  for (cmaterial* material : scene.Materials()) {
+    if (const std::string path = PathInGame(*material); !path.empty()) {
+      material->State().gamePath = path;
+      material->GetImage(0)->SetPathName(path.c_str());
+    }
+  }
+}
+
 void FindGameImages(console& out, const std::string& path,
                     const std::vector<std::string>& gameFolders, core::scene& scene) {
-  std::vector<std::string> folders(gameFolders.rbegin(), gameFolders.rend());
-  const std::string whole = FullPath(path);
-  if (const std::size_t models = ModelsAt(whole); models != std::string::npos && models > 0) {
-    folders.push_back(whole.substr(0, models - 1));
-  }
+  imagesearch search(FullPath(path), gameFolders);
+  const std::unordered_set<const cmaterial*> worn = WornMaterials(scene);
   std::vector<std::string> missing;
   std::int64_t named = 0;
   for (cmaterial* material : scene.Materials()) {
-    const std::string asked = material->GetImage(0)->State().path;
-    if (Folded(asked) == kNoImagePath) {
+    const std::string wanted = PathInGame(*material);
+    if (wanted.empty() || !worn.contains(material)) {
       continue;
     }
     ++named;
-    if (material->GetImage(0)->State().content != nullptr) {
-      continue;
-    }
-    const std::string wanted =
-        GamePath(material->State().gamePath.empty() ? asked : material->State().gamePath);
-    cimage image;
-    // What no game knows lies where it says or nowhere.
-    const bool within = core::PathOf(wanted).is_relative();
-    if (within && LoadFrom(folders, wanted, image)) {
-      image.State().path = asked;
-      material->SetImage(image, 0);
-    } else {
-      missing.push_back(within && !folders.empty() ? folders.back() + "/" + wanted : wanted);
+    search.Forget();
+    if (!search.Load(wanted, *material->GetImage(0))) {
+      missing.push_back(wanted + (search.Unreadable().empty()
+                                      ? " is not found as .tga, .jpg or .png " + search.Places()
+                                      : ": " + search.Unreadable() + " is no image"));
     }
   }
-  if (!missing.empty()) {
-    out.Warning(path, std::to_string(named - std::ssize(missing)) + " of " +
-                          Counted(named, "image") +
-                          " found; not there as .tga, .jpg or .png: " + JoinedFew(missing) +
-                          (gameFolders.empty() ? "; --game-dir names further folders"
-                                               : "; looked in " + Joined(folders) + " too"));
+  if (named == 0) {
+    return;
+  }
+  const std::string count =
+      std::to_string(named - std::ssize(missing)) + " of " + Counted(named, "image") + " found";
+  if (missing.empty()) {
+    out.Note(path, count);
+    return;
+  }
+  out.Warning(path, count + (gameFolders.empty() ? "; --game-dir names further folders" : ""));
+  for (std::ptrdiff_t i = 0; i < std::min(std::ssize(missing), kMostLines); ++i) {
+    out.Warning(path, missing[static_cast<std::size_t>(i)]);
+  }
+  if (std::ssize(missing) > kMostLines) {
+    out.Warning(path, "and " + std::to_string(std::ssize(missing) - kMostLines) +
+                          " more images are not found");
   }
 }
 

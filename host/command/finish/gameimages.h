@@ -8,12 +8,15 @@
 
 namespace command {
 
-// Gives the scene's materials the images that the handler, which tries one folder and two suffixes,
-// did not find: in each of the game's folders, later ones first, then in the folder above the
-// model's models folder; under the name's own suffix, as .tga, .jpg and .png, in any case of
-// letters. The paths that the games know stay as they are. What is missing then is told once, with
-// where it was looked for.
+// Gives the materials that nodes of the scene wear the images that a game would show. Looked into
+// are the folder above the model's models folder, unless the user names it, and the folders that
+// the user names, later ones first; outside of a models folder at last what lies beside the model.
+// An image may stand there under its own name, as .tga, .jpg and .png, in any case of letters. A
+// line tells how many were found, and one for each missing image where it was looked for.
 void FindGameImages(console& out, const std::string& path,
                     const std::vector<std::string>& gameFolders, core::scene& scene);
+
+// Gives the scene's materials the paths that the games know, in place of those on this disk.
+void SetGamePaths(core::scene& scene);
 
 }  // namespace command

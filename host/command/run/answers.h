@@ -49,6 +49,7 @@ struct importchoices {
   bool materials = true;
   bool animation = true;
   std::string boneMap;                   // path of the file with names for bones; empty: none
+  bool images = true;                    // whether the materials' images are looked for
   std::string mdx;                       // of an mdm
   std::vector<std::string> gameFolders;  // to look for images in, later ones first
 };

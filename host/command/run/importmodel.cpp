@@ -4,10 +4,12 @@
 #include "command/finish/filenormals.h"
 #include "command/finish/gameimages.h"
 #include "command/finish/mdcframes.h"
+#include "command/game/dresssurfaces.h"
 #include "command/run/transfer.h"
 #include "command/skeleton/bonemap.h"
 #include "command/wording.h"
 #include "core/state.h"
+#include "core/utf8path.h"
 
 namespace command {
 
@@ -32,15 +34,13 @@ void TellWhatChanged(console& out, const std::string& path, const importchoices&
     out.Warning(path, "has no frame " + std::to_string(*choices.frame) + ": frame " +
                           std::to_string(*answers.ClampedTo()) + " is imported");
   }
-  if (!answers.Skin().empty() && !HasModelsFolder(FullPath(path))) {
-    out.Warning(path, answers.Skin() +
-                          " is not read, so surfaces wear no images: its paths begin "
-                          "at the game's directory, which is known only of a model "
-                          "inside its models folder");
-  }
   if (answers.NoSequences() && !choices.firstFrame && choices.bones && choices.animation) {
     TellFirstFrameOnly(out, path, choices.mdx);
   }
+}
+
+std::string SkinBeside(const std::string& path, const std::string& name) {
+  return name.empty() ? name : (core::PathOf(path).parent_path() / core::PathOf(name)).string();
 }
 
 }  // namespace
@@ -101,7 +101,14 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
       throw failure(path, refused.what());
     }
   }
-  FindGameImages(out, path, chosen.gameFolders, scene);
+  // Of a choice in a window only the handler's materials tell.
+  if (chosen.ask ? !scene.Materials().empty() : chosen.materials) {
+    DressSurfaces(path, KindOf(path), SkinBeside(path, answers.Skin()), scene);
+  }
+  if (chosen.images) {
+    FindGameImages(out, path, chosen.gameFolders, scene);
+  }
+  SetGamePaths(scene);
   return kExitDone;
 }
 

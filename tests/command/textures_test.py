@@ -1,0 +1,132 @@
+"""Images of imported models: found as the games find them, in made-up folders of games."""
+
+import struct
+
+import program
+
+SHADER = "models/players/sample/figure.tga"
+FACE = "models/players/hero/face.tga"
+
+
+def tga(width, bits=24, packed=False):
+    """A row of one colour, `width` pixels long; tests know images by their widths."""
+    head = struct.pack("<3B5xHH2H2B", 0, 0, 10 if packed else 2, 0, 0, width, 1, bits, 0)
+    pixel = bytes([200] * (bits // 8))
+    return head + (bytes([0x7F + width]) + pixel if packed else pixel * width)
+
+
+class Textures(program.ProgramTest):
+    def setUp(self):
+        super().setUp()
+        for kind in "mdc", "mds":
+            self.export("kept." + kind, "--end", "0")
+        self.export("kept.mdm", "--mdx", "kept.mdx", "--end", "0")
+
+    def image(self, model, *options, saying=()):
+        """The path and the width of what the surfaces wear."""
+        result = self.marrow("import", model, "-o", "out.glb", *options)
+        for text in saying:
+            self.assertIn(text, result.err)
+        rows = self.info("out.glb")["materials"]
+        self.assertEqual(len({row["image"] for row in rows}), 1, rows)
+        return rows[0]["image"], rows[0]["width"]
+
+    def place(self, folder, kind="mds"):
+        for name in [kind] + ["mdx"] * (kind == "mdm"):
+            self.write(f"{folder}/hero.{name}", self.read("kept." + name))
+        return f"{folder}/hero.{kind}"
+
+    def skin(self, folder, field, end="\n"):
+        self.write(f"{folder}/hero.skin", f"// head{end}tag_head,{end}" +
+                   "".join(f"{surface},{field}{end}" for surface in ("body", "sword")))
+
+    def test_where_images_are_found(self):
+        own, own_named = "main/models/players/hero", "main/" + FACE
+        for number, (case, folder, files, options) in enumerate((
+            ("its own name", own, [own_named], []),
+            ("jpg or png for tga", own, ["main/models/players/hero/face.png"], []),
+            ("case of letters", own, ["main/models/players/hero/Face.TGA"], []),
+            ("of folders too", "main/Models/Players/hero", ["main/Models/Players/hero/face.tga"],
+             []),
+            ("mymodels is no models", "mymodels/main/models/players/hero",
+             ["mymodels/main/" + FACE], []),
+            ("models above the game", "models/main/models/players/hero",
+             ["models/main/" + FACE], []),
+            ("another game", "mymod/models/players/hero", [own_named], ["--game-dir=main"]),
+            ("own before others", own, [own_named, "other/" + FACE], ["--game-dir=other"]),
+            ("a loose folder", "loose", ["loose/face.tga"], []),
+            ("below a loose folder", "loose", ["loose/" + FACE], []),
+        ), 1):
+            with self.subTest(case):
+                model = self.place(f"{number}/{folder}")
+                self.skin(f"{number}/{folder}", FACE)
+                for at, name in enumerate(files):
+                    self.write(f"{number}/{name}", tga(number + at))
+                options = [text.replace("=", f"={number}/") for text in options]
+                saying = ["1 of 1 image found"]
+                self.assertEqual(self.image(model, *options, saying=saying), (FACE, number))
+                if case == "another game":
+                    self.assertEqual(self.image(model, saying=[
+                        "0 of 1 image found; --game-dir", f"{FACE} is not found as .tga, .jpg or",
+                        f".png in {self.dir}/{number}/mymod"]), (FACE, 0))
+
+    def test_later_games_win_and_the_folder_that_is_named_has_its_place(self):
+        model = self.place("main/models/players/hero")
+        self.skin("main/models/players/hero", FACE)
+        for width, folder in enumerate(("main", "mod", "both"), 1):
+            self.write(f"{folder}/{FACE}", tga(width))
+            (self.dir / folder / "textures").mkdir()
+        games = [f"--game-dir={folder}" for folder in ("main", "mod", "both")]
+        self.assertEqual(self.image(model, *games)[1], 3)
+        self.assertEqual(self.image(model, *games[:2])[1], 2)
+        self.assertEqual(self.image(model, *games[1:])[1], 1)
+        # A name that games try first counts before a later folder.
+        (self.dir / "mod" / FACE).rename(self.dir / "mod" / FACE.replace(".tga", ".png"))
+        self.assertEqual(self.image(model, *games[:2])[1], 1)
+
+    def test_forms_of_skins_and_files(self):
+        folder = "main/models/players/hero"
+        for kind in "mds", "mdm":
+            model = self.place(folder, kind)
+            for width, (field, end, content) in enumerate((
+                (FACE, "\n", {}), (FACE, "\r\n", {"bits": 32}), (f" {FACE} ", "\n", {}),
+                (f'"{FACE}"', "\r\n", {"packed": True}), (f' "{FACE}" ', "\r", {}),
+                (FACE.removesuffix(".tga"), "\n", {"bits": 32, "packed": True}),
+                (FACE.replace("/", "\\"), "\n", {}),
+            ), 1):
+                self.skin(folder, field, end)
+                self.write("main/" + FACE, tga(width, **content))
+                path, found = self.image(model)
+                self.assertEqual((path.removesuffix(".tga") + ".tga", found), (FACE, width),
+                                 (kind, field))
+
+    def test_what_no_skin_dresses_wears_the_files_shader(self):
+        folder = "main/models/players/hero"
+        for width, kind in enumerate(("mdc", "mds", "mdm"), 1):
+            model = self.place(folder, kind)
+            self.write("main/" + SHADER, tga(width))
+            self.assertEqual(self.image(model), (SHADER, width))
+            self.marrow("convert", model, "out.mdc")
+            self.assertEqual({row["shaders"][0] for row in self.info("out.mdc")["surfaces"]},
+                             {SHADER})
+        self.write(folder + "/hero.skin", f"body,{FACE}\n")
+        self.marrow("import", folder + "/hero.mds", "-o", "out.glb")
+        self.assertEqual({row["image"] for row in self.info("out.glb")["materials"]},
+                         {FACE, SHADER})
+        self.marrow("import", folder + "/hero.mds", "-o", "out.glb", "--no-materials")
+        self.assertEqual(self.info("out.glb")["materials"], [])
+
+    def test_what_is_no_image_and_paths_that_lead_out(self):
+        model = self.place("main/models/players/hero")
+        self.skin("main/models/players/hero", FACE)
+        self.write("main/" + FACE, "no image")
+        self.assertEqual(self.image(model, saying=["face.tga is no image"])[1], 0)
+        self.write("out.tga", tga(1))
+        self.place("main/models/players/hero", "mdm")
+        self.skin("main/models/players/hero", "../out.tga")
+        self.assertEqual(self.image("main/models/players/hero/hero.mdm",
+                                    saying=["0 of 1 image"]), ("../out.tga", 0))
+
+
+if __name__ == "__main__":
+    program.main()
