@@ -25,6 +25,20 @@ if(MARROW_COMPRESSED_GLTF)
   marrow_find(libmeshoptimizer-dev meshoptimizer CONFIG)
 endif()
 
+# The games' archives. Debian has the library for no other system, and its CMake package names
+# programs that libzip-dev does not bring.
+find_path(MARROW_ZIP_HEADER zip.h)
+find_library(MARROW_ZIP zip)
+mark_as_advanced(MARROW_ZIP_HEADER MARROW_ZIP)
+if(MARROW_ZIP AND MARROW_ZIP_HEADER)
+  add_library(marrow_zip INTERFACE)
+  target_include_directories(marrow_zip SYSTEM INTERFACE ${MARROW_ZIP_HEADER})
+  target_link_libraries(marrow_zip INTERFACE ${MARROW_ZIP})
+else()
+  set(MARROW_ZIP "")
+  message(STATUS "This build reads no pk3 archives: it needs the Debian package libzip-dev")
+endif()
+
 if(CMAKE_CROSSCOMPILING)
   # The building machine's /usr/include must stay out of sight, so the headers are linked into a
   # folder of their own, and CMake takes /usr/include for one that no target has to name.

@@ -6,7 +6,8 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build
-  nlohmann-json3-dev libstb-dev libeigen3-dev libcli11-dev libdraco-dev libmeshoptimizer-dev)
+  nlohmann-json3-dev libstb-dev libeigen3-dev libcli11-dev libdraco-dev libmeshoptimizer-dev
+  libzip-dev)
 for option in "$@"; do
   case $option in
   --tests)

@@ -10,7 +10,7 @@ namespace core {
 
 // The pixels of a whole JPEG, TGA or PNG file. Null when it is none, or larger than
 // kMostPixels; throws std::bad_alloc.
-std::shared_ptr<const pixels> DecodeImage(std::vector<std::uint8_t> file);
+CORE_API std::shared_ptr<const pixels> DecodeImage(std::vector<std::uint8_t> file);
 
 // A whole JPEG or PNG file kept as it is, with the size that its header tells; its pixels are not
 // decoded. Null when it is neither.

@@ -1,6 +1,10 @@
 """Images of imported models: found as the games find them, in made-up folders of games."""
 
+import io
+import os
 import struct
+import unittest
+import zipfile
 
 import program
 
@@ -13,6 +17,15 @@ def tga(width, bits=24, packed=False):
     head = struct.pack("<3B5xHH2H2B", 0, 0, 10 if packed else 2, 0, 0, width, 1, bits, 0)
     pixel = bytes([200] * (bits // 8))
     return head + (bytes([0x7F + width]) + pixel if packed else pixel * width)
+
+
+def pk3(*files):
+    """An archive of names and contents."""
+    block = io.BytesIO()
+    with zipfile.ZipFile(block, "w", zipfile.ZIP_DEFLATED) as archive:
+        for name, content in files:
+            archive.writestr(name, content)
+    return block.getvalue()
 
 
 class Textures(program.ProgramTest):
@@ -126,6 +139,39 @@ class Textures(program.ProgramTest):
         self.skin("main/models/players/hero", "../out.tga")
         self.assertEqual(self.image("main/models/players/hero/hero.mdm",
                                     saying=["0 of 1 image"]), ("../out.tga", 0))
+
+    @unittest.skipIf("MARROW_NO_ARCHIVES" in os.environ, "a build without archives")
+    def test_archives(self):
+        model = self.place("main/models/players/hero")
+        self.skin("main/models/players/hero", FACE)
+        self.write("main/pak0.pk3", pk3((FACE, tga(1)), ("../" + FACE, tga(9))))
+        self.assertEqual(self.image(model), (FACE, 1))
+        self.write("main/" + FACE, tga(2))
+        self.assertEqual(self.image(model), (FACE, 1))
+        self.write("main/Pak1.PK3", pk3((FACE.replace("m", "M"), tga(3)),
+                                        *((f"textures/{i}.tga", b"") for i in range(10000))))
+        self.assertEqual(self.image(model), (FACE, 3))
+        (self.dir / "mod").mkdir()
+        self.write("mod/pak0.pk3", pk3((FACE, tga(4))))
+        self.assertEqual(self.image(model, "--game-dir=main", "--game-dir=mod"), (FACE, 4))
+        self.write("main/pak2.pk3", "no archive")
+        self.image(model, saying=["pak2.pk3: is not looked into: "])
+
+    @unittest.skipIf("MARROW_NO_ARCHIVES" in os.environ, "a build without archives")
+    def test_archives_that_lie(self):
+        model = self.place("main/models/players/hero")
+        self.skin("main/models/players/hero", FACE)
+        good = pk3((FACE, tga(1) + bytes(5000)))
+        central = good.index(b"PK\1\2")
+        for claimed, told in ((1 << 30, "claims 1073741824 bytes"), (100000, "claims 100000 bytes"),
+                              (10, "is damaged"), (20000, "is damaged")):
+            lying = bytearray(good)
+            struct.pack_into("<I", lying, central + 24, claimed)
+            struct.pack_into("<I", lying, 22, claimed)
+            self.write("main/pak0.pk3", bytes(lying))
+            self.image(model, saying=["0 of 1", "main/pak0.pk3: " + FACE + " " + told])
+        self.write("main/pak0.pk3", pk3(("../../" + FACE, tga(1)), ("/" + FACE, tga(1))))
+        self.image(model, saying=["0 of 1", "main and its 1 pk3 archive"])
 
 
 if __name__ == "__main__":

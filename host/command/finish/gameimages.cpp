@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <unordered_set>
+#include <utility>
 
 #include "command/files/paths.h"
 #include "command/game/gamefiles.h"
 #include "command/game/gamepath.h"
 #include "command/wording.h"
+#include "core/decode.h"
 #include "core/findfile.h"
 #include "core/state.h"
 #include "core/utf8path.h"
@@ -58,32 +61,42 @@ class imagesearch {
            (!beside_.empty() &&
             std::ranges::any_of(names,
                                 [&](const std::string& name) {
-                                  return Take(files_.FindBelow(beside_, LastName(name)), image);
+                                  return Take({files_.FindBelow(beside_, LastName(name))}, image);
                                 })) ||
            image.State().content != nullptr;
   }
 
-  std::string Places() const {
-    return "in " + Joined(files_.Folders()) + (beside_.empty() ? "" : ", nor beside the model");
+  std::string Places() {
+    return "in " + Joined(files_.Places()) + (beside_.empty() ? "" : ", nor beside the model");
   }
-  // A file under one of the last image's names that is no image; "" for none.
+  const std::vector<gamefiles::refusal>& Refused() const { return files_.Refused(); }
+  // What is wrong with a file under one of the last image's names; "" for nothing.
   const std::string& Unreadable() const { return unreadable_; }
   void Forget() { unreadable_.clear(); }
 
  private:
-  bool Take(const std::string& file, cimage& image) {
-    if (file.empty()) {
+  bool Take(const gamefile& file, cimage& image) {
+    if (file.place.empty()) {
       return false;
     }
-    if (image.State().content != nullptr && core::FindFile(image.State().path) == file) {
+    std::shared_ptr<const core::pixels>& content = image.State().content;
+    if (content != nullptr && core::FindFile(image.State().path) == file.place) {
       return true;
     }
-    cimage found;
-    if (found.Load(file.c_str()) == 0) {
-      unreadable_ = file;
+    std::string fault = "is no image";
+    std::shared_ptr<const core::pixels> found;
+    if (file.within == nullptr) {
+      cimage loaded;
+      loaded.Load(file.place.c_str());
+      found = loaded.State().content;
+    } else if (auto bytes = files_.Read(file, fault)) {
+      found = core::DecodeImage(std::move(*bytes));
+    }
+    if (found == nullptr) {
+      unreadable_ = file.place + " " + fault;
       return false;
     }
-    image.State().content = found.State().content;
+    content = std::move(found);
     return true;
   }
 
@@ -105,6 +118,15 @@ std::string PathInGame(const cmaterial& material) {
   const core::materialstate& state = material.State();
   const std::string& path = state.image.State().path;
   return !state.gamePath.empty() ? state.gamePath : NamesNothing(path) ? "" : GamePath(path);
+}
+
+void TellRefused(console& out, const std::vector<gamefiles::refusal>& refused) {
+  for (const gamefiles::refusal& each : refused) {
+    out.Warning(each.path, "is not looked into: " + each.fault);
+    if (!ReadsArchives()) {
+      return;  // one for all
+    }
+  }
 }
 
 }  // namespace
@@ -134,9 +156,10 @@ void FindGameImages(console& out, const std::string& path,
     if (!search.Load(wanted, *material->GetImage(0))) {
       missing.push_back(wanted + (search.Unreadable().empty()
                                       ? " is not found as .tga, .jpg or .png " + search.Places()
-                                      : ": " + search.Unreadable() + " is no image"));
+                                      : ": " + search.Unreadable()));
     }
   }
+  TellRefused(out, search.Refused());
   if (named == 0) {
     return;
   }

@@ -11,8 +11,9 @@ namespace command {
 // Gives the materials that nodes of the scene wear the images that a game would show. Looked into
 // are the folder above the model's models folder, unless the user names it, and the folders that
 // the user names, later ones first; outside of a models folder at last what lies beside the model.
-// An image may stand there under its own name, as .tga, .jpg and .png, in any case of letters. A
-// line tells how many were found, and one for each missing image where it was looked for.
+// An image may stand there under its own name, as .tga, .jpg and .png, in any case of letters, on
+// the disk or in a .pk3 archive. A line tells how many were found, and one for each missing image
+// where it was looked for.
 void FindGameImages(console& out, const std::string& path,
                     const std::vector<std::string>& gameFolders, core::scene& scene);
 
