@@ -247,6 +247,13 @@ void exportoptions::Define(CLI::App& app) {
              "rest pose in an mds or mdm. Without this they are those that the games light by")
           ->group(kGroup),
       {filekind::Mdc, filekind::Mds, filekind::Mdm});
+  table.Add(
+      app.add_option("--shader-dir", shaderDir,
+                     "The folder, as models/players/hero, of materials that have no path of "
+                     "the game: neither as game_path, nor as their name, nor as their image's")
+          ->option_text("DIR")
+          ->group(kGroup),
+      {filekind::Mdc, filekind::Mds, filekind::Mdm});
 }
 
 void exportoptions::ChooseMdx(const std::string& path, const std::string& named) {

@@ -51,6 +51,7 @@ struct exportoptions {
   exportchoices choices;
   finishsteps finish;
   rigoptions rig;
+  std::string shaderDir;  // of materials whose path nothing tells; empty: none
   bool sequences = false;
   std::string sequencesFrom;  // the file whose frames the clips are laid at
   std::vector<loopchoice> loops;

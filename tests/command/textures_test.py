@@ -1,6 +1,9 @@
-"""Images of imported models: found as the games find them, in made-up folders of games."""
+"""Images of imported models, found as the games find them in made-up folders of games, and the
+paths of exported ones."""
 
+import base64
 import io
+import json
 import os
 import struct
 import unittest
@@ -172,6 +175,52 @@ class Textures(program.ProgramTest):
             self.image(model, saying=["0 of 1", "main/pak0.pk3: " + FACE + " " + told])
         self.write("main/pak0.pk3", pk3(("../../" + FACE, tga(1)), ("/" + FACE, tga(1))))
         self.image(model, saying=["0 of 1", "main and its 1 pk3 archive"])
+
+
+class Shaders(program.ProgramTest):
+    def test_what_becomes_of_a_material(self):
+        self.marrow("convert", program.SAMPLE, "kept.gltf")
+        for name, path, image, options, wanted in (
+            ("figure", FACE, "b.png", [], FACE),
+            ("figure", "Textures/Sfx/Glow", "b.png", [], "textures/sfx/glow"),
+            ("models/players/hero/face", None, "face", [], FACE),
+            ("models/players/hero/face.001", None, "face.tga", [], FACE),
+            ("Textures/Skins/face.jpg", None, None, [], "textures/skins/face.jpg"),
+            ("textures/sfx/glow", None, None, [], "textures/sfx/glow"),
+            ("figure", None, "models\\players\\hero\\Face.tga", [], FACE),
+            ("figure", None, "models/players/hero/face.png", ["--shader-dir=models/a"], FACE),
+            ("face.002", None, "b", ["--shader-dir=models/players/hero"], FACE),
+            ("face", None, None, ["--shader-dir=models/a/"], "models/a/face"),
+            ("figure", None, "face.tga", [], "models/face.tga"),
+        ):
+            scene = json.loads(self.read("kept.gltf"))
+            material = scene["materials"][0]
+            material["name"] = name
+            material["extras"] = {"game_path": path} if path else {}
+            scene["images"][0]["name"] = image or ""
+            if image is None:
+                del material["pbrMetallicRoughness"]["baseColorTexture"]
+            # An image in the document's buffer has a name; one of a file has that file's.
+            with open(self.dir / scene["images"][0].pop("uri"), "rb") as file:
+                content = file.read()
+            scene["buffers"].append({"byteLength": len(content), "uri": "data:;base64," +
+                                     base64.b64encode(content).decode()})
+            scene["bufferViews"].append({"buffer": len(scene["buffers"]) - 1,
+                                         "byteLength": len(content)})
+            scene["images"][0].update(bufferView=len(scene["bufferViews"]) - 1,
+                                      mimeType="image/png")
+            self.write("s.gltf", json.dumps(scene))
+            for kind in "mdc", "mds":
+                self.marrow("export", "s.gltf", "-o", f"s.{kind}", "--end=0", *options)
+                shaders = {row["shader"] if kind == "mds" else row["shaders"][0]
+                           for row in self.info(f"s.{kind}")["surfaces"]}
+                self.assertEqual(shaders, {wanted}, (name, path, image, kind))
+
+    def test_names_are_paths(self):
+        self.export("a.mds", "--end=0")
+        self.marrow("import", "a.mds", "-o", "a.glb")
+        self.assertEqual([row["name"] for row in self.info("a.glb")["materials"]],
+                         [SHADER.removesuffix(".tga")])
 
 
 if __name__ == "__main__":

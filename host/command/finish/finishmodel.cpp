@@ -12,6 +12,7 @@
 #include "command/failure.h"
 #include "command/finish/normals.h"
 #include "command/finish/openmodel.h"
+#include "command/finish/shaders.h"
 #include "command/finish/torso.h"
 #include "files/disk.h"
 #include "mdmmdx/mdmfile.h"
@@ -98,7 +99,7 @@ void FinishModel(console& out, const std::string& told, const std::string& path,
     if (steps.normals) {
       SetSkinNormals(file, scene);
     }
-    return steps.normals;
+    return SetShaders(file, scene) || steps.normals;
   };
   const auto torso = [&](const auto& file) {
     if (steps.torso) {
@@ -119,7 +120,7 @@ void FinishModel(console& out, const std::string& told, const std::string& path,
                     "its normals are not set, since the window does not tell which frames "
                     "were chosen; --start and --end do");
       }
-      return start.has_value();
+      return SetShaders(file, scene) || start.has_value();
     });
   } else if (kind == filekind::Mds) {
     Rewrite<cmdsfile>(told, path, [&](const cmdsfile& file) {

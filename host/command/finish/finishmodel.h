@@ -19,10 +19,11 @@ struct finishsteps {
 };
 
 // Changes the model at `path`, written from the scene over the range, in place: records keep their
-// number and place. An mdc gets the boxes of its frames, too, where the scene knows them better. A
-// file that does not hold is left to the check that follows. Without a range,
-// which a dialog in a window does not tell, an mdc that has not all frames of the scene keeps the
-// handler's normals, with a warning under the name `told`. Fails when the file cannot be written.
+// number and place. Shaders are the paths that the scene's materials have. An mdc gets the boxes of
+// its frames, too, where the scene knows them better. A file that does not hold is left to the
+// check that follows. Without a range, which a dialog in a window does not tell, an mdc that has
+// not all frames of the scene keeps the handler's normals, with a warning under the name `told`.
+// Fails when the file cannot be written.
 void FinishModel(console& out, const std::string& told, const std::string& path, filekind kind,
                  const finishsteps& steps, const core::scene& scene,
                  const std::optional<framerange>& range);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -132,10 +133,16 @@ void TellRefused(console& out, const std::vector<gamefiles::refusal>& refused) {
 }  // namespace
 
 void SetGamePaths(core::scene& scene) {
+  std::unordered_map<std::string, int> uses;
   for (cmaterial* material : scene.Materials()) {
     if (const std::string path = PathInGame(*material); !path.empty()) {
       material->State().gamePath = path;
       material->GetImage(0)->SetPathName(path.c_str());
+      std::string name = WithoutImageSuffix(path);
+      if (const int used = uses[name]++; used > 0) {
+        name.append(".").append(std::to_string(used));
+      }
+      material->SetName(name.c_str());
     }
   }
 }

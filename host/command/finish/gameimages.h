@@ -17,7 +17,8 @@ namespace command {
 void FindGameImages(console& out, const std::string& path,
                     const std::vector<std::string>& gameFolders, core::scene& scene);
 
-// Gives the scene's materials the paths that the games know, in place of those on this disk.
+// Gives the scene's materials the paths that the games know, in place of those on this disk, and
+// their names: a path without its suffix, which other programs keep where they drop all else.
 void SetGamePaths(core::scene& scene);
 
 }  // namespace command

@@ -110,7 +110,12 @@ void assembly::MakeNamesUnique(core::scene& part, const std::string& model) cons
     node->SetName(unique(node->State().name).c_str());
   }
   for (cmaterial* material : part.Materials()) {
-    material->SetName(unique(material->GetName()).c_str());
+    // A number behind the path of a shader is no part of it.
+    std::string name = material->GetName();
+    for (int number = 1; !taken.insert(name).second; ++number) {
+      name = std::string(material->GetName()) + "." + std::to_string(number);
+    }
+    material->SetName(name.c_str());
   }
 }
 

@@ -8,6 +8,7 @@
 #include "command/files/sequencefile.h"
 #include "command/finish/finishmodel.h"
 #include "command/finish/storedname.h"
+#include "command/game/shaderpaths.h"
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/rig.h"
@@ -232,6 +233,8 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   if (IsSkeletal(kind) && options.helperBones) {
     helped = AddHelperBones(scene, kind);
   }
+
+  SetShaderPaths(scene, options.shaderDir);
 
   files::replacement set(out.Warnings());
   const newmodel model{path, set.Add(path), kind};

@@ -42,7 +42,9 @@ bool EndsWith(const std::string& text, std::string_view end) {
 
 std::string WithSuffix(const std::string& name, const core::pixels* content) {
   const bool jpeg = content != nullptr && content->mimeType == "image/jpeg";
-  if (EndsWith(name, jpeg ? ".jpg" : ".png") || (jpeg && EndsWith(name, ".jpeg"))) {
+  // An image of a game keeps its name, whatever it was turned into on the way.
+  if (EndsWith(name, jpeg ? ".jpg" : ".png") || (jpeg && EndsWith(name, ".jpeg")) ||
+      EndsWith(name, ".tga")) {
     return name;
   }
   return name + (jpeg ? ".jpg" : ".png");
@@ -68,6 +70,7 @@ class materialmaker {
       material->SetName(name.c_str());
       std::copy(from.colour.begin(), from.colour.end(), material->State().colour);
       material->State().doubleSided = from.doubleSided;
+      material->State().gamePath = from.gamePath;
       SetImage(from, name, material->State().image.State());
     }
     return made;
