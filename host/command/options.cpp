@@ -209,8 +209,17 @@ void exportoptions::Define(CLI::App& app) {
                 ->option_text("FILE")
                 ->group(kGroup),
             skeletal);
-  app.add_flag("--force", force, "With --sequences: replace a sequence file that is there")
-      ->needs(sequencesFlag)
+  table.Add(app.add_flag("--write-skin", skin,
+                         "Write the surfaces' shaders as NAME.skin beside the model too")
+                ->group(kGroup),
+            {filekind::Mds, filekind::Mdm});
+  table.Add(app.add_flag("--write-images", images,
+                         "Write the scene's images too, as TGA or JPEG at the paths that the model "
+                         "stores, below the folder above its models folder")
+                ->group(kGroup),
+            {filekind::Mdc, filekind::Mds, filekind::Mdm});
+  app.add_flag("--force", force,
+               "Replace files that are there, of --sequences, --write-skin and --write-images")
       ->group(kGroup);
   noMdx = AddOff(app, "--no-mdx", writeMdx,
                  "Of an mdm: do not write the mdx file with its skeleton and animation")

@@ -55,6 +55,8 @@ struct exportoptions {
   bool sequences = false;
   std::string sequencesFrom;  // the file whose frames the clips are laid at
   std::vector<loopchoice> loops;
+  bool skin = false;    // whether a .skin file is written
+  bool images = false;  // whether the images are
   bool helperBones = true;
   bool force = false;
   bool writeMdx = true;

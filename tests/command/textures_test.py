@@ -216,6 +216,34 @@ class Shaders(program.ProgramTest):
                            for row in self.info(f"s.{kind}")["surfaces"]}
                 self.assertEqual(shaders, {wanted}, (name, path, image, kind))
 
+    def test_what_is_written_beside_a_model(self):
+        folder = "main/models/players/hero"
+        (self.dir / folder).mkdir(parents=True)
+        for kind, quote in ("mds", ""), ("mdm", '"'):
+            model, skin = f"{folder}/hero.{kind}", f"{folder}/hero.skin"
+            for name in skin, "main/" + SHADER:
+                self.write(name, "old")
+            result = self.export(model, "--end=0", "--write-skin", "--write-images")
+            self.assertEqual(result.err.count("already exists, kept"), 2)
+            self.assertEqual((self.read(skin), self.read("main/" + SHADER)), (b"old", b"old"))
+            self.export(model, "--end=0", "--write-skin", "--write-images", "--force")
+            self.assertEqual(self.read(skin).decode(), "".join(
+                f"{name},{quote}{SHADER}{quote}\n" for name in ("sword", "body")))
+            self.assertIn("1 of 1 image found", self.marrow("import", model, "-o", "a.glb").err)
+            row, = self.info("a.glb")["materials"]
+            wanted, = self.info(program.SAMPLE)["materials"]
+            self.assertEqual((row["image"], row["width"], row["height"]),
+                             (SHADER, wanted["width"], wanted["height"]))
+        self.marrow("convert", program.SAMPLE, "s.gltf")
+        scene = json.loads(self.read("s.gltf"))
+        scene["materials"][0]["extras"]["game_path"] = "../figure.tga"
+        self.write("s.gltf", json.dumps(scene))
+        before = self.names()
+        self.assertIn("leads out", self.marrow("export", "s.gltf", "-o", model, "--end=0", "--force",
+                                               "--write-images").err)
+        self.assertEqual(self.names(), before)
+        self.fails(2, "export", program.SAMPLE, "-o", model, "--force", saying=["--write-skin"])
+
     def test_names_are_paths(self):
         self.export("a.mds", "--end=0")
         self.marrow("import", "a.mds", "-o", "a.glb")

@@ -9,6 +9,8 @@
 #include "command/finish/finishmodel.h"
 #include "command/finish/storedname.h"
 #include "command/game/shaderpaths.h"
+#include "command/game/writeimages.h"
+#include "command/game/writeskin.h"
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/rig.h"
@@ -197,6 +199,10 @@ void CheckExport(const std::string& path, const exportoptions& options) {
       throw failure(mdx, "the folder " + folder.string() + " does not exist");
     }
   }
+  if (options.force && !options.sequences && !options.skin && !options.images) {
+    throw failure(path, "--force goes with --sequences, --write-skin or --write-images",
+                  kExitUsage);
+  }
   if (kind == filekind::Mdm && options.sequences && !options.writeMdx) {
     throw failure(path,
                   "--sequences and --no-mdx exclude each other: the sequence file of an mdm "
@@ -307,6 +313,12 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   if (!sequences.lines.empty()) {
     TellSequenceFile(out, sequences.path, sequences.lines);
+  }
+  if (options.skin) {
+    WriteSkinFile(out, path, kind, options.force);
+  }
+  if (options.images) {
+    WriteImages(out, path, scene, options.force);
   }
   return kExitDone;
 }
