@@ -191,6 +191,7 @@ void DefineConvert(CLI::App& app, programstate& state) {
   job->in.Define(*command, "--no-skeleton");  // --no-bones chooses those that are written
   job->out.Define(*command);
   job->scene.Define(*command);
+  job->scene.DefineReading(*command);
   job->scene.DefineShapes(*command, job->in.table);
   job->batch.Define(*command);
   DefineQuiet(*command, state);

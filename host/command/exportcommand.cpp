@@ -60,6 +60,7 @@ void DefineExport(CLI::App& app, programstate& state) {
   job->options.table.Add(DefineBoneMap(*command, job->options.rig.boneMap)->group("Export"),
                          {filekind::Mds, filekind::Mdm, filekind::Mdx});
   job->scene.Define(*command);
+  job->scene.DefineReading(*command);
   job->batch.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);

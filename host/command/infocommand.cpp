@@ -66,6 +66,7 @@ void DefineInfo(CLI::App& app, programstate& state) {
       ->required();
   command->add_flag("--json", job->json, "As JSON, with every row of every list");
   job->scene.Define(*command);
+  job->scene.DefineReading(*command);
   DefineQuiet(*command, state);
   AddExamples(*command,
               {"marrow info models/players/hero/body.mds", "marrow info hero.glb --json"});

@@ -37,6 +37,9 @@ struct options {
   // cuts them to whole steps gets those that came from it. 0: none.
   double grid = 0.0;
 
+  // Reading: a .gltf may name files that do not lie in its own folder or below it.
+  bool allowOutside = false;
+
   // Writing: clips hold each frame until the next, in place of blending linearly.
   bool stepped = false;
 };

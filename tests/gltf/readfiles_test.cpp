@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "gltf/readtest.h"
 
 namespace {
@@ -145,6 +147,21 @@ TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
     EXPECT_EQ(fault(files.Write("b.gltf", good.Text(uri))),
               std::string("buffer 0: cannot read ") + uri);
   }
+  files.Write("b.bin", good.Buffer());
+  const std::string folder =
+      std::filesystem::path(files.File("")).parent_path().filename().string();
+  for (const std::string& uri : {"../" + folder + "/b.bin", "x/%2e%2e/%2E./" + folder + "/b.bin"}) {
+    const std::string path = files.Write("b.gltf", good.Text(uri));
+    EXPECT_NE(fault(path).find("b.bin does not lie in the file's folder: --allow-outside"),
+              std::string::npos);
+    gltf::options outside;
+    outside.allowOutside = true;
+    core::scene own;
+    std::filesystem::create_directory(files.File("x"));
+    EXPECT_TRUE(gltf::ReadScene(path, outside, own, told)) << told.fault;
+  }
+  EXPECT_EQ(fault(files.Write("b.gltf", good.Text("x/../gone.bin"))),
+            "buffer 0: cannot read x/../gone.bin");
   files.Write("short.bin", bytes(8));
   const std::string of = " of " + std::to_string(good.Buffer().size()) + " bytes";
   EXPECT_EQ(fault(files.Write("c.gltf", good.Text("short.bin"))), "buffer 0: has 8" + of);

@@ -102,6 +102,11 @@ void sceneoptions::Define(CLI::App& app) {
   RequireRange(fps, 0.1, 1000.0);
 }
 
+void sceneoptions::DefineReading(CLI::App& app) {
+  app.add_flag("--allow-outside", how.allowOutside,
+               "Read files that a .gltf names outside of its own folder too");
+}
+
 void sceneoptions::DefineShapes(CLI::App& app, optiontable& table) {
   table.Add(
       app.add_option_function<std::string>(

@@ -24,6 +24,8 @@ struct sceneoptions {
   CLI::Option* fps = nullptr;
 
   void Define(CLI::App& app);
+  // --allow-outside of a command that may read a scene.
+  void DefineReading(CLI::App& app);
   // --interpolate of a command that may write what changes its shape.
   void DefineShapes(CLI::App& app, optiontable& table);
   // For a scene that goes into a file of the kind: frames of vertices take every change of shape.

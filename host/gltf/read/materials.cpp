@@ -52,8 +52,8 @@ std::string WithSuffix(const std::string& name, const core::pixels* content) {
 
 class materialmaker {
  public:
-  materialmaker(const document& doc, const std::string& path, std::vector<std::string>& warnings)
-      : doc_(doc), path_(path), warnings_(warnings), images_(doc.images.size()) {}
+  materialmaker(const document& doc, const surroundings& around, std::vector<std::string>& warnings)
+      : doc_(doc), around_(around), warnings_(warnings), images_(doc.images.size()) {}
 
   std::vector<cmaterial*> AddTo(core::scene& scene) {
     std::vector<cmaterial*> made;
@@ -108,7 +108,7 @@ class materialmaker {
     loaded& image = images_[static_cast<std::size_t>(index)];
     if (!image.tried) {
       image.tried = true;
-      image.content = core::KeepImage(ImageBytes(doc_, index, path_));
+      image.content = core::KeepImage(ImageBytes(doc_, index, around_));
       if (!image.content) {
         Warn(index);
       }
@@ -119,22 +119,25 @@ class materialmaker {
   void Warn(int index) {
     const image& from = doc_.images[static_cast<std::size_t>(index)];
     const bool named = !from.uri.empty() && !IsDataUri(from.uri);
+    const std::string outside = WhyOutside(from.uri, around_);
     warnings_.push_back("image " + std::to_string(index) + ": " +
-                        (named ? WithoutEscapes(from.uri) + " cannot be read as a JPEG or PNG file"
-                               : "it is no JPEG or PNG file"));
+                        (!outside.empty() ? outside
+                         : named
+                             ? WithoutEscapes(from.uri) + " cannot be read as a JPEG or PNG file"
+                             : "it is no JPEG or PNG file"));
   }
 
   const document& doc_;
-  const std::string& path_;
+  const surroundings around_;
   std::vector<std::string>& warnings_;
   std::vector<loaded> images_;
 };
 
 }  // namespace
 
-std::vector<cmaterial*> AddMaterials(const document& doc, const std::string& path,
+std::vector<cmaterial*> AddMaterials(const document& doc, const surroundings& around,
                                      core::scene& scene, std::vector<std::string>& warnings) {
-  return materialmaker(doc, path, warnings).AddTo(scene);
+  return materialmaker(doc, around, warnings).AddTo(scene);
 }
 
 }  // namespace gltf

@@ -189,7 +189,8 @@ void Build(const document& doc, const options& how, const std::string& path, cor
   const timeline line = LayOut(doc, how, values);
   poselist poses = MakePoses(doc, nodes, line, how, values);
   const std::vector<std::string> names = NodeNames(doc);
-  const std::vector<cmaterial*> materials = AddMaterials(doc, path, scene, warnings);
+  const std::vector<cmaterial*> materials =
+      AddMaterials(doc, {path, how.allowOutside}, scene, warnings);
   const std::vector<nodemorph> morphs = MakeMorphs(doc, nodes, line, values);
   nodebuilder builder(doc, nodes, poses, names, how, scene);
   surfacemaker surfaces({doc, nodes, poses, morphs, builder.Bones(), materials, how}, values);
@@ -215,7 +216,7 @@ bool ReadLoaded(loadedfile file, const std::string& path, const options& how, co
                 report& told) {
   try {
     document doc = ParseDocument(std::move(file));
-    LoadBuffers(doc, path);
+    LoadBuffers(doc, {path, how.allowOutside});
     Decompress(doc);
     Build(doc, how, path, scene, told.warnings);
     return true;

@@ -67,19 +67,24 @@ bool DecodeDataUri(const std::string& uri, std::vector<std::uint8_t>& decoded) {
          DecodeBase64(std::string_view(uri).substr(mark + sizeof(kBase64) - 1), decoded);
 }
 
+bool LeadsOutside(const std::string& name) {
+  const std::filesystem::path way = core::PathOf(name).lexically_normal();
+  return !way.empty() && *way.begin() == "..";
+}
+
 // The file that a URI names beside the document; empty when it names none there.
-std::string FileBeside(const std::string& uri, const std::string& path) {
+std::string FileBeside(const std::string& uri, const surroundings& around) {
   const std::string name = WithoutEscapes(uri);
   if (name.empty() || name.find('\0') != std::string::npos || name.find(':') != std::string::npos ||
-      name.front() == '/' || name.front() == '\\') {
+      name.front() == '/' || name.front() == '\\' || (LeadsOutside(name) && !around.allowOutside)) {
     return {};
   }
-  return (core::PathOf(path).parent_path() / core::PathOf(name)).string();
+  return (core::PathOf(around.path).parent_path() / core::PathOf(name)).string();
 }
 
 // What is no plain file could keep a reader waiting for ever.
-bool LoadBeside(const std::string& uri, const std::string& path, loadedfile& file) {
-  const std::string name = FileBeside(uri, path);
+bool LoadBeside(const std::string& uri, const surroundings& around, loadedfile& file) {
+  const std::string name = FileBeside(uri, around);
   std::error_code error;
   return !name.empty() && std::filesystem::is_regular_file(core::PathOf(name), error) &&
          LoadWholeFile(name.c_str(), file);
@@ -107,7 +112,14 @@ std::string WithoutEscapes(const std::string& uri) {
   return text;
 }
 
-void LoadBuffers(document& doc, const std::string& path) {
+std::string WhyOutside(const std::string& uri, const surroundings& around) {
+  const std::string name = WithoutEscapes(uri);
+  return around.allowOutside || IsDataUri(uri) || !LeadsOutside(name)
+             ? std::string()
+             : name + " does not lie in the file's folder: --allow-outside reads it";
+}
+
+void LoadBuffers(document& doc, const surroundings& around) {
   for (std::size_t i = 0; i < doc.buffers.size(); ++i) {
     filebuffer& buffer = doc.buffers[i];
     const std::string place = "buffer " + std::to_string(i) + ": ";
@@ -124,10 +136,12 @@ void LoadBuffers(document& doc, const std::string& path) {
       }
       buffer.content = {buffer.decoded.data(), buffer.decoded.size()};
       buffer.uri.clear();
-    } else if (LoadBeside(buffer.uri, path, buffer.file)) {
+    } else if (LoadBeside(buffer.uri, around, buffer.file)) {
       buffer.content = buffer.file.View();
     } else {
-      throw badfile(place + "cannot read " + WithoutEscapes(buffer.uri));
+      const std::string outside = WhyOutside(buffer.uri, around);
+      throw badfile(place +
+                    (outside.empty() ? "cannot read " + WithoutEscapes(buffer.uri) : outside));
     }
     if (buffer.content.Size() < buffer.length) {
       throw badfile(place + "has " + std::to_string(buffer.content.Size()) + " of " +
@@ -146,7 +160,7 @@ fileview ViewOf(const document& doc, int view, const std::string& place) {
   return {buffer.content.Data() + from.offset, static_cast<std::size_t>(from.length)};
 }
 
-std::vector<std::uint8_t> ImageBytes(const document& doc, int image, const std::string& path) {
+std::vector<std::uint8_t> ImageBytes(const document& doc, int image, const surroundings& around) {
   const gltf::image& from = doc.images[static_cast<std::size_t>(image)];
   if (from.view >= 0) {
     const fileview view = ViewOf(doc, from.view, "image " + std::to_string(image));
@@ -158,7 +172,7 @@ std::vector<std::uint8_t> ImageBytes(const document& doc, int image, const std::
     if (!DecodeDataUri(from.uri, content)) {
       content.clear();
     }
-  } else if (LoadBeside(from.uri, path, file)) {
+  } else if (LoadBeside(from.uri, around, file)) {
     content.assign(file.data.get(), file.data.get() + file.size);
   }
   return content;
