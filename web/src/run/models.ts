@@ -26,6 +26,7 @@ export interface ExportChoice {
   format: 'mdc' | 'mds' | 'mdm';
   facing: string;
   scale: string;
+  // Empty: each clip's own.
   fps: string;
   sequences: boolean;
   helperBones: boolean;
@@ -67,7 +68,7 @@ export async function exportScene(
 ): Promise<Taken> {
   const target = `${folderOf(path)}${stemOf(path)}.${choice.format}`;
   const args = ['export', named(path), '-o', named(target), '--facing', choice.facing];
-  args.push('--scale', choice.scale, '--fps', choice.fps);
+  args.push('--scale', choice.scale, ...(choice.fps === '' ? [] : ['--fps', choice.fps]));
   if (choice.format === 'mdm') {
     args.push('--mdx', named(target.replace(/mdm$/, 'mdx')));
   }

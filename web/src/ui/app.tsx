@@ -131,7 +131,7 @@ export function App() {
         if (!current()) {
           return;
         }
-        viewer.current?.show(gltf, keepView);
+        viewer.current?.show(gltf, { game: model.kind !== 'scene', keepView });
         setClips(viewer.current?.clips ?? []);
         setClip(viewer.current?.clipIndex ?? 0);
         setSurfaces(viewer.current?.surfaces() ?? []);

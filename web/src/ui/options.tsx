@@ -91,7 +91,7 @@ const firstExport: ExportChoice = {
   format: 'mds',
   facing: '+z',
   scale: '40',
-  fps: '20',
+  fps: '',
   sequences: true,
   helperBones: true,
 };
@@ -156,7 +156,7 @@ export function ExportPanel(props: { disabled: boolean; onExport: (how: ExportCh
           <span>Frames a second</span>
           <input
             type="number"
-            required
+            placeholder="each clip's own"
             min="1"
             max="1000"
             step="any"

@@ -29,9 +29,9 @@ export function Transport(props: {
           onChange={({ currentTarget }) => props.onClip(Number(currentTarget.value))}
         >
           {none && <option>none</option>}
-          {clips.map(({ name, frames: count }, i) => (
+          {clips.map(({ name, frames: count, rate }, i) => (
             <option key={i} value={i}>
-              {name || `sequence ${i}`} ({count} frames)
+              {name || `sequence ${i}`} ({count} frames, {rate}/s)
             </option>
           ))}
         </select>

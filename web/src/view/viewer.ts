@@ -5,16 +5,19 @@ import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
 import type { GLTF } from 'three/addons/loaders/GLTFLoader.js';
 import { ManyTargets } from './manytargets';
 import { hasManyWeights, restoreFirstWeights, skinByManyWeights } from './manyweights';
+import { rateOf } from './rate';
 import { Overlays, type OverlayChoice } from './overlays';
 
-// At what the command reads and writes clips unless told otherwise.
-export const framesPerSecond = 20;
+// Of scenes of others, as the command has it.
+const leastRate = 20;
 // Of a person in the games: 72 units, 40 to the metre.
 const personHeight = 1.8;
 
 export interface Clip {
   name: string;
   frames: number;
+  // Frames a second.
+  rate: number;
 }
 
 export interface Surface {
@@ -111,16 +114,17 @@ export class Viewer {
 
   // With the camera as it is, and the clip of the same name at the same frame, where the scene is one
   // that was shown before.
-  show(gltf: GLTF, keepView: boolean): void {
+  show(gltf: GLTF, from: { game: boolean; keepView: boolean }): void {
+    const { keepView } = from;
     const before = { clip: this.clips[this.clip]?.name, time: this.time };
     this.clear();
     this.shown = gltf;
     this.scene.add(gltf.scene);
     this.mixer = new THREE.AnimationMixer(gltf.scene);
-    this.clips = gltf.animations.map(({ name, duration }) => ({
-      name,
-      frames: Math.round(duration * framesPerSecond) + 1,
-    }));
+    this.clips = gltf.animations.map((clip) => {
+      const rate = rateOf(clip, from.game ? 1 : leastRate);
+      return { name: clip.name, frames: Math.round(clip.duration * rate) + 1, rate };
+    });
     gltf.scene.traverse((object) => {
       // Bounding volumes are those of the rest pose.
       object.frustumCulled = false;
@@ -203,7 +207,7 @@ export class Viewer {
   }
 
   setFrame(frame: number): void {
-    this.setTime(frame / framesPerSecond);
+    this.setTime(frame / this.rate());
     this.report();
   }
 
@@ -212,7 +216,7 @@ export class Viewer {
   }
 
   frame(): number {
-    return Math.floor(this.time * framesPerSecond + 1e-4);
+    return Math.floor(this.time * this.rate() + 1e-4);
   }
 
   // A step from the last frame leads to the first, and back.
@@ -343,6 +347,10 @@ export class Viewer {
     }
   }
 
+  private rate(): number {
+    return this.clips[this.clip]?.rate ?? leastRate;
+  }
+
   private duration(): number {
     return this.shown?.animations[this.clip]?.duration ?? 0;
   }
@@ -354,7 +362,7 @@ export class Viewer {
     const duration = this.duration();
     if (this.playing && duration > 0) {
       // The last frame is shown as long as any other before the first follows.
-      const round = duration + 1 / framesPerSecond;
+      const round = duration + 1 / this.rate();
       const time = (this.time + passed * this.speed) % round;
       this.setTime(time);
       this.time = time;
