@@ -68,8 +68,8 @@ bool DecodeDataUri(const std::string& uri, std::vector<std::uint8_t>& decoded) {
 }
 
 bool LeadsOutside(const std::string& name) {
-  const std::filesystem::path way = core::PathOf(name).lexically_normal();
-  return !way.empty() && *way.begin() == "..";
+  const std::filesystem::path path = core::PathOf(name).lexically_normal();
+  return !path.empty() && *path.begin() == "..";
 }
 
 // The file that a URI names beside the document; empty when it names none there.
