@@ -119,19 +119,20 @@ void WriteImages(console& out, const std::string& model, const core::scene& scen
     if (!done.insert(path).second) {
       continue;
     }
-    const std::string name = material->State().name.data();
+    const auto leave = [&](const std::string& why, const std::string& behind = "") {
+      std::string text = "the image of ";
+      text.append(material->State().name.data()).append(" is not written: ");
+      out.Warning(model, text.append(why).append(behind));
+    };
     if (NamesNothing(path)) {
-      out.Warning(model, "the image of " + name +
-                             " is not written: no path is known; --shader-dir "
-                             "gives it one");
+      leave("no path is known; --shader-dir gives it one");
     } else if (!StaysBelow(path)) {
-      out.Warning(model,
-                  "the image of " + name + " is not written: " + path + " leads out of " + folder);
+      leave(path, " leads out of " + folder);
     } else {
       const std::shared_ptr<const core::pixels>& image = material->State().image.State().content;
       const imagefile file = Encoded(path, image);
       if (file.content.empty()) {
-        out.Warning(model, "the image of " + name + " is not written: it cannot be decoded");
+        leave("it cannot be decoded");
       } else {
         WriteBelow(out, folder, file, *image, force);
       }

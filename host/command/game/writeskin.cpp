@@ -32,8 +32,8 @@ skintext TextOf(const std::string& model, const std::string& quote) {
       continue;
     }
     // The games' readers of these files pass over a line without a suffix.
-    text.lines += name + "," + quote + shader + (HasImageSuffix(shader) ? "" : ".tga") + quote;
-    text.lines += "\n";
+    text.lines.append(name).append(",").append(quote).append(shader);
+    text.lines.append(HasImageSuffix(shader) ? "" : ".tga").append(quote).append("\n");
     ++text.rows;
   }
   return text;

@@ -113,7 +113,8 @@ void assembly::MakeNamesUnique(core::scene& part, const std::string& model) cons
     // A number behind the path of a shader is no part of it.
     std::string name = material->GetName();
     for (int number = 1; !taken.insert(name).second; ++number) {
-      name = std::string(material->GetName()) + "." + std::to_string(number);
+      name = material->GetName();
+      name.append(".").append(std::to_string(number));
     }
     material->SetName(name.c_str());
   }
