@@ -1,7 +1,6 @@
 // The page: what was dropped, what is shown of it, and what is said about it.
 
 import { useCallback, useEffect, useMemo, useRef, useState } from 'preact/hooks';
-import { filesInside } from '../files/inside';
 import { nameOf as fileNameOf, folderOf, stemOf, suffixOf } from '../files/kinds';
 import type { Listing, Model } from '../files/tree';
 import { Client, Stopped } from '../run/client';
@@ -206,11 +205,7 @@ export function App() {
 
   useEffect(() => {
     client.warm();
-    const inside = filesInside(document);
-    if (inside.length > 0) {
-      void open(() => Promise.resolve(inside));
-    }
-  }, [client, open]);
+  }, [client]);
 
   useEffect(() => {
     const dragged = (event: DragEvent) => {
