@@ -78,7 +78,9 @@ void benchhost::AddJoints(const modelsize& size) {
       ckey key;
       key.frame = frame;
       key.pos = MakePt3(0.0F, 0.0F, parent != nullptr ? kJointStep : 0.0F);
-      const auto swing = static_cast<float>((7 * frame + 3 * joint) % 20 - 10);
+      // No two frames are the same, which would share a morph target.
+      const float drift = 5.0F * static_cast<float>(frame) / static_cast<float>(size.frames);
+      const float swing = static_cast<float>((7 * frame + 3 * joint) % 20 - 10) + drift;
       key.rot = EulerToQuat(MakePt3(swing, 0.5F * swing, 0.0F));
       bone->anim.SetKeyAt(frame, key, 0);
     }
