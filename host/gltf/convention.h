@@ -1,17 +1,15 @@
 #pragma once
 
-// What reading and writing agree on: axes, corners of faces, names of tags and times.
+// What reading and writing agree on: axes, corners of faces and times.
 //
 // The map of axes is a rotation, so quaternions keep their w and their vector part is mapped like a
 // point; scales only change places. Both sides have the quaternion (x, y, z, w) for the same
 // rotation, points being rows here and columns there.
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <string_view>
 
 #include "core/affine.h"
 #include "gltf/gltf.h"
@@ -66,15 +64,6 @@ class axismap {
 // A face's corner on the other side: a scene's faces run clockwise seen from their front, the
 // file's counter-clockwise.
 constexpr std::size_t OtherCorner(std::size_t corner) { return corner == 0 ? 0 : 3 - corner; }
-
-// Whether a node of the name is a tag, as the games name them, in any case of letters.
-inline bool IsTagName(std::string_view name) {
-  constexpr std::string_view kStart = "tag_";
-  return name.size() >= kStart.size() &&
-         std::equal(kStart.begin(), kStart.end(), name.begin(), [](char a, char b) {
-           return a == static_cast<char>(std::tolower(static_cast<unsigned char>(b)));
-         });
-}
 
 // Frames beyond a whole number of them that are rounding of the clip's end.
 inline constexpr double kWholeFrame = 1e-4;

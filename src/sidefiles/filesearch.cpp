@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "binary/directory.h"
+#include "sidefiles/wildcard.h"
 
 struct cfilesearch {
   struct entry {
@@ -17,37 +18,6 @@ struct cfilesearch {
   std::vector<entry> entries;
   std::size_t next = 0;
 };
-
-namespace {
-
-char Fold(char letter) {
-  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-// * stands for any text, ? for one character. Going back to the last * alone is enough.
-bool Matches(std::string_view pattern, std::string_view name) {
-  std::size_t p = 0;
-  std::size_t n = 0;
-  std::size_t star = std::string_view::npos;
-  std::size_t mark = 0;
-  while (n < name.size()) {
-    if (p < pattern.size() && pattern[p] == '*') {
-      star = p++;
-      mark = n;
-    } else if (p < pattern.size() && (pattern[p] == '?' || Fold(pattern[p]) == Fold(name[n]))) {
-      ++p;
-      ++n;
-    } else if (star != std::string_view::npos) {
-      p = star + 1;
-      n = ++mark;
-    } else {
-      return false;
-    }
-  }
-  return pattern.find_first_not_of('*', p) == std::string_view::npos;
-}
-
-}  // namespace
 
 cfilesearch* OpenFileSearch(const char* pattern) {
   const std::string_view whole(pattern);
@@ -59,7 +29,7 @@ cfilesearch* OpenFileSearch(const char* pattern) {
     const std::string_view names = hasDirectory ? whole.substr(separator + 1) : whole;
     auto search = std::make_unique<cfilesearch>();
     for (std::string& name : NamesIn(directory)) {
-      if (Matches(names, name)) {
+      if (wildcard::Matches(names, name)) {
         const bool isDirectory = EntryAt(directory + name) == diskentry::Directory;
         search->entries.push_back({std::move(name), isDirectory});
       }

@@ -40,8 +40,6 @@ std::string Folded(std::string text) {
   return text;
 }
 
-bool IsTagName(const std::string& name) { return Folded(name).starts_with("tag_"); }
-
 std::string SuffixOf(const std::string& path) {
   const std::string extension = Folded(core::PathOf(path).extension().string());
   return extension.empty() ? extension : extension.substr(1);

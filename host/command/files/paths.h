@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "core/tagname.h"
+
 namespace command {
 
 enum class filekind { Other, Scene, Mdc, Mds, Mdm, Mdx };
@@ -20,8 +22,7 @@ bool IsSkeletal(filekind kind);
 std::string SuffixOf(const std::string& path);
 
 std::string Folded(std::string text);
-// Whether a node of this name is a tag.
-bool IsTagName(const std::string& name);
+using core::IsTagName;
 
 // Fails unless the file can be read.
 void RequireReadable(const std::string& path);

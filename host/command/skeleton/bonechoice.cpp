@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <optional>
 #include <stdexcept>
-#include <string_view>
 
 #include "command/files/paths.h"
 #include "command/skeleton/hanging.h"
@@ -13,57 +12,20 @@
 #include "core/pose.h"
 #include "core/state.h"
 #include "gltf/write/skinning.h"
+#include "sidefiles/wildcard.h"
 
 namespace command {
 
 namespace {
 
-// The byte behind the character of UTF-8 that begins there.
-std::size_t BehindCharacter(std::string_view text, std::size_t at) {
-  do {
-    ++at;
-  } while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U);
-  return at;
-}
-
-// Linear but for a pattern with several stars, which goes back to the last one only.
-bool Matches(std::string_view pattern, std::string_view text) {
-  std::size_t p = 0;
-  std::size_t t = 0;
-  std::size_t star = std::string_view::npos;
-  std::size_t retry = 0;
-  while (t < text.size()) {
-    if (p < pattern.size() && pattern[p] == '*') {
-      star = p++;
-      retry = t;
-    } else if (p < pattern.size() && pattern[p] == '?') {
-      ++p;
-      t = BehindCharacter(text, t);
-    } else if (p < pattern.size() && pattern[p] == text[t]) {
-      ++p;
-      ++t;
-    } else if (star != std::string_view::npos) {
-      p = star + 1;
-      t = retry = BehindCharacter(text, retry);
-    } else {
-      return false;
-    }
-  }
-  return pattern.find_first_not_of('*', p) == std::string_view::npos;
-}
-
 class patterns {
  public:
-  explicit patterns(const std::vector<std::string>& texts) : texts_(texts), used_(texts.size()) {
-    for (const std::string& text : texts) {
-      folded_.push_back(Folded(text));
-    }
-  }
+  explicit patterns(const std::vector<std::string>& texts) : texts_(texts), used_(texts.size()) {}
 
-  bool Match(const std::string& foldedName) {
+  bool Match(const std::string& name) {
     bool any = false;
-    for (std::size_t i = 0; i < folded_.size(); ++i) {
-      if (Matches(folded_[i], foldedName)) {
+    for (std::size_t i = 0; i < texts_.size(); ++i) {
+      if (wildcard::Matches(texts_[i], name)) {
         used_[i] = true;
         any = true;
       }
@@ -80,7 +42,6 @@ class patterns {
 
  private:
   const std::vector<std::string>& texts_;
-  std::vector<std::string> folded_;
   std::vector<bool> used_;
 };
 
@@ -99,14 +60,14 @@ class chooser {
       if (node->GetType() != kNodeBone) {
         continue;
       }
-      const std::string name = Folded(node->GetName());
-      const bool tag = IsTagName(node->GetName());
+      const std::string name = node->GetName();
+      const bool tag = IsTagName(name);
       const bool chosen = (choice.only.empty() || only.Match(name) || tag) && !without.Match(name);
       leftOut_[Index(*node)] = !chosen;
       bones += tag ? 0 : 1;
       kept += tag || !chosen ? 0 : 1;
       if (!chosen) {
-        made.leftOut.emplace_back(node->GetName());
+        made.leftOut.push_back(name);
       }
     }
     if (bones > 0 && kept == 0) {

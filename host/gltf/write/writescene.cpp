@@ -4,6 +4,7 @@
 #include <set>
 
 #include "core/state.h"
+#include "core/tagname.h"
 #include "core/utf8path.h"
 #include "gltf/convention.h"
 #include "gltf/gltf.h"
@@ -53,7 +54,7 @@ void WriteSkeleton(const core::scene& scene, const layout& plan, const std::stri
     const core::nodestate& node = scene.Nodes()[i]->State();
     if (node.type == kNodeBone) {
       bones.push_back(static_cast<int>(i));
-      tagsAlone = tagsAlone && IsTagName(node.name);
+      tagsAlone = tagsAlone && core::IsTagName(node.name);
     }
   }
   const std::set<int> joints(plan.joints.begin(), plan.joints.end());
