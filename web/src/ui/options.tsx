@@ -164,24 +164,17 @@ export function ExportPanel(props: { disabled: boolean; onExport: (how: ExportCh
             onInput={({ currentTarget }) => setHow({ ...how, fps: currentTarget.value })}
           />
         </label>
-        <label class="check">
-          <input
-            type="checkbox"
-            disabled={!skeletal}
-            checked={how.sequences}
-            onChange={({ currentTarget }) => setHow({ ...how, sequences: currentTarget.checked })}
-          />
-          Sequence file
-        </label>
-        <label class="check">
-          <input
-            type="checkbox"
-            disabled={!skeletal}
-            checked={how.helperBones}
-            onChange={({ currentTarget }) => setHow({ ...how, helperBones: currentTarget.checked })}
-          />
-          Helper bones
-        </label>
+        {(['sequences', 'helperBones'] as const).map((key) => (
+          <label class="check" key={key}>
+            <input
+              type="checkbox"
+              disabled={!skeletal}
+              checked={how[key]}
+              onChange={({ currentTarget }) => setHow({ ...how, [key]: currentTarget.checked })}
+            />
+            {key === 'sequences' ? 'Sequence file' : 'Helper bones'}
+          </label>
+        ))}
         <button type="submit" disabled={props.disabled}>
           Take game files
         </button>
