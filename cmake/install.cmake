@@ -40,9 +40,9 @@ install(FILES ${CMAKE_BINARY_DIR}/package/marrow.pc DESTINATION ${CMAKE_INSTALL_
   COMPONENT Development)
 
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime)
-# The page for browsers is no part of it, nor are its pictures.
+# The page for browsers is no part of an installation, nor is what is told of it.
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime
-  PATTERN "browser-*.png" EXCLUDE)
+  PATTERN "browser*" EXCLUDE)
 install(FILES examples/sample.glb DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Runtime)
 install(FILES examples/bones.cpp examples/runhandler.cpp examples/toglb.cpp examples/CMakeLists.txt
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Development)

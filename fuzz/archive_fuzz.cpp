@@ -1,4 +1,4 @@
-// .pk3 archives: every entry is read, below a budget that a run has time for.
+// .pk3 archives: the first entries are read, below a budget that a run has time for.
 
 #include "command/game/archive.h"
 
@@ -16,7 +16,9 @@ void ReadArchive(const std::uint8_t* data, std::size_t size) {
     return;
   }
   command::archive::budget left = 1 << 20;
-  for (std::uint64_t entry = 0; entry < opened->NumEntries(); ++entry) {
+  opened->Find("models/a.tga");
+  constexpr std::uint64_t kEntries = 16;  // a number beyond the last is refused
+  for (std::uint64_t entry = 0; entry < kEntries; ++entry) {
     opened->Read(entry, left, fault);
   }
 }

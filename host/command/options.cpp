@@ -52,6 +52,21 @@ framestretch ClipOf(const std::string& text) {
   return made;
 }
 
+loopchoice LoopOf(const std::string& text) {
+  const std::size_t equals = text.rfind('=');
+  loopchoice made;
+  if (equals != std::string::npos && equals > 0) {
+    made.name = text.substr(0, equals);
+    const char* const end = text.data() + text.size();
+    const auto [behind, error] = std::from_chars(text.data() + equals + 1, end, made.frames);
+    if ((error == std::errc() && behind == end && made.frames >= 0) ||
+        text.substr(equals + 1) == "all") {
+      return made;
+    }
+  }
+  throw CLI::ValidationError("--loop", text + " is no loop as walk=12 or walk=all");
+}
+
 }  // namespace
 
 void optiontable::Add(CLI::Option* option, std::vector<filekind> kinds) {

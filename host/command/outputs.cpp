@@ -41,7 +41,7 @@ void outputoptions::Define(CLI::App& app, const std::string& what, const std::st
       ->check(CLI::IsMember(kinds));
   app.add_option("--jobs", jobs,
                  "Of several inputs: how many are worked on at a time, each in a process of its "
-                 "own (default: the machine's processors)")
+                 "own (default: the machine's processors; on Windows one after the other)")
       ->option_text("N")
       ->check(CLI::Range(1U, kMostJobs));
 }

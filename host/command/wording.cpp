@@ -88,4 +88,9 @@ std::string DidYouMean(const std::string& wanted, const std::vector<std::string>
   return text.empty() ? text : text + "?";
 }
 
+std::string NearOrAll(const std::string& wanted, const std::vector<std::string>& names) {
+  const std::string near = DidYouMean(wanted, names);
+  return near.empty() ? "; there are: " + JoinedFew(names) : near;
+}
+
 }  // namespace command

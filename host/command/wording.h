@@ -17,5 +17,7 @@ std::string JoinedFew(std::vector<std::string> names);
 // "; did you mean a or b?": those of the names that are spelt nearly as the wanted one, in any case
 // of letters and with any dashes before them, the nearest first, at most three. Empty for none.
 std::string DidYouMean(const std::string& wanted, const std::vector<std::string>& names);
+// The same, or where nothing is near the first of all: "; there are: a, b and 12 more".
+std::string NearOrAll(const std::string& wanted, const std::vector<std::string>& names);
 
 }  // namespace command

@@ -68,4 +68,16 @@ std::shared_ptr<const pixels> KeepImage(std::vector<std::uint8_t> file) {
   return made;
 }
 
+std::vector<std::uint8_t> OpaqueRgb(const pixels& image) {
+  std::vector<std::uint8_t> rgb;
+  rgb.reserve(image.rgba.size() / 4 * 3);
+  for (std::size_t i = 0; i + 3 < image.rgba.size(); i += 4) {
+    if (image.rgba[i + 3] != 255) {
+      return {};
+    }
+    rgb.insert(rgb.end(), {image.rgba[i], image.rgba[i + 1], image.rgba[i + 2]});
+  }
+  return rgb;
+}
+
 }  // namespace core

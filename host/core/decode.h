@@ -16,6 +16,9 @@ CORE_API std::shared_ptr<const pixels> DecodeImage(std::vector<std::uint8_t> fil
 // decoded. Null when it is neither.
 CORE_API std::shared_ptr<const pixels> KeepImage(std::vector<std::uint8_t> file);
 
+// The pixels' colours, three bytes each; empty where a pixel is not opaque.
+CORE_API std::vector<std::uint8_t> OpaqueRgb(const pixels& image);
+
 // 8192 x 8192: far above any image of a game, and 256 MB decoded.
 inline constexpr std::int64_t kMostPixels = std::int64_t{1} << 26;
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <unordered_map>
@@ -49,7 +48,7 @@ std::vector<notedsequence> ReadNotes(const std::string& notes) {
 
 // Whether the numbers are those of sequences laid one behind the other: each line then has the
 // last key of its sequence, and together they fill the range to its end.
-bool AreLastKeys(const std::vector<notedsequence>& sequences, int animEnd) {
+bool AreLastKeys(const std::vector<notedsequence>& sequences, std::int64_t animEnd) {
   std::int64_t end = 0;
   for (const notedsequence& sequence : sequences) {
     end += sequence.frames;
@@ -79,14 +78,13 @@ std::vector<clip> WithNotedNumbers(std::vector<clip> clips,
 
 }  // namespace
 
-std::vector<clip> NotedSequences(const scene& scene) {
-  const std::vector<notedsequence> sequences = ReadNotes(scene.notes);
+std::vector<clip> NotedSequences(const std::string& notes) {
+  const std::vector<notedsequence> sequences = ReadNotes(notes);
   std::int64_t frames = 0;
   for (const notedsequence& sequence : sequences) {
     frames += sequence.frames;
   }
-  const bool lastKeys =
-      frames <= std::numeric_limits<int>::max() && AreLastKeys(sequences, static_cast<int>(frames));
+  const bool lastKeys = AreLastKeys(sequences, frames);
   std::vector<clip> clips;
   for (const notedsequence& sequence : sequences) {
     clips.push_back({sequence.name, lastKeys ? -1 : static_cast<int>(sequence.first),

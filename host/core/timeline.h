@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "core/scene.h"
@@ -17,8 +18,8 @@ CORE_API int LastKeyFrame(const scene& scene);
 // some sequences were. Loop and rate come from the notes for the scene's clips too, by name.
 CORE_API std::vector<clip> NamedClips(const scene& scene);
 
-// The sequences of the last import that the notes tell of, with the first frames that they had in
-// the model's file; -1 where the notes do not give these.
-CORE_API std::vector<clip> NotedSequences(const scene& scene);
+// The sequences of the last import that a scene's notes tell of, with the first frames that they
+// had in the model's file; -1 where the notes do not give these.
+CORE_API std::vector<clip> NotedSequences(const std::string& notes);
 
 }  // namespace core

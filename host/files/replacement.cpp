@@ -186,21 +186,6 @@ int WriteText(const std::string& path, const std::string& text, bool append = fa
   return error != 0 ? error : FlushFile(path);
 }
 
-void WriteJournals(const std::vector<member>& set) {
-  const std::string text = JournalText(set);
-  const auto require = [](const member& each, int error) {
-    if (error != 0) {
-      throw fault(each.target, "cannot be written: " + SystemMessage(error));
-    }
-  };
-  for (const member& each : set) {
-    require(each, WriteText(Beside(each.target, kJournal), text));
-    require(each, FlushFolder(FolderOf(each.target)));
-  }
-  require(set.front(), WriteText(Beside(set.front().target, kJournal),
-                                 std::string(kJournalCommitted) + "\n", true));
-}
-
 // The error of the first folder that cannot be flushed, 0 for none.
 int FlushFolders(const std::vector<member>& set) {
   std::set<std::string> folders;
@@ -212,6 +197,21 @@ int FlushFolders(const std::vector<member>& set) {
     }
   }
   return error;
+}
+
+void WriteJournals(const std::vector<member>& set) {
+  const std::string text = JournalText(set);
+  const auto require = [](const member& each, int error) {
+    if (error != 0) {
+      throw fault(each.target, "cannot be written: " + SystemMessage(error));
+    }
+  };
+  for (const member& each : set) {
+    require(each, WriteText(Beside(each.target, kJournal), text));
+  }
+  require(set.front(), FlushFolders(set));
+  require(set.front(), WriteText(Beside(set.front().target, kJournal),
+                                 std::string(kJournalCommitted) + "\n", true));
 }
 
 // The first file's journal goes last: without it the others' say nothing.

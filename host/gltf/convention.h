@@ -67,6 +67,12 @@ constexpr std::size_t OtherCorner(std::size_t corner) { return corner == 0 ? 0 :
 
 // Frames beyond a whole number of them that are rounding of the clip's end.
 inline constexpr double kWholeFrame = 1e-4;
+// Highest rate that a clip may have of its own, in frames a second.
+inline constexpr int kHighestRate = 1000;
+// How far a frame's number may be from a whole one by what single precision makes of a late time.
+inline double FrameRounding(double exact) {
+  return std::max(kWholeFrame, exact * std::numeric_limits<float>::epsilon());
+}
 // Longest clip that fits a time line.
 inline constexpr double kMostFrames = 1 << 30;
 
@@ -81,9 +87,9 @@ inline int FramesOf(double seconds, double fps) {
     return static_cast<int>(kMostFrames);
   }
   const double whole = std::round(exact);
-  // What single precision makes of the end of a long clip.
-  const double rounding = std::max(kWholeFrame, exact * std::numeric_limits<float>::epsilon());
-  return static_cast<int>(std::abs(exact - whole) <= rounding ? whole : std::ceil(exact)) + 1;
+  return static_cast<int>(std::abs(exact - whole) <= FrameRounding(exact) ? whole
+                                                                          : std::ceil(exact)) +
+         1;
 }
 
 // Time of a clip's frame in seconds, as the file's single precision has it: the nearest, since

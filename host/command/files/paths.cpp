@@ -33,12 +33,7 @@ std::vector<fs::path> SkeletonsIn(const fs::path& directory) {
 
 }  // namespace
 
-std::string Folded(std::string text) {
-  std::ranges::transform(text, text.begin(), [](char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-  });
-  return text;
-}
+std::string Folded(std::string_view text) { return LowerCase(text); }
 
 std::string SuffixOf(const std::string& path) {
   const std::string extension = Folded(core::PathOf(path).extension().string());

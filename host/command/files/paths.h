@@ -4,9 +4,10 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "core/tagname.h"
+#include "sampling/storednames.h"
 
 namespace command {
 
@@ -21,8 +22,7 @@ bool IsSkeletal(filekind kind);
 // The suffix in lower case and without its dot; empty for none.
 std::string SuffixOf(const std::string& path);
 
-std::string Folded(std::string text);
-using core::IsTagName;
+std::string Folded(std::string_view text);
 
 // Fails unless the file can be read.
 void RequireReadable(const std::string& path);

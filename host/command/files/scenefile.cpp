@@ -60,7 +60,7 @@ void TellBindResidual(console& out, const core::scene& scene, const std::string&
 // Every clip gets the rate that it was read at, and one that is not the usual is told.
 void SettleRates(console& out, const std::string& path, const gltf::options& how,
                  core::scene& scene) {
-  const int usual = std::max(static_cast<int>(std::lround(how.fps)), 1);
+  const int usual = WholeRate(how.fps);
   std::vector<std::string> own;
   for (core::clip& clip : scene.clips) {
     if (clip.rate == 0) {

@@ -19,8 +19,6 @@ namespace {
 // Longest name that an importer takes.
 constexpr std::size_t kLongestName = 127;
 
-int WholeRate(double fps) { return std::max(static_cast<int>(std::lround(fps)), 1); }
-
 std::string FileText(filekind kind, const std::vector<sequenceline>& lines) {
   std::string text = "// name, first frame, frames, frames that loop, frames a second\n";
   if (kind == filekind::Mds) {
@@ -38,6 +36,8 @@ std::string FileText(filekind kind, const std::vector<sequenceline>& lines) {
 }
 
 }  // namespace
+
+int WholeRate(double fps) { return std::max(static_cast<int>(std::lround(fps)), 1); }
 
 // Nothing that the file's grammar takes for anything else.
 std::string SequenceName(std::string name) {

@@ -23,6 +23,9 @@ struct sequenceline {
   int rate = 0;
 };
 
+// The frames a second of a sequence, which are whole.
+int WholeRate(double fps);
+
 // A clip's name as it stands in a file: one word.
 std::string SequenceName(std::string name);
 

@@ -66,7 +66,8 @@ void SetFrameBounds(const cmdcfile& file, const core::scene& scene, int start) {
   }
 }
 
-// Loads the file, changes it and writes it again. False: it did not hold, or `change` gave false.
+// Loads the file, changes it and writes it again, unless it does not hold or `change` gives false.
+// Fails under the name `told`.
 template <class File, class Change>
 void Rewrite(const std::string& told, const std::string& path, Change&& change) {
   openmodel<File> model;

@@ -32,10 +32,7 @@ bool SameFolder(const std::string& a, const std::string& b) {
 std::vector<std::string> FoldersFor(const std::string& model,
                                     const std::vector<std::string>& gameFolders) {
   std::vector<std::string> folders(gameFolders.rbegin(), gameFolders.rend());
-  std::vector<std::string> own = FoldersAboveModels(model);
-  if (own.empty()) {
-    own.push_back(core::PathOf(model).parent_path().string());
-  }
+  const std::vector<std::string> own = GameFoldersOf(model);
   for (std::size_t i = 0; i < own.size(); ++i) {
     if (std::ranges::none_of(folders, [&](const auto& each) { return SameFolder(each, own[i]); })) {
       folders.insert(i == 0 ? folders.begin() : folders.end(), own[i]);
@@ -56,6 +53,7 @@ class imagesearch {
   // Whether the image has content afterwards. What the handler loaded stays where it is of the
   // same file, and where nothing is found.
   bool Load(const std::string& path, cimage& image) {
+    unreadable_.clear();
     const std::vector<std::string> names = ImageNames(path);
     return std::ranges::any_of(
                names, [&](const std::string& name) { return Take(files_.Find(name), image); }) ||
@@ -73,7 +71,6 @@ class imagesearch {
   const std::vector<gamefiles::refusal>& Refused() const { return files_.Refused(); }
   // What is wrong with a file under one of the last image's names; "" for nothing.
   const std::string& Unreadable() const { return unreadable_; }
-  void Forget() { unreadable_.clear(); }
 
  private:
   bool Take(const gamefile& file, cimage& image) {
@@ -159,7 +156,6 @@ void FindGameImages(console& out, const std::string& path,
       continue;
     }
     ++named;
-    search.Forget();
     if (!search.Load(wanted, *material->GetImage(0))) {
       missing.push_back(wanted + (search.Unreadable().empty()
                                       ? " is not found as .tga, .jpg or .png " + search.Places()

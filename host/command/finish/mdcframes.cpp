@@ -281,7 +281,8 @@ void mdcframes::Take(core::scene& scene, bool shapes) const {
   scene.animStart = 0;
   scene.animEnd = last_ - first_;
   // Clips of a scene file are laid one behind the other, and frames are in their order then.
-  for (int frame = first_; clips_.empty() && frame <= last_; ++frame) {
+  const int end = clips_.empty() ? last_ : first_ - 1;
+  for (int frame = first_; frame <= end; ++frame) {
     const mdcFrame& from = file_.frames[frame];
     core::scene::box& box = scene.frameBounds.emplace_back();
     for (std::size_t c = 0; c < 3; ++c) {

@@ -31,7 +31,6 @@ class archive {
   archive(const archive&) = delete;
   archive& operator=(const archive&) = delete;
 
-  std::size_t NumEntries() const { return entries_.size(); }
   // The entry's number; none without one. Of several under one name the last counts.
   std::optional<std::uint64_t> Find(const std::string& path) const;
   // The entry decompressed, and its size taken from the budget. Null, with what is wrong, where its

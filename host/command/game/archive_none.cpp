@@ -15,18 +15,12 @@ std::unique_ptr<archive> archive::Open(const std::string& /*path*/, std::string&
   return nullptr;
 }
 
-std::unique_ptr<archive> archive::Of(std::span<const std::uint8_t> /*block*/, std::string& fault) {
-  fault = "this build reads no pk3 archives";
-  return nullptr;
-}
-
 std::optional<std::uint64_t> archive::Find(const std::string& /*path*/) const {
   return std::nullopt;
 }
 
 std::optional<std::vector<std::uint8_t>> archive::Read(std::uint64_t /*entry*/, budget& /*left*/,
-                                                       std::string& fault) const {
-  fault = "this build reads no pk3 archives";
+                                                       std::string& /*fault*/) const {
   return std::nullopt;
 }
 

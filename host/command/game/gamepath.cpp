@@ -53,6 +53,14 @@ std::vector<std::string> FoldersAboveModels(const std::string& path) {
   return above;
 }
 
+std::vector<std::string> GameFoldersOf(const std::string& path) {
+  std::vector<std::string> folders = FoldersAboveModels(path);
+  if (folders.empty()) {
+    folders.push_back(core::PathOf(path).parent_path().string());
+  }
+  return folders;
+}
+
 std::string LastName(const std::string& path) { return path.substr(path.find_last_of("/\\") + 1); }
 
 bool HasImageSuffix(const std::string& path) {

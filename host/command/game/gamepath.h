@@ -14,6 +14,8 @@ std::string Slashed(std::string path);
 std::string GamePath(const std::string& path);
 // The folders above each of the path's folders models, the innermost first.
 std::vector<std::string> FoldersAboveModels(const std::string& path);
+// The same, or where the path has no such folder its own directory.
+std::vector<std::string> GameFoldersOf(const std::string& path);
 
 // Behind the last separator.
 std::string LastName(const std::string& path);

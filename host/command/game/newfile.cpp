@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <span>
 
-#include "command/failure.h"
 #include "core/utf8path.h"
 #include "files/replacement.h"
 
@@ -17,15 +16,10 @@ bool WriteNewFile(console& out, const std::string& path, const std::vector<std::
     out.Warning(path, "already exists, kept; use --force to replace it");
     return false;
   }
-  try {
-    files::replacement into(
-        [&](const std::string& file, const std::string& text) { out.Warning(file, text); });
-    const std::array<std::span<const std::uint8_t>, 1> pieces{content};
-    into.Write(path, pieces);
-    into.Commit();
-  } catch (const files::fault& fault) {
-    throw failure(fault.Path(), fault.what());
-  }
+  files::replacement into(out.Warnings());
+  const std::array<std::span<const std::uint8_t>, 1> pieces{content};
+  into.Write(path, pieces);
+  into.Commit();
   return true;
 }
 

@@ -36,25 +36,7 @@ void Append(void* context, void* data, int size) {
   bytes.insert(bytes.end(), first, first + size);
 }
 
-std::vector<std::uint8_t> WithoutAlpha(const std::vector<std::uint8_t>& rgba) {
-  std::vector<std::uint8_t> rgb;
-  rgb.reserve(rgba.size() / 4 * 3);
-  for (std::size_t i = 0; i + 3 < rgba.size(); i += 4) {
-    rgb.insert(rgb.end(), {rgba[i], rgba[i + 1], rgba[i + 2]});
-  }
-  return rgb;
-}
-
-bool IsOpaque(const std::vector<std::uint8_t>& rgba) {
-  for (std::size_t i = 3; i < rgba.size(); i += 4) {
-    if (rgba[i] != 255) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// Nothing where the image cannot be decoded.
+// For a path in lower case. Nothing where the image cannot be decoded.
 imagefile Encoded(const std::string& path, std::shared_ptr<const core::pixels> image) {
   const std::string stem = WithoutImageSuffix(path);
   if (image->mimeType == "image/jpeg" && !image->encoded.empty()) {
@@ -67,18 +49,16 @@ imagefile Encoded(const std::string& path, std::shared_ptr<const core::pixels> i
     return {};
   }
   imagefile made;
-  if (Folded(path).ends_with(".jpg") || Folded(path).ends_with(".jpeg")) {
+  if (path.ends_with(".jpg") || path.ends_with(".jpeg")) {
     made.path = stem + ".jpg";
     stbi_write_jpg_to_func(Append, &made.content, image->width, image->height, 4,
                            image->rgba.data(), kJpegQuality);
     return made;
   }
   made.path = stem + ".tga";
-  const bool opaque = IsOpaque(image->rgba);
-  const std::vector<std::uint8_t> rgb =
-      opaque ? WithoutAlpha(image->rgba) : std::vector<std::uint8_t>();
-  stbi_write_tga_to_func(Append, &made.content, image->width, image->height, opaque ? 3 : 4,
-                         opaque ? rgb.data() : image->rgba.data());
+  const std::vector<std::uint8_t> rgb = core::OpaqueRgb(*image);
+  stbi_write_tga_to_func(Append, &made.content, image->width, image->height, rgb.empty() ? 4 : 3,
+                         rgb.empty() ? image->rgba.data() : rgb.data());
   return made;
 }
 
@@ -106,9 +86,7 @@ void WriteBelow(console& out, const std::string& folder, const imagefile& file,
 
 void WriteImages(console& out, const std::string& model, const core::scene& scene, bool force) {
   const std::string whole = FullPath(model);
-  const std::vector<std::string> above = FoldersAboveModels(whole);
-  const std::string folder =
-      above.empty() ? core::PathOf(whole).parent_path().string() : above.front();
+  const std::string folder = GameFoldersOf(whole).front();
   std::unordered_set<std::string> done;
   for (cnode* node : scene.Nodes()) {
     const cmaterial* const material = node->GetMaterial();

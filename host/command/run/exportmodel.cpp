@@ -61,9 +61,8 @@ std::size_t OriginOf(const std::string& path, const std::string& origin, const c
   }
   const auto found = std::ranges::find(names, origin);
   if (!origin.empty() && found == names.end()) {
-    const std::string near = DidYouMean(origin, names);
-    throw failure(path, "the scene has no node " + origin + " for --origin" +
-                            (near.empty() ? "; there are: " + JoinedFew(names) : near));
+    throw failure(path,
+                  "the scene has no node " + origin + " for --origin" + NearOrAll(origin, names));
   }
   return static_cast<std::size_t>(found - names.begin());
 }

@@ -63,6 +63,7 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
       chosen.frame = frames->First();
     }
   }
+  const bonemap names = chosen.boneMap.empty() ? bonemap() : bonemap(chosen.boneMap);
   importanswers answers(chosen);
   const int result =
       host.Import(handler, scene, path, answers, [&](const std::string& mdx) { chosen.mdx = mdx; });
@@ -92,15 +93,7 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   } else {
     TakeFileNormals(out, path, KindOf(path), scene);
   }
-  if (!chosen.boneMap.empty()) {
-    try {
-      bonemap(chosen.boneMap).Rename(scene, renaming::ToScene);
-    } catch (const failure&) {
-      throw;
-    } catch (const std::runtime_error& refused) {
-      throw failure(path, refused.what());
-    }
-  }
+  names.Rename(path, scene, renaming::ToScene);
   // Of a choice in a window only the handler's materials tell.
   if (chosen.ask ? !scene.Materials().empty() : chosen.materials) {
     DressSurfaces(path, KindOf(path), SkinBeside(path, answers.Skin()), scene);

@@ -69,6 +69,7 @@ std::string TextOf(std::FILE* from) {
 void RunInProcesses(console& out, std::size_t count, std::size_t most,
                     const std::function<int(std::size_t)>& work,
                     const std::function<void(std::size_t, const processend&)>& ended) {
+  std::signal(SIGCHLD, SIG_DFL);  // where a parent has it ignored, there is nothing to wait for
   std::map<pid_t, child> running;
   std::vector<std::optional<output>> outputs(count);
   std::size_t started = 0;
@@ -80,6 +81,9 @@ void RunInProcesses(console& out, std::size_t count, std::size_t most,
       if (id == 0) {
         RunChild(out, made, work);
       }
+      if (id < 0 && !running.empty()) {
+        break;  // as many as there can be
+      }
       if (id < 0) {
         throw failure("",
                       std::string("no further process can be started: ") + std::strerror(errno));
@@ -88,6 +92,9 @@ void RunInProcesses(console& out, std::size_t count, std::size_t most,
     }
     int status = 0;
     const pid_t id = waitpid(-1, &status, 0);
+    if (id < 0 && errno != EINTR) {
+      throw failure("", std::string("the processes cannot be waited for: ") + std::strerror(errno));
+    }
     const auto found = running.find(id);
     if (found == running.end()) {
       continue;

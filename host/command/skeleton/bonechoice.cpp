@@ -174,6 +174,9 @@ class chooser {
       if (weight.bone != nullptr && weight.bone->State().owner == &scene_ &&
           leftOut_[Index(*weight.bone)]) {
         const std::size_t from = Index(*weight.bone);
+        if (!changes_[from] && ancestors_[from] == nullptr) {
+          continue;  // it weighs nothing
+        }
         if (changes_[from]) {
           const core::affine& change = *changes_[from];
           weight.offset =

@@ -1,7 +1,6 @@
 #include "command/skeleton/bonemap.h"
 
 #include <fstream>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -62,7 +61,7 @@ bonemap::bonemap(const std::string& path) {
   }
 }
 
-void bonemap::Rename(core::scene& scene, renaming direction) const {
+void bonemap::Rename(const std::string& path, core::scene& scene, renaming direction) const {
   const auto& names = direction == renaming::ToGame ? toGame_ : toScene_;
   if (names.empty()) {
     return;
@@ -84,8 +83,8 @@ void bonemap::Rename(core::scene& scene, renaming direction) const {
   }
   for (const std::string& name : kept) {
     if (const auto taken = old.find(name); taken != old.end()) {
-      throw std::runtime_error("the bone " + taken->second + " cannot be renamed to " + name +
-                               ", which another bone is called");
+      throw failure(path, "the bone " + taken->second + " cannot be renamed to " + name +
+                              ", which another bone is called");
     }
   }
   for (const auto& [node, name] : renamed) {

@@ -18,8 +18,8 @@ class bonemap {
   explicit bonemap(const std::string& path);
 
   // Renames the scene's bones, tags among them, all at once. Names that the scene has not are left
-  // alone. Throws std::runtime_error where two bones would get one name.
-  void Rename(core::scene& scene, renaming direction) const;
+  // alone. Fails, as from the file `path`, where two bones would get one name.
+  void Rename(const std::string& path, core::scene& scene, renaming direction) const;
 
  private:
   std::unordered_map<std::string, std::string> toGame_;

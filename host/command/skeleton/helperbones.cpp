@@ -178,7 +178,7 @@ class helpernames {
   }
 
  private:
-  static std::string Kept(const std::string& name) { return name.substr(0, kKeptOfName); }
+  static std::string Kept(const std::string& name) { return StartOf(name, kKeptOfName); }
 
   std::unordered_set<std::string> taken_;
 };

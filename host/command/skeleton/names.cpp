@@ -11,15 +11,6 @@ namespace command {
 
 namespace {
 
-// Cut to a whole character of UTF-8 within the length.
-std::string Start(const std::string& name, std::size_t length) {
-  while (length > 0 && length < name.size() &&
-         (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U) {
-    --length;
-  }
-  return name.substr(0, length);
-}
-
 bool IsTagOf(const cnode& node, filekind kind) {
   return IsTagName(node.State().name) &&
          (kind == filekind::Mdc || node.State().type == kNodeBone) && kind != filekind::Mdx;
@@ -37,10 +28,10 @@ void TellApart(const std::vector<cnode*>& nodes, std::vector<std::string>& chang
     if (whole.size() <= kKeptOfName) {
       continue;
     }
-    std::string kept = Start(whole, kKeptOfName);
+    std::string kept = StartOf(whole, kKeptOfName);
     for (int number = 2; !taken.insert(kept).second; ++number) {
       const std::string behind = "~" + std::to_string(number);
-      kept = Start(whole, kKeptOfName - behind.size()) + behind;
+      kept = StartOf(whole, kKeptOfName - behind.size()) + behind;
     }
     node->SetName(kept.c_str());
     if (!whole.starts_with(kept)) {
@@ -76,6 +67,14 @@ bool IsStandard(std::string name) {
 }
 
 }  // namespace
+
+std::string StartOf(const std::string& name, std::size_t length) {
+  while (length > 0 && length < name.size() &&
+         (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U) {
+    --length;
+  }
+  return name.substr(0, length);
+}
 
 std::vector<std::string> TellCutNamesApart(core::scene& scene, filekind kind) {
   std::vector<cnode*> bones;

@@ -10,6 +10,8 @@ namespace command {
 
 // Bytes that a model file keeps of a name.
 inline constexpr std::size_t kKeptOfName = 63;
+// The start of a name within the length, of whole characters of UTF-8.
+std::string StartOf(const std::string& name, std::size_t length);
 
 // Shortens names of bones, tags and surfaces to what a file keeps of them, by whole characters.
 // Those that another one has then get a number in place of their last letters: the result.

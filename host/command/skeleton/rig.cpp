@@ -47,30 +47,26 @@ const cnode* BoneNamed(const core::scene& scene, const std::string& name) {
       names.push_back(node->State().name);
     }
   }
-  const std::string near = DidYouMean(wanted, names);
-  throw failure(path, "the model has no bone " + wanted + " for --torso" +
-                          (near.empty() ? "; there are: " + JoinedFew(names) : near));
+  throw failure(path,
+                "the model has no bone " + wanted + " for --torso" + NearOrAll(wanted, names));
 }
 
 }  // namespace
 
 preparedrig PrepareRig(console& out, const std::string& path, bool animated,
                        const rigoptions& options, core::scene& scene) {
-  const std::optional<bonemap> names =
-      options.boneMap.empty() ? std::nullopt : std::optional<bonemap>(options.boneMap);
+  const bonemap names = options.boneMap.empty() ? bonemap() : bonemap(options.boneMap);
   preparedrig made;
   try {
     LeaveOutBones(out, path, options.bones, scene);
-    made.torso = BoneNamed(scene, options.torso);
-    if (names) {
-      names->Rename(scene, renaming::ToGame);
-    }
-  } catch (const failure&) {
-    throw;
   } catch (const std::runtime_error& refused) {
     throw failure(path, refused.what());
   }
-  if (!options.torso.empty() && made.torso == nullptr) {
+  // Its name is that in the scene or that in the game.
+  const bool wanted = !options.torso.empty();
+  made.torso = wanted ? BoneNamed(scene, options.torso) : nullptr;
+  names.Rename(path, scene, renaming::ToGame);
+  if (wanted && made.torso == nullptr) {
     made.torso = BoneNamed(scene, options.torso);
     if (made.torso == nullptr) {
       FailAtTorso(path, options.torso, scene);

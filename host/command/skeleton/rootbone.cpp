@@ -35,7 +35,8 @@ bool Moves(const cnode& node, const framespan& span) {
     const core::affine now = core::WorldAtFrame(node, span.first + static_cast<int>(i));
     if (differs(now.move, still.move, kWorthUnits) ||
         differs(now.row[0], still.row[0], kWorthRows) ||
-        differs(now.row[1], still.row[1], kWorthRows)) {
+        differs(now.row[1], still.row[1], kWorthRows) ||
+        differs(now.row[2], still.row[2], kWorthRows)) {
       return true;
     }
   }

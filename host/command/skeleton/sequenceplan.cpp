@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "command/failure.h"
@@ -106,7 +107,8 @@ std::vector<std::string> LayOutBy(const std::string& path, const std::vector<seq
   std::int64_t end = 0;
   bool any = false;
   for (const sequenceline& line : lines) {
-    if (line.start < 0 || line.frames < 1 || line.start + line.frames > kMostFrames) {
+    if (line.start < 0 || line.frames < 1 || line.start > kMostFrames ||
+        line.frames > kMostFrames - line.start) {
       throw failure(path, "sequence " + line.name + ": frame " + std::to_string(line.start) +
                               " and " + std::to_string(line.frames) + " frames are out of range");
     }
@@ -121,13 +123,13 @@ std::vector<std::string> LayOutBy(const std::string& path, const std::vector<seq
   std::vector<core::clip> laid;
   std::vector<std::string> missing;
   std::vector<std::string> changed;
-  std::unordered_map<std::string, bool> used;
+  std::unordered_set<std::string> used;
   for (const sequenceline& line : lines) {
     const auto found = clips.find(line.name);
     if (found == clips.end()) {
       missing.push_back(line.name);
     } else {
-      used[line.name] = true;
+      used.insert(line.name);
       frames.Lay(found->second, line.start, line.frames);
       if (found->second.frames != line.frames) {
         changed.push_back(line.name + " (" + std::to_string(found->second.frames) + ", not " +
@@ -162,7 +164,7 @@ std::vector<std::string> LayOutBy(const std::string& path, const std::vector<seq
 }
 
 void RestoreLayout(core::scene& scene) {
-  const std::vector<core::clip> noted = core::NotedSequences(scene);
+  const std::vector<core::clip> noted = core::NotedSequences(scene.notes);
   std::vector<core::clip> clips = core::NamedClips(scene);
   std::int64_t end = 0;
   bool moved = false;
@@ -193,21 +195,6 @@ void RestoreLayout(core::scene& scene) {
   Apply(frames, std::move(clips), scene);
 }
 
-loopchoice LoopOf(const std::string& text) {
-  const std::size_t equals = text.rfind('=');
-  loopchoice made;
-  if (equals != std::string::npos && equals > 0) {
-    made.name = text.substr(0, equals);
-    const char* const end = text.data() + text.size();
-    const auto [behind, error] = std::from_chars(text.data() + equals + 1, end, made.frames);
-    if ((error == std::errc() && behind == end && made.frames >= 0) ||
-        text.substr(equals + 1) == "all") {
-      return made;
-    }
-  }
-  throw CLI::ValidationError("--loop", text + " is no loop as walk=12 or walk=all");
-}
-
 void SetLoops(const std::string& path, const std::vector<loopchoice>& loops, core::scene& scene) {
   if (loops.empty()) {
     return;
@@ -228,9 +215,8 @@ void SetLoops(const std::string& path, const std::vector<loopchoice>& loops, cor
       }
     }
     if (!found) {
-      const std::string near = DidYouMean(loop.name, names);
-      throw failure(path, "--loop: the scene has no clip " + loop.name +
-                              (near.empty() ? "; there are: " + JoinedFew(names) : near));
+      throw failure(path,
+                    "--loop: the scene has no clip " + loop.name + NearOrAll(loop.name, names));
     }
   }
   scene.clips = std::move(clips);

@@ -23,12 +23,10 @@ std::vector<std::string> LayOutBy(const std::string& path, const std::vector<seq
 // lengths still, and equal poses where they are to share a frame.
 void RestoreLayout(core::scene& scene);
 
-// A value of --loop: NAME=N or NAME=all.
 struct loopchoice {
   std::string name;
   int frames = -1;  // -1: all
 };
-loopchoice LoopOf(const std::string& text);
 // Fails when there is no clip of a name, or it has fewer frames.
 void SetLoops(const std::string& path, const std::vector<loopchoice>& loops, core::scene& scene);
 

@@ -1,8 +1,7 @@
 #include "gltf/read/plan.h"
+#include "sampling/storednames.h"
 
 #include <algorithm>
-
-#include "core/tagname.h"
 
 namespace gltf {
 
@@ -71,7 +70,7 @@ std::vector<int> OrderOf(const document& doc, const plan& made) {
 }
 
 bool IsTag(const node& from) {
-  return from.mesh < 0 && !from.hasCamera && !from.hasLight && core::IsTagName(from.name);
+  return from.mesh < 0 && !from.hasCamera && !from.hasLight && IsTagName(from.name);
 }
 
 bool HasRigidMesh(const document& doc, const node& from) {

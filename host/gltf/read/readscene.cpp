@@ -9,7 +9,6 @@
 #include <unordered_set>
 
 #include "core/state.h"
-#include "core/timeline.h"
 #include "gltf/read/badfile.h"
 #include "gltf/read/compressed/decompress.h"
 #include "gltf/read/document.h"
@@ -170,18 +169,6 @@ class nodebuilder {
   std::vector<ownednode<cnode>> waiting_;
 };
 
-// What a clip's keys do not say, and the notes of a model's import may.
-void TakeLoops(core::scene& scene) {
-  std::unordered_map<std::string, int> loops;
-  for (const core::clip& noted : core::NotedSequences(scene)) {
-    loops.emplace(noted.name, noted.loop);
-  }
-  for (core::clip& clip : scene.clips) {
-    const auto found = loops.find(clip.name);
-    clip.loop = found == loops.end() ? clip.loop : found->second;
-  }
-}
-
 void Build(const document& doc, const options& how, const std::string& path, core::scene& scene,
            std::vector<std::string>& warnings) {
   valuereader values(doc);
@@ -202,7 +189,6 @@ void Build(const document& doc, const options& how, const std::string& path, cor
   scene.animEnd = std::max(line.frames - 1, 0);
   scene.ticksPerFrame = static_cast<int>(std::lround(1000.0 / how.fps));
   scene.notes = doc.notes;
-  TakeLoops(scene);
   scene.frameBounds = doc.frameBounds;
   scene.Invalidate();
   const std::vector<std::string> left =

@@ -129,12 +129,10 @@ double TimeOf(int frame, double fps, double length, interpolation way) {
 // only where it is the noted one: keys that a person set are often that regular.
 int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
   constexpr int kLeastRate = 20;
-  constexpr int kMost = 1000;
   const auto onFrame = [](float time, int rate, double& frame) {
     const double exact = double{time} * rate;
     frame = std::round(exact);
-    return std::abs(exact - frame) <=
-           std::max(kWholeFrame, exact * std::numeric_limits<float>::epsilon());
+    return std::abs(exact - frame) <= FrameRounding(exact);
   };
   int rate = 0;
   for (const std::vector<float>& times : channels) {
@@ -143,8 +141,8 @@ int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
       continue;
     }
     const double steps = static_cast<double>(times.size() - 1) / length;
-    const int whole = static_cast<int>(std::lround(std::min(steps, kMost + 1.0)));
-    if (whole > kMost || whole < 1 || (whole < kLeastRate && whole != noted)) {
+    const int whole = static_cast<int>(std::lround(std::min(steps, kHighestRate + 1.0)));
+    if (whole > kHighestRate || whole < 1 || (whole < kLeastRate && whole != noted)) {
       continue;
     }
     double before = 0.0;
@@ -170,11 +168,9 @@ int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
 
 timeline LayOut(const document& doc, const options& how, valuereader& values) {
   timeline line;
-  core::scene told;
-  told.notes = doc.notes;
-  std::unordered_map<std::string, int> noted;  // rates
-  for (const core::clip& sequence : core::NotedSequences(told)) {
-    noted.emplace(sequence.name, sequence.rate);
+  std::unordered_map<std::string, core::clip> noted;  // what keys do not say
+  for (const core::clip& sequence : core::NotedSequences(doc.notes)) {
+    noted.emplace(sequence.name, sequence);
   }
   std::int64_t end = 0;
   for (const animation& from : doc.animations) {
@@ -193,10 +189,11 @@ timeline LayOut(const document& doc, const options& how, valuereader& values) {
         length = std::max(length, static_cast<double>(channels.back().back()));
       }
     }
-    const int rate = how.ownRates && !curved ? WholeRateOf(channels, noted[from.name]) : 0;
+    const core::clip& told = noted[from.name];
+    const int rate = how.ownRates && !curved ? WholeRateOf(channels, told.rate) : 0;
     line.rates.push_back(rate != 0 ? rate : how.fps);
     const int frames = FramesOf(length, line.rates.back());
-    line.clips.push_back({from.name, static_cast<int>(end), frames, 0, rate});
+    line.clips.push_back({from.name, static_cast<int>(end), frames, told.loop, rate});
     line.lengths.push_back(length);
     end += frames;
     if (end > kMostSceneFrames) {

@@ -17,7 +17,6 @@ namespace gltf {
 namespace {
 
 constexpr char kWholeName[] = "all";
-constexpr int kHighestRate = 1000;
 
 // What of a node a channel animates.
 struct property {

@@ -4,7 +4,6 @@
 #include <set>
 
 #include "core/state.h"
-#include "core/tagname.h"
 #include "core/utf8path.h"
 #include "gltf/convention.h"
 #include "gltf/gltf.h"
@@ -17,6 +16,7 @@
 #include "gltf/write/scenefile.h"
 #include "gltf/write/skinning.h"
 #include "gltf/write/utf8.h"
+#include "sampling/storednames.h"
 
 namespace gltf {
 
@@ -54,7 +54,7 @@ void WriteSkeleton(const core::scene& scene, const layout& plan, const std::stri
     const core::nodestate& node = scene.Nodes()[i]->State();
     if (node.type == kNodeBone) {
       bones.push_back(static_cast<int>(i));
-      tagsAlone = tagsAlone && core::IsTagName(node.name);
+      tagsAlone = tagsAlone && IsTagName(node.name);
     }
   }
   const std::set<int> joints(plan.joints.begin(), plan.joints.end());
