@@ -18,7 +18,11 @@ void CopyAttributes(const std::string& from, const std::string& to);
 // Whether this process may write the file.
 int CheckWritable(const std::string& path);
 
-// In lower case, as within a sentence.
+// Why the C library's last failing call failed.
+int LastError();
+
+// The text of a number of the system, and of an errno, in lower case as within a sentence.
 std::string SystemMessage(int error);
+std::string ErrnoMessage(int error);
 
 }  // namespace files

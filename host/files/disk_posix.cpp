@@ -2,10 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
 
 #include "files/disk.h"
 
@@ -66,12 +64,6 @@ void CopyAttributes(const std::string& from, const std::string& to) {
 
 int CheckWritable(const std::string& path) { return access(path.c_str(), W_OK) == 0 ? 0 : errno; }
 
-std::string SystemMessage(int error) {
-  std::string text = std::generic_category().message(error);
-  if (text.size() > 1 && std::islower(static_cast<unsigned char>(text[1])) != 0) {
-    text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-  }
-  return text;
-}
+int LastError() { return errno; }
 
 }  // namespace files

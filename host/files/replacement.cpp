@@ -166,14 +166,14 @@ int WriteFile(const std::string& path, std::span<const std::span<const std::uint
   std::FILE* const stream = std::fopen(path.c_str(), append ? "ab" : "wb");
 #endif
   bool good = stream != nullptr;
-  int reason = errno;
+  int reason = LastError();
   for (std::size_t i = 0; good && i < pieces.size(); ++i) {
     good = std::fwrite(pieces[i].data(), 1, pieces[i].size(), stream) == pieces[i].size();
-    reason = errno;
+    reason = LastError();
   }
   if (stream != nullptr && std::fclose(stream) != 0 && good) {
     good = false;
-    reason = errno;
+    reason = LastError();
   }
   return good ? 0 : std::max(reason, 1);
 }

@@ -87,7 +87,7 @@ void Rewrite(const std::string& told, const std::string& path, Change&& change) 
     writer.PutBytes(model.block.data.get(), model.block.size);
   }
   if (!opened || !writer.Close()) {
-    throw failure(told, "not written: " + files::SystemMessage(errno));
+    throw failure(told, "not written: " + files::ErrnoMessage(errno));
   }
 }
 

@@ -49,7 +49,7 @@ void SetStoredName(const std::string& written, const std::string& target, fileki
     const bool put = std::fseek(file.get(), kNameOffset, SEEK_SET) == 0 &&
                      std::fwrite(name.data(), name.size(), 1, file.get()) == 1;
     if (std::fclose(file.release()) != 0 || !put) {
-      throw failure(target, "not written: " + files::SystemMessage(errno));
+      throw failure(target, "not written: " + files::ErrnoMessage(errno));
     }
     return;
   }

@@ -48,7 +48,7 @@ std::string WriteFaultOf(int error) {
 #endif
   };
   return std::ranges::find(kOfWrites, error) == kOfWrites.end() ? std::string()
-                                                                : files::SystemMessage(error);
+                                                                : files::ErrnoMessage(error);
 }
 
 // What is current for the length of a run.
