@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "binary/directory.h"
-#include "sidefiles/wildcard.h"
+#include "sampling/wildcard.h"
 
 struct cfilesearch {
   struct entry {

@@ -14,9 +14,7 @@ class cnode;
 // elsewhere, as Bip01 Spine1, is neither.
 int FindTorsoParent(const std::vector<cnode*>& bones);
 
-// How much a bone follows the torso, 0 to 1. A name with "Bip" in it, to the letter, and more than
-// six characters is looked up without its first six, any other one whole, both regardless of case;
-// 0 for a name that the standard skeleton does not have.
+// How much a bone follows the torso, 0 to 1; 0 for a name that the standard skeleton does not have.
 float GetTorsoWeight(std::string_view name);
 
 // The same for the tag of an mds file, which for some tags is not that of the bone of this name.

@@ -12,7 +12,7 @@
 #include "core/pose.h"
 #include "core/state.h"
 #include "gltf/write/skinning.h"
-#include "sidefiles/wildcard.h"
+#include "sampling/wildcard.h"
 
 namespace command {
 

@@ -43,6 +43,10 @@ std::vector<cnode*> InHierarchyOrder(core::scene& scene) {
   return nodes;
 }
 
+bool IsListedBone(const cnode& node, filekind kind) {
+  return node.State().type == kNodeBone && (kind == filekind::Mds || !IsTagName(node.State().name));
+}
+
 ckey KeyUnder(const cnode& parent, const cnode& node, int frame, bool& rigid) {
   core::affine local = core::WorldAtFrame(parent, frame);
   rigid = rigid && core::InvertInPlace(local);

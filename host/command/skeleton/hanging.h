@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "command/files/paths.h"
 #include "core/scene.h"
 
 namespace command {
@@ -23,6 +24,9 @@ framespan KeyedFrames(const core::scene& scene);
 
 // The scene's nodes, parents before their children, in the order in which exporters number them.
 std::vector<cnode*> InHierarchyOrder(core::scene& scene);
+
+// Whether the node is a bone in the list of a file of the kind: only an mds has tags there.
+bool IsListedBone(const cnode& node, filekind kind);
 
 // The node's key at the frame against a parent that it is to have. `rigid` becomes false where no
 // key can say it, since the node has a scale against the parent, or that has none to invert.

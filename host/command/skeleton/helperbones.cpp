@@ -44,11 +44,11 @@ struct skeleton {
 };
 
 skeleton SkeletonOf(core::scene& scene, filekind kind) {
-  // What an exporter takes as the parent of a bone. Only an mds has tags among its bones.
+  // What an exporter takes as the parent of a bone.
   std::unordered_set<const cnode*> parents;
   std::vector<cnode*> bones;
   for (cnode* node : InHierarchyOrder(scene)) {
-    if (node->GetType() == kNodeBone && (kind == filekind::Mds || !IsTagName(node->GetName()))) {
+    if (IsListedBone(*node, kind)) {
       bones.push_back(node);
       if ((node->GetFlags() & kNodeFlagNoBone) == 0) {
         parents.insert(node);

@@ -1,11 +1,10 @@
 #include "command/skeleton/names.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <unordered_set>
 
 #include "core/state.h"
+#include "skeletal/standardbones.h"
 
 namespace command {
 
@@ -38,32 +37,6 @@ void TellApart(const std::vector<cnode*>& nodes, std::vector<std::string>& chang
       changed.push_back(std::move(kept));
     }
   }
-}
-
-bool IsStandard(std::string name) {
-  constexpr std::size_t kPrefix = 6;  // "Bip01 "
-  if (name.size() > kPrefix && name.find("Bip") != std::string::npos) {
-    name.erase(0, kPrefix);
-  }
-  name = Folded(name);
-  constexpr std::array<std::string_view, 7> kMiddle{"pelvis", "spine", "spine1", "spine2",
-                                                    "spine3", "neck",  "head"};
-  constexpr std::array<std::string_view, 8> kSides{"clavicle", "upperarm", "forearm", "hand",
-                                                   "thigh",    "calf",     "foot",    "toe0"};
-  if (std::ranges::find(kMiddle, name) != kMiddle.end()) {
-    return true;
-  }
-  if (!name.starts_with("l ") && !name.starts_with("r ")) {
-    return false;
-  }
-  const std::string_view part = std::string_view(name).substr(2);
-  constexpr std::string_view kFinger = "finger";
-  if (part.starts_with(kFinger)) {  // finger0 to finger42: five of three joints
-    const std::string_view joint = part.substr(kFinger.size());
-    return !joint.empty() && joint[0] >= '0' && joint[0] <= '4' &&
-           (joint.size() == 1 || joint.substr(1) == "1" || joint.substr(1) == "2");
-  }
-  return std::ranges::find(kSides, part) != kSides.end();
 }
 
 }  // namespace
@@ -110,7 +83,7 @@ std::vector<std::string> NumberedTags(const core::scene& scene, filekind kind) {
 bool HasStandardBone(const core::scene& scene) {
   return std::ranges::any_of(scene.Nodes(), [](const cnode* node) {
     return node->State().type == kNodeBone && !IsTagName(node->State().name) &&
-           IsStandard(node->State().name);
+           StandardTorsoWeight(node->State().name).has_value();
   });
 }
 

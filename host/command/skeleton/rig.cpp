@@ -89,9 +89,7 @@ std::int32_t BoneNumber(core::scene& scene, filekind kind, const cnode& bone) {
     if (node == &bone) {
       break;
     }
-    number += node->GetType() == kNodeBone && (kind == filekind::Mds || !IsTagName(node->GetName()))
-                  ? 1
-                  : 0;
+    number += IsListedBone(*node, kind) ? 1 : 0;
   }
   return number;
 }

@@ -3,11 +3,9 @@
 #include <cstddef>
 #include <string_view>
 
-namespace wildcard {
+#include "sampling/storednames.h"
 
-inline char Fold(char letter) {
-  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
+namespace wildcard {
 
 // The byte behind the character of UTF-8 that begins there.
 inline std::size_t BehindCharacter(std::string_view text, std::size_t at) {
@@ -31,7 +29,7 @@ inline bool Matches(std::string_view pattern, std::string_view name) {
     } else if (p < pattern.size() && pattern[p] == '?') {
       ++p;
       n = BehindCharacter(name, n);
-    } else if (p < pattern.size() && Fold(pattern[p]) == Fold(name[n])) {
+    } else if (p < pattern.size() && EqualsIgnoringCase(pattern.substr(p, 1), name.substr(n, 1))) {
       ++p;
       ++n;
     } else if (star != std::string_view::npos) {
