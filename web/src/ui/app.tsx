@@ -13,6 +13,7 @@ import {
   type ImportChoice,
   type Message,
 } from '../run/models';
+import { isTag, nameOf } from '../view/names';
 import { loadScene } from '../view/scenefile';
 import { Viewer, type Clip, type Display, type Surface } from '../view/viewer';
 import { DisplayPanel } from './display';
@@ -136,9 +137,8 @@ export function App() {
         setSurfaces(viewer.current?.surfaces() ?? []);
         const tags: string[] = [];
         gltf.scene.traverse((node) => {
-          const name = String(node.userData.name ?? node.name);
-          if (name.startsWith('tag_')) {
-            tags.push(name);
+          if (isTag(node)) {
+            tags.push(nameOf(node));
           }
         });
         const isScene = model.kind === 'scene';

@@ -2,6 +2,7 @@
 // box around the shown frame.
 
 import * as THREE from 'three';
+import { isTag, nameOf } from './names';
 
 export interface OverlayChoice {
   skeleton: boolean;
@@ -69,17 +70,16 @@ export class Overlays {
       this.group.add(this.skeleton);
     }
     root.traverse((node) => {
-      const name = String(node.userData.name ?? node.name);
-      const isTag = name.startsWith('tag_');
-      if (choice.tags && isTag) {
+      const tag = isTag(node);
+      if (choice.tags && tag) {
         const axes = new THREE.AxesHelper(axisLength);
         axes.matrixAutoUpdate = false;
         this.tags.push({ node, axes });
         this.group.add(axes);
       }
-      if ((choice.tags && isTag) || (choice.boneNames && (node as THREE.Bone).isBone && !isTag)) {
+      if ((choice.tags && tag) || (choice.boneNames && (node as THREE.Bone).isBone && !tag)) {
         const element = document.createElement('span');
-        element.textContent = name;
+        element.textContent = nameOf(node);
         this.labels.append(element);
         this.names.push({ node, element });
       }

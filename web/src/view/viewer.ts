@@ -5,6 +5,7 @@ import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
 import type { GLTF } from 'three/addons/loaders/GLTFLoader.js';
 import { ManyTargets } from './manytargets';
 import { hasManyWeights, restoreFirstWeights, skinByManyWeights } from './manyweights';
+import { nameOf } from './names';
 import { rateOf } from './rate';
 import { Overlays, type OverlayChoice } from './overlays';
 
@@ -402,11 +403,6 @@ const figure: [number, number][] = [
   [-0.09, 1.73], [0, 1.8], [0.09, 1.73], [0.09, 1.6], [0.05, 1.52], [0.17, 1.47], [0.23, 1.38],
   [0.2, 0.75], [0.15, 0.8], [0.13, 0], [0.03, 0], [0, 0.75], [-0.03, 0],
 ];
-
-export function nameOf(object: THREE.Object3D): string {
-  const name: unknown = object.userData.name;
-  return typeof name === 'string' ? name : object.name;
-}
 
 function listOf(material: THREE.Material | THREE.Material[]): THREE.Material[] {
   return Array.isArray(material) ? material : [material];
