@@ -12,6 +12,8 @@ export interface OverlayChoice {
   box: boolean;
 }
 
+type Lines = THREE.LineSegments<THREE.BufferGeometry, THREE.Material>;
+
 interface Label {
   node: THREE.Object3D;
   element: HTMLElement;
@@ -26,9 +28,11 @@ export class Overlays {
   private meshes: THREE.Mesh[] = [];
   private skeleton: THREE.SkeletonHelper | undefined;
   private tags: { node: THREE.Object3D; axes: THREE.AxesHelper }[] = [];
-  private normals: THREE.LineSegments | undefined;
+  private normals: Lines | undefined;
   private box: THREE.Box3Helper | undefined;
   private names: Label[] = [];
+  // Whether something of the scene was moved or chosen since the last picture.
+  private stale = true;
 
   constructor(
     scene: THREE.Scene,
@@ -38,10 +42,11 @@ export class Overlays {
   }
 
   clear(): void {
-    this.group.children.slice().forEach((child) => {
-      this.group.remove(child);
-      (child as unknown as { dispose?: () => void }).dispose?.();
-    });
+    for (const lines of this.group.children as Lines[]) {
+      lines.geometry.dispose();
+      lines.material.dispose();
+    }
+    this.group.clear();
     this.skeleton = this.normals = this.box = undefined;
     this.tags = [];
     this.names = [];
@@ -62,6 +67,7 @@ export class Overlays {
     const meshes = this.meshes;
     this.clear();
     this.show(root, meshes);
+    this.stale = true;
     if (choice.skeleton) {
       this.skeleton = new THREE.SkeletonHelper(root);
       const material = this.skeleton.material as THREE.LineBasicMaterial;
@@ -98,15 +104,27 @@ export class Overlays {
     }
   }
 
+  moved(): void {
+    this.stale = true;
+  }
+
   // Before each picture, when the scene's matrices are up to date.
   update(camera: THREE.PerspectiveCamera, canvas: HTMLCanvasElement): void {
+    if (this.stale) {
+      this.stale = false;
+      this.follow();
+    }
+    this.placeNames(camera, canvas);
+  }
+
+  private follow(): void {
+    const at = new THREE.Vector3();
+    const rotation = new THREE.Quaternion();
+    const scale = new THREE.Vector3();
     for (const { node, axes } of this.tags) {
-      const at = new THREE.Vector3();
-      const rotation = new THREE.Quaternion();
-      node.matrixWorld.decompose(at, rotation, new THREE.Vector3());
-      axes.matrix.compose(at, rotation, new THREE.Vector3(1, 1, 1));
-      axes.matrixWorldNeedsUpdate = true;
-      axes.updateMatrixWorld();
+      node.matrixWorld.decompose(at, rotation, scale);
+      axes.matrix.compose(at, rotation, scale.set(1, 1, 1));
+      axes.updateMatrixWorld(true);
     }
     if (this.box !== undefined && this.root !== undefined) {
       this.box.box.setFromObject(this.root, true);
@@ -115,7 +133,6 @@ export class Overlays {
     if (this.normals !== undefined) {
       this.updateNormals(this.normals.geometry);
     }
-    this.placeNames(camera, canvas);
   }
 
   private placeNames(camera: THREE.PerspectiveCamera, canvas: HTMLCanvasElement): void {
@@ -137,30 +154,37 @@ export class Overlays {
   private updateNormals(lines: THREE.BufferGeometry): void {
     const out = lines.getAttribute('position');
     const from = new THREE.Vector3();
-    const to = new THREE.Vector3();
+    // Without a place, so that only what rotates it counts.
+    const normal = new THREE.Vector4();
+    const delta = new THREE.Vector4();
     let at = 0;
     for (const mesh of this.meshes) {
       const normals = mesh.geometry.getAttribute('normal') as THREE.BufferAttribute | undefined;
-      const rest = mesh.geometry.getAttribute('position');
-      for (let i = 0; i < rest.count; ++i, at += 2) {
-        mesh.getVertexPosition(i, from);
-        to.copy(from);
-        if (normals !== undefined && mesh.visible) {
-          // A normal is rotated as the difference of two skinned places is.
-          to.fromBufferAttribute(normals, i).multiplyScalar(normalLength);
-          if (mesh instanceof THREE.SkinnedMesh) {
-            const tip = to.clone().add(new THREE.Vector3().fromBufferAttribute(rest, i));
-            to.copy(mesh.applyBoneTransform(i, tip));
-          } else {
-            to.add(from);
+      if (normals === undefined || !mesh.visible) {
+        continue;
+      }
+      const deltas = mesh.geometry.morphAttributes.normal ?? [];
+      const weights = mesh.morphTargetInfluences ?? [];
+      for (let i = 0; i < normals.count; ++i, at += 2) {
+        mesh.getVertexPosition(i, from).applyMatrix4(mesh.matrixWorld);
+        normal.set(normals.getX(i), normals.getY(i), normals.getZ(i), 0);
+        for (let k = 0; k < deltas.length; ++k) {
+          const weight = weights[k] ?? 0;
+          const source = deltas[k];
+          if (weight !== 0 && source !== undefined) {
+            delta.set(source.getX(i), source.getY(i), source.getZ(i), 0);
+            normal.addScaledVector(delta, weight);
           }
         }
-        from.applyMatrix4(mesh.matrixWorld);
-        to.applyMatrix4(mesh.matrixWorld);
+        if (mesh instanceof THREE.SkinnedMesh) {
+          mesh.applyBoneTransform(i, normal);
+        }
+        normal.applyMatrix4(mesh.matrixWorld).multiplyScalar(normalLength);
         out.setXYZ(at, from.x, from.y, from.z);
-        out.setXYZ(at + 1, to.x, to.y, to.z);
+        out.setXYZ(at + 1, from.x + normal.x, from.y + normal.y, from.z + normal.z);
       }
     }
+    lines.setDrawRange(0, at);
     out.needsUpdate = true;
   }
 }

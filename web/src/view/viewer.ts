@@ -204,6 +204,7 @@ export class Viewer {
       this.action.time = this.time;
       this.mixer.update(0);
     }
+    this.overlays.moved();
     this.dirty = true;
   }
 
@@ -264,6 +265,7 @@ export class Viewer {
     const mesh = this.meshes[surface];
     if (mesh !== undefined) {
       mesh.visible = visible;
+      this.overlays.moved();
       this.dirty = true;
     }
   }
@@ -416,8 +418,10 @@ function release(root: THREE.Object3D): void {
     if (object instanceof THREE.Mesh || object instanceof THREE.Line) {
       (object.geometry as THREE.BufferGeometry).dispose();
       for (const material of listOf(object.material as THREE.Material | THREE.Material[])) {
-        if ('map' in material && material.map instanceof THREE.Texture) {
-          material.map.dispose();
+        for (const value of Object.values(material)) {
+          if (value instanceof THREE.Texture) {
+            value.dispose();
+          }
         }
         material.dispose();
       }
