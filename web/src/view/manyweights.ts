@@ -1,7 +1,14 @@
 // Vertices with more than four weights. The drawing library skins by four; files may have eight in a
 // second set of attributes, which the loader hands through under their lower-case names.
 
-import type { BufferGeometry, Material, SkinnedMesh } from 'three';
+import {
+  Matrix4,
+  Vector4,
+  type BufferGeometry,
+  type Material,
+  type SkinnedMesh,
+  type Vector3,
+} from 'three';
 
 const second = { joints: 'joints_1', weights: 'weights_1' };
 
@@ -25,6 +32,42 @@ export function restoreFirstWeights(mesh: SkinnedMesh): void {
       first.getW(i) * factor,
     );
   }
+}
+
+const base = new Vector4();
+const placed = new Vector4();
+const sum = new Vector4();
+const matrix = new Matrix4();
+
+// Boxes and normals are skinned by the page's script, which the library does by the first set alone.
+export function placeByManyWeights(mesh: SkinnedMesh): void {
+  const joints = mesh.geometry.getAttribute(second.joints);
+  const weights = mesh.geometry.getAttribute(second.weights);
+  const placeByFirst = mesh.applyBoneTransform.bind(mesh);
+  const place = (vertex: number, target: Vector3 | Vector4) => {
+    base.set(target.x, target.y, target.z, 'w' in target ? target.w : 1);
+    base.applyMatrix4(mesh.bindMatrix);
+    sum.set(0, 0, 0, 0);
+    for (let i = 0; i < 4; ++i) {
+      const weight = weights.getComponent(vertex, i);
+      const joint = joints.getComponent(vertex, i);
+      const bone = mesh.skeleton.bones[joint];
+      const inverse = mesh.skeleton.boneInverses[joint];
+      if (weight !== 0 && bone !== undefined && inverse !== undefined) {
+        matrix.multiplyMatrices(bone.matrixWorld, inverse);
+        sum.addScaledVector(placed.copy(base).applyMatrix4(matrix), weight);
+      }
+    }
+    // The library moves its own part by the whole of the bind matrix already.
+    sum.w = 0;
+    sum.applyMatrix4(mesh.bindMatrixInverse);
+    placeByFirst(vertex, target);
+    target.x += sum.x;
+    target.y += sum.y;
+    target.z += sum.z;
+    return target;
+  };
+  mesh.applyBoneTransform = place as SkinnedMesh['applyBoneTransform'];
 }
 
 const sets = ['x', 'y', 'z', 'w'];

@@ -4,7 +4,12 @@ import * as THREE from 'three';
 import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
 import type { GLTF } from 'three/addons/loaders/GLTFLoader.js';
 import { ManyTargets } from './manytargets';
-import { hasManyWeights, restoreFirstWeights, skinByManyWeights } from './manyweights';
+import {
+  hasManyWeights,
+  placeByManyWeights,
+  restoreFirstWeights,
+  skinByManyWeights,
+} from './manyweights';
 import { nameOf } from './names';
 import { rateOf } from './rate';
 import { Overlays, type OverlayChoice } from './overlays';
@@ -158,6 +163,7 @@ export class Viewer {
     const many = mesh instanceof THREE.SkinnedMesh && hasManyWeights(mesh.geometry);
     if (many) {
       restoreFirstWeights(mesh);
+      placeByManyWeights(mesh);
     }
     const own = listOf(mesh.material).map((material) => {
       const known = gltf.parser.associations.has(material);
