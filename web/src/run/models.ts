@@ -46,7 +46,7 @@ export async function importModel(
   client: Client,
   model: Model,
   { skin, noSkin, attachments }: ImportChoice,
-): Promise<{ glb: Uint8Array | undefined; path: string; messages: Message[] }> {
+): Promise<{ glb: Uint8Array | undefined; messages: Message[] }> {
   const path = `${folderOf(model.path)}${stemOf(model.path)}.glb`;
   const args = ['import', named(model.path), '-o', named(path)];
   if (noSkin) {
@@ -57,7 +57,7 @@ export async function importModel(
   attachments.forEach(({ tag, path: attached }) => args.push('--attach', `${tag}=${attached}`));
   const outcome = await client.run(args);
   const glb = outcome.code === 0 ? outcome.written.get(path) : undefined;
-  return { glb, path, messages: messagesOf(outcome) };
+  return { glb, messages: messagesOf(outcome) };
 }
 
 export async function exportScene(

@@ -108,7 +108,6 @@ export function ExportPanel(props: { disabled: boolean; onExport: (how: ExportCh
     <details>
       <summary>Game files</summary>
       <form
-        class="export"
         onSubmit={(event) => {
           event.preventDefault();
           props.onExport(how);

@@ -42,8 +42,6 @@ export class Viewer {
   clips: Clip[] = [];
   playing = false;
   speed = 1;
-  // Milliseconds that the page's own script took for the last frame that was drawn.
-  scriptTime = 0;
   onFrame: (frame: number) => void = () => undefined;
   // The scene cannot be drawn; it is gone when this is called.
   onFault: (error: unknown) => void = () => undefined;
@@ -65,7 +63,6 @@ export class Viewer {
   private clock = 0;
   private dirty = true;
   private dark = false;
-  private readonly resizing: ResizeObserver;
 
   constructor(
     private readonly canvas: HTMLCanvasElement,
@@ -80,8 +77,7 @@ export class Viewer {
     const sun = new THREE.DirectionalLight(0xffffff, 2);
     sun.position.set(1, 2, 3);
     this.scene.add(sun, new THREE.HemisphereLight(0xffffff, 0x8a8580, 2));
-    this.resizing = new ResizeObserver(() => this.resize());
-    this.resizing.observe(canvas.parentElement ?? canvas);
+    new ResizeObserver(() => this.resize()).observe(canvas.parentElement ?? canvas);
     this.resize();
     this.renderer.setAnimationLoop((now) => {
       try {
@@ -91,14 +87,6 @@ export class Viewer {
         this.onFault(error);
       }
     });
-  }
-
-  dispose(): void {
-    this.renderer.setAnimationLoop(null);
-    this.resizing.disconnect();
-    this.clear();
-    this.controls.dispose();
-    this.renderer.dispose();
   }
 
   clear(): void {
@@ -230,7 +218,6 @@ export class Viewer {
   // A step from the last frame leads to the first, and back.
   step(by: number): void {
     const count = this.clips[this.clip]?.frames ?? 1;
-    this.playing = false;
     this.setFrame((this.frame() + by + count) % count);
   }
 
@@ -365,7 +352,6 @@ export class Viewer {
   }
 
   private tick(now: number): void {
-    const begin = performance.now();
     const passed = Math.min((now - this.clock) / 1000, 0.25);
     this.clock = now;
     const duration = this.duration();
@@ -381,7 +367,6 @@ export class Viewer {
     }
     this.report();
     this.draw();
-    this.scriptTime = performance.now() - begin;
   }
 
   private pose(): void {
