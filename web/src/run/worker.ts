@@ -1,7 +1,7 @@
 // The worker: it has the dropped files and runs the command over them.
 
 import wasmBytes from 'marrow-wasm';
-import { reasonOf, Tree, type TreeFile } from '../files/tree';
+import { reasonOf, Tree, type Listing, type Source, type TreeFile } from '../files/tree';
 import { runProgram } from './program';
 import type { Message, Reply, Request } from './protocol';
 
@@ -12,31 +12,36 @@ declare const FileReaderSync: new () => BlobReader;
 
 const scope = self as unknown as {
   onmessage: (event: MessageEvent<Message>) => void;
-  postMessage(reply: Reply, transfer: Transferable[]): void;
+  postMessage(reply: Reply): void;
 };
 const readBlob = (file: Blob) => new Uint8Array(new FileReaderSync().readAsArrayBuffer(file));
 
 let tree = new Tree(readBlob);
 let program: Promise<WebAssembly.Module> | undefined;
+const compiled = () => (program ??= WebAssembly.compile(wasmBytes));
 
 async function answer(request: Request): Promise<unknown> {
   switch (request.type) {
     case 'warm':
-      program ??= WebAssembly.compile(wasmBytes);
-      await program;
+      await compiled();
       return undefined;
     case 'open':
-      tree = new Tree(readBlob);
-      return tree.add(request.sources);
+      return open(request.sources);
     case 'run':
-      program ??= WebAssembly.compile(wasmBytes);
-      return runProgram(await program, request.args, withExtra(request.extra));
+      return runProgram(await compiled(), request.args, withExtra(request.extra));
     case 'read':
-      // A copy: the tree keeps its own.
-      return tree.get(request.path)?.read().slice();
+      return tree.get(request.path)?.read();
     case 'names':
       return tree.namesIn(request.folder);
   }
+}
+
+// The files before stay where these cannot be taken.
+function open(sources: Source[]): Listing {
+  const next = new Tree(readBlob);
+  const listing = next.add(sources);
+  tree = next;
+  return listing;
 }
 
 // The tree's files and some that the page has, which come first and so win.
@@ -52,9 +57,9 @@ let last: Promise<void> = Promise.resolve();
 scope.onmessage = ({ data: { id, request } }) => {
   last = last.then(async () => {
     try {
-      scope.postMessage({ id, answer: await answer(request) }, []);
+      scope.postMessage({ id, answer: await answer(request) });
     } catch (error) {
-      scope.postMessage({ id, fault: reasonOf(error) }, []);
+      scope.postMessage({ id, fault: reasonOf(error) });
     }
   });
 };
