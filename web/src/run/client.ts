@@ -6,12 +6,6 @@ import type { Listing, Source } from '../files/tree';
 import type { Outcome } from './program';
 import type { Answers, Message, Reply, Request } from './protocol';
 
-export class Stopped extends Error {
-  constructor() {
-    super('stopped');
-  }
-}
-
 interface Waiting {
   resolve(answer: unknown): void;
   reject(reason: Error): void;
@@ -28,9 +22,11 @@ export class Client {
     this.ask({ type: 'warm' }).catch(() => undefined);
   }
 
-  open(sources: Source[]): Promise<Listing> {
+  async open(sources: Source[]): Promise<Listing> {
+    const listing = await this.ask({ type: 'open', sources });
+    // Not before, so that a worker that is started anew has the files of the last listing.
     this.sources = sources;
-    return this.ask({ type: 'open', sources });
+    return listing;
   }
 
   run(args: string[], extra: { path: string; content: Uint8Array }[] = []): Promise<Outcome> {
@@ -45,12 +41,13 @@ export class Client {
     return this.ask({ type: 'names', folder });
   }
 
-  stop(): void {
+  // All that was asked fails for that reason.
+  stop(reason = 'stopped'): void {
     this.worker?.terminate();
     this.worker = undefined;
     const waiting = [...this.waiting.values()];
     this.waiting.clear();
-    waiting.forEach(({ reject }) => reject(new Stopped()));
+    waiting.forEach(({ reject }) => reject(new Error(reason)));
   }
 
   private ask<Type extends Request['type']>(
@@ -83,14 +80,7 @@ export class Client {
         waiting?.resolve(data.answer);
       }
     };
-    worker.onerror = (event) => {
-      const reason = new Error(event.message || 'the worker cannot be started');
-      const waiting = [...this.waiting.values()];
-      this.waiting.clear();
-      waiting.forEach(({ reject }) => reject(reason));
-      worker.terminate();
-      this.worker = undefined;
-    };
+    worker.onerror = ({ message }) => this.stop(message || 'the worker cannot be started');
     return worker;
   }
 }

@@ -3,7 +3,7 @@
 import { useCallback, useEffect, useMemo, useRef, useState } from 'preact/hooks';
 import { nameOf as fileNameOf, folderOf, stemOf, suffixOf } from '../files/kinds';
 import type { Listing, Model } from '../files/tree';
-import { Client, Stopped } from '../run/client';
+import { Client } from '../run/client';
 import {
   defaultImport,
   exportScene,
@@ -25,13 +25,21 @@ import { ExportPanel, ImportPanel } from './options';
 import { save, saveAll } from './taking';
 import { Transport } from './transport';
 
-interface Shown {
+interface Asked {
   model: Model;
+  how: ImportChoice;
+}
+
+interface Shown extends Asked {
   glb: Uint8Array;
   // Of the scene, as a user would have it beside the model.
   glbName: string;
   skins: string[];
   tags: string[];
+  clips: Clip[];
+  surfaces: Surface[];
+  // Empty until the command has told it.
+  info: string;
 }
 
 const firstDisplay: Display = {
@@ -52,27 +60,32 @@ export function App() {
   const collect = useRef<Collect>();
   const [listing, setListing] = useState<Listing>();
   const [shown, setShown] = useState<Shown>();
-  const [choice, setChoice] = useState<ImportChoice>(defaultImport);
+  const [asked, setAsked] = useState<Asked>();
   const [messages, setMessages] = useState<Message[]>([]);
-  const [info, setInfo] = useState('');
   const [busy, setBusy] = useState('');
   const [over, setOver] = useState(false);
   const [display, setDisplay] = useState(firstDisplay);
   // As it is now, for keys that come faster than the page is drawn.
   const chosen = useRef(firstDisplay);
-  const [clips, setClips] = useState<Clip[]>([]);
   const [clip, setClip] = useState(0);
   const [frame, setFrame] = useState(0);
   const [playing, setPlaying] = useState(false);
   const [speed, setSpeed] = useState(1);
-  const [surfaces, setSurfaces] = useState<Surface[]>([]);
-  const latest = useRef(0);
+  // Of what is asked for last; older requests are aborted.
+  const latest = useRef(new AbortController());
+  // The model that the camera was set to last.
+  const viewed = useRef('');
 
   const say = useCallback((more: Message[]) => setMessages((before) => [...before, ...more]), []);
   const fail = useCallback(
     (error: unknown) => say([{ kind: 'error', text: textOf(error) }]),
     [say],
   );
+
+  const hide = useCallback(() => {
+    viewer.current?.clear();
+    setShown(undefined);
+  }, []);
 
   // Set up once, when the canvas is there.
   const attach = useCallback(
@@ -84,8 +97,10 @@ export function App() {
       try {
         const made = new Viewer(canvas, labels, firstDisplay);
         made.onFrame = setFrame;
-        made.onFault = (error) =>
-          say([{ kind: 'error', text: `the scene cannot be drawn: ${textOf(error)}` }]);
+        made.onFault = (error) => {
+          hide();
+          fail(new Error(`the scene cannot be drawn: ${textOf(error)}`));
+        };
         const scheme = matchMedia('(prefers-color-scheme: dark)');
         made.setDark(scheme.matches);
         scheme.addEventListener('change', () => made.setDark(scheme.matches));
@@ -95,113 +110,130 @@ export function App() {
         fail(new Error('this browser has no WebGL 2, so models can be taken but not shown'));
       }
     },
-    [say, fail],
+    [hide, fail],
   );
 
-  const show = useCallback(
-    async (model: Model, how: ImportChoice, keepView: boolean) => {
-      const mine = ++latest.current;
-      const current = () => mine === latest.current;
-      setChoice(how);
+  // The page is the newest request's: what an older one comes to is not shown, not even that it fails.
+  const request = useCallback(
+    async (text: string, run: (signal: AbortSignal) => Promise<void>) => {
+      latest.current.abort();
+      latest.current = new AbortController();
+      const { signal } = latest.current;
+      setBusy(text);
       setMessages([]);
+      try {
+        await run(signal);
+      } catch (error) {
+        if (!signal.aborted) {
+          fail(error);
+        }
+      }
+      if (!signal.aborted) {
+        setBusy('');
+      }
+    },
+    [fail],
+  );
+
+  const read = useCallback(
+    async (wanted: Asked, keepView: boolean, signal: AbortSignal) => {
+      const { model, how } = wanted;
+      const isScene = model.kind === 'scene';
+      setAsked(wanted);
       setBusy(`Reading ${model.path}`);
       try {
         let glb: Uint8Array | undefined;
-        if (model.kind === 'scene') {
+        if (isScene) {
           glb = await client.read(model.path);
+          signal.throwIfAborted();
         } else {
           const outcome = await importModel(client, model, how);
-          if (!current()) {
-            return;
-          }
+          signal.throwIfAborted();
           say(outcome.messages);
           glb = outcome.glb;
         }
         if (glb === undefined) {
-          viewer.current?.clear();
-          setShown(undefined);
-          setClips([]);
-          setSurfaces([]);
-          setInfo('');
+          hide();
           return;
         }
-        const warn = (text: string) => current() && say([{ kind: 'warning', text }]);
+        const warn = (text: string) => !signal.aborted && say([{ kind: 'warning', text }]);
         const gltf = await loadScene(glb, model.path, (path) => client.read(path), warn);
-        const names = model.kind === 'scene' ? [] : await client.namesIn(folderOf(model.path));
-        if (!current()) {
-          return;
-        }
-        viewer.current?.show(gltf, { game: model.kind !== 'scene', keepView });
-        setClips(viewer.current?.clips ?? []);
+        signal.throwIfAborted();
+        const names = isScene ? [] : await client.namesIn(folderOf(model.path));
+        signal.throwIfAborted();
+        const again = keepView && viewed.current === model.path;
+        viewer.current?.show(gltf, { game: !isScene, keepView: again });
+        viewed.current = model.path;
         setClip(viewer.current?.clipIndex ?? 0);
-        setSurfaces(viewer.current?.surfaces() ?? []);
         const tags: string[] = [];
         gltf.scene.traverse((node) => {
           if (isTag(node)) {
             tags.push(nameOf(node));
           }
         });
-        const isScene = model.kind === 'scene';
         setShown({
-          model,
+          ...wanted,
           glb,
           glbName: isScene ? fileNameOf(model.path) : `${stemOf(model.path)}.glb`,
           skins: names.filter((name) => suffixOf(name) === 'skin'),
           tags,
+          clips: viewer.current?.clips ?? [],
+          surfaces: viewer.current?.surfaces() ?? [],
+          info: '',
         });
-        setBusy('');
-        // It matters less than what is shown: without it there is none.
-        const said = await infoOf(client, model.path).catch(() => '');
-        if (current()) {
-          setInfo(said);
-        }
+        // It matters less than what is shown: nobody waits for it, and without it there is none.
+        infoOf(client, model.path).then(
+          (info) => setShown((now) => (now?.glb === glb ? { ...now, info } : now)),
+          () => undefined,
+        );
       } catch (error) {
-        if (current() && !(error instanceof Stopped)) {
-          viewer.current?.clear();
-          setShown(undefined);
-          setClips([]);
-          setSurfaces([]);
-          say([{ kind: 'error', text: `${model.path}: ${textOf(error)}` }]);
-        }
-      } finally {
-        if (current()) {
-          setBusy('');
-        }
+        signal.throwIfAborted();
+        hide();
+        throw new Error(`${model.path}: ${textOf(error)}`);
       }
     },
-    [client, say],
+    [client, hide, say],
+  );
+
+  const show = useCallback(
+    (model: Model, how: ImportChoice, keepView: boolean) =>
+      void request('', (signal) => read({ model, how }, keepView, signal)),
+    [request, read],
   );
 
   const open = useCallback(
-    async (from: Collect, again?: { model: Model; how: ImportChoice }) => {
-      collect.current = from;
-      ++latest.current;
-      setBusy('Looking through the files');
-      setMessages([]);
-      try {
-        const found = await client.open(await from());
+    (from: Collect, again?: Asked) =>
+      void request('Looking through the files', async (signal) => {
+        const sources = await from(signal);
+        signal.throwIfAborted();
+        const found = await client.open(sources);
+        // Also where a newer request began: these are the files that the worker has.
+        collect.current = from;
         setListing(found);
-        const faults = found.faults.map((text): Message => ({ kind: 'warning', text }));
-        const next = again
-          ? found.models.find(({ path }) => path === again.model.path)
-          : found.models[0];
-        if (next !== undefined) {
-          await show(next, again?.how ?? defaultImport, again !== undefined);
-        } else {
-          viewer.current?.clear();
-          setShown(undefined);
-          const text = `there is no model among the ${found.files} files: mdc, mds, mdm, glb or gltf`;
-          say([{ kind: 'error', text }]);
+        signal.throwIfAborted();
+        say(found.faults.map((text): Message => ({ kind: 'warning', text })));
+        const same = found.models.find(({ path }) => path === again?.model.path);
+        const model = same ?? found.models[0];
+        if (model === undefined) {
+          hide();
+          setAsked(undefined);
+          throw new Error(
+            `there is no model among the ${found.files} files: mdc, mds, mdm, glb or gltf`,
+          );
         }
-        say(faults);
-      } catch (error) {
-        fail(error);
-      } finally {
-        setBusy('');
-      }
-    },
-    [client, show, say, fail],
+        const how = same && again ? again.how : defaultImport;
+        await read({ model, how }, same !== undefined, signal);
+      }),
+    [client, request, read, hide, say],
   );
+
+  const stop = () => {
+    latest.current.abort();
+    client.stop();
+    setBusy('');
+    // What is shown is still what was asked for before.
+    setAsked(shown ?? asked);
+  };
 
   useEffect(() => {
     client.warm();
@@ -216,7 +248,7 @@ export function App() {
       event.preventDefault();
       setOver(false);
       if (event.dataTransfer !== null && event.dataTransfer.items.length > 0) {
-        void open(collectDropped(event.dataTransfer));
+        open(collectDropped(event.dataTransfer));
       }
     };
     addEventListener('dragover', dragged);
@@ -230,10 +262,11 @@ export function App() {
   }, [open]);
 
   const again = useCallback(() => {
-    if (collect.current !== undefined) {
-      void open(collect.current, shown && { model: shown.model, how: choice });
+    if (collect.current !== undefined && busy === '') {
+      open(collect.current, asked);
     }
-  }, [open, shown, choice]);
+  }, [open, asked, busy]);
+  const clips = shown?.clips ?? [];
 
   const play = useCallback((now: boolean) => {
     if (viewer.current !== undefined) {
@@ -286,22 +319,16 @@ export function App() {
     if (shown === undefined) {
       return;
     }
-    setBusy('Writing the game files');
-    try {
+    await request('Writing the game files', async () => {
       const isScene = shown.model.kind === 'scene';
       const path = isScene ? shown.model.path : folderOf(shown.model.path) + shown.glbName;
       const taken = await exportScene(client, path, isScene ? undefined : shown.glb, how);
-      setMessages(taken.messages);
+      // Also where another model is read by now: the user still wants the files.
+      say(taken.messages);
       if (taken.files.size > 0) {
         saveAll(`${stemOf(path)}-${how.format}.zip`, taken.files);
       }
-    } catch (error) {
-      if (!(error instanceof Stopped)) {
-        fail(error);
-      }
-    } finally {
-      setBusy('');
-    }
+    });
   };
 
   const opened = listing !== undefined;
@@ -309,15 +336,15 @@ export function App() {
     <div class={`app${over ? ' over' : ''}${opened ? '' : ' empty'}`}>
       <header>
         <h1>Marrow</h1>
-        <FileButton label="Open files" onFiles={(list) => void open(collectChosen(list))} />
-        <FileButton label="Open folder" folder onFiles={(list) => void open(collectChosen(list))} />
+        <FileButton label="Open files" onFiles={(list) => open(collectChosen(list))} />
+        <FileButton label="Open folder" folder onFiles={(list) => open(collectChosen(list))} />
         <button type="button" disabled={!opened || busy !== ''} onClick={again} title="R">
           Read again
         </button>
         <p class="busy" role="status">
           {busy}
           {busy !== '' && (
-            <button type="button" onClick={() => client.stop()}>
+            <button type="button" onClick={stop}>
               Stop
             </button>
           )}
@@ -326,7 +353,7 @@ export function App() {
       <ModelList
         listing={listing}
         shown={shown?.model.path}
-        onShow={(model) => void show(model, defaultImport, false)}
+        onShow={(model) => show(model, defaultImport, false)}
       />
       <main>
         <div class="stage">
@@ -386,24 +413,25 @@ export function App() {
             </section>
             {shown.model.kind !== 'scene' && (
               <ImportPanel
-                choice={choice}
+                choice={asked?.model === shown.model ? asked.how : shown.how}
                 skins={shown.skins}
                 tags={shown.tags}
                 models={listing?.models ?? []}
-                onChange={(how) => void show(shown.model, how, true)}
+                onChange={(how) => show(shown.model, how, true)}
               />
             )}
             <DisplayPanel
               display={display}
               onChange={change}
               onFit={() => viewer.current?.fit()}
-              surfaces={surfaces}
+              surfaces={shown.surfaces}
               onSurface={(index, visible) => {
                 viewer.current?.setVisible(index, visible);
-                setSurfaces(viewer.current?.surfaces() ?? []);
+                const changed = viewer.current?.surfaces() ?? [];
+                setShown((now) => now && { ...now, surfaces: changed });
               }}
             />
-            <Info text={info} />
+            <Info text={shown.info} />
           </>
         )}
         <KeyHelp />

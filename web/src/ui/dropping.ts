@@ -2,8 +2,8 @@
 
 import type { Source } from '../files/tree';
 
-// Reads the same files again, as they are now.
-export type Collect = () => Promise<Source[]>;
+// Reads the same files again, as they are now; fails as soon as the signal says so.
+export type Collect = (signal: AbortSignal) => Promise<Source[]>;
 
 const mostFiles = 200_000;
 
@@ -19,16 +19,16 @@ export function collectDropped(transfer: DataTransfer): Collect {
   const entries = items.map((item) => item.webkitGetAsEntry());
   const files = items.map((item) => item.getAsFile());
   const handles = items.map((item) => item.getAsFileSystemHandle?.().catch(() => null) ?? null);
-  return async () => {
+  return async (signal) => {
     const sources: Source[] = [];
     for (let i = 0; i < items.length; ++i) {
       const handle = await handles[i];
       const entry = entries[i];
       const file = files[i];
       if (handle) {
-        await walkHandle(handle, '', sources);
+        await walkHandle(handle, '', sources, signal);
       } else if (entry) {
-        await walkEntry(entry, '', sources);
+        await walkEntry(entry, '', sources, signal);
       } else if (file) {
         sources.push({ path: file.name, file });
       }
@@ -42,18 +42,30 @@ export function collectChosen(list: FileList): Collect {
   return () => Promise.resolve(sources);
 }
 
-async function walkHandle(handle: FileSystemHandle, folder: string, to: Source[]): Promise<void> {
+async function walkHandle(
+  handle: FileSystemHandle,
+  folder: string,
+  to: Source[],
+  signal: AbortSignal,
+): Promise<void> {
+  signal.throwIfAborted();
   requireRoom(to);
   if (handle.kind === 'file') {
     to.push({ path: folder + handle.name, file: await (handle as FileSystemFileHandle).getFile() });
   } else {
     for await (const child of (handle as Folder).values()) {
-      await walkHandle(child, `${folder}${handle.name}/`, to);
+      await walkHandle(child, `${folder}${handle.name}/`, to, signal);
     }
   }
 }
 
-async function walkEntry(entry: FileSystemEntry, folder: string, to: Source[]): Promise<void> {
+async function walkEntry(
+  entry: FileSystemEntry,
+  folder: string,
+  to: Source[],
+  signal: AbortSignal,
+): Promise<void> {
+  signal.throwIfAborted();
   requireRoom(to);
   if (entry.isFile) {
     const file = await new Promise<File>((done, fail) =>
@@ -72,7 +84,7 @@ async function walkEntry(entry: FileSystemEntry, folder: string, to: Source[]): 
       return;
     }
     for (const child of children) {
-      await walkEntry(child, `${folder}${entry.name}/`, to);
+      await walkEntry(child, `${folder}${entry.name}/`, to, signal);
     }
   }
 }

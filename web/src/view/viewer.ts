@@ -55,6 +55,8 @@ export class Viewer {
   private shown: GLTF | undefined;
   private meshes: THREE.Mesh[] = [];
   private targets: ManyTargets[] = [];
+  // How the scene before this one was seen last.
+  private before = { clip: '', time: 0, hidden: new Set<string>() };
   private mixer: THREE.AnimationMixer | undefined;
   private action: THREE.AnimationAction | undefined;
   private clip = -1;
@@ -91,6 +93,9 @@ export class Viewer {
 
   clear(): void {
     if (this.shown !== undefined) {
+      const hidden = this.meshes.filter(({ visible }) => !visible).map(({ name }) => name);
+      const clip = this.clips[this.clip]?.name ?? '';
+      this.before = { clip, time: this.time, hidden: new Set(hidden) };
       this.mixer?.stopAllAction();
       this.scene.remove(this.shown.scene);
       release(this.shown.scene);
@@ -106,12 +111,12 @@ export class Viewer {
     this.dirty = true;
   }
 
-  // With the camera as it is, and the clip of the same name at the same frame, where the scene is one
-  // that was shown before.
+  // With the camera as it is, the clip of the same name at the same frame and the same surfaces hidden,
+  // where the scene is the one that was shown before.
   show(gltf: GLTF, from: { game: boolean; keepView: boolean }): void {
     const { keepView } = from;
-    const before = { clip: this.clips[this.clip]?.name, time: this.time };
     this.clear();
+    const { before } = this;
     this.shown = gltf;
     this.scene.add(gltf.scene);
     this.mixer = new THREE.AnimationMixer(gltf.scene);
@@ -124,6 +129,9 @@ export class Viewer {
       object.frustumCulled = false;
       if (object instanceof THREE.Mesh && object.geometry.getAttribute('position') !== undefined) {
         this.meshes.push(object);
+        if (keepView && before.hidden.has(object.name)) {
+          object.visible = false;
+        }
         this.prepare(object, gltf);
       }
     });
