@@ -68,7 +68,8 @@ export function App() {
   // As it is now, for keys that come faster than the page is drawn.
   const chosen = useRef(firstDisplay);
   const [clip, setClip] = useState(0);
-  const [frame, setFrame] = useState(0);
+  // Set by what shows the frame: the page as a whole is not drawn anew for each.
+  const showFrame = useRef<(frame: number) => void>();
   const [playing, setPlaying] = useState(false);
   const [speed, setSpeed] = useState(1);
   // Of what is asked for last; older requests are aborted.
@@ -96,7 +97,7 @@ export function App() {
       }
       try {
         const made = new Viewer(canvas, labels, firstDisplay);
-        made.onFrame = setFrame;
+        made.onFrame = (frame) => showFrame.current?.(frame);
         made.onFault = (error) => {
           hide();
           fail(new Error(`the scene cannot be drawn: ${textOf(error)}`));
@@ -377,7 +378,7 @@ export function App() {
         <Transport
           clips={clips}
           clip={clip}
-          frame={frame}
+          showFrame={showFrame}
           playing={playing}
           speed={speed}
           onClip={chooseClip}

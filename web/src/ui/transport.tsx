@@ -1,13 +1,17 @@
 // Playing: sequences, frames, speed.
 
+import { useState } from 'preact/hooks';
 import type { Clip } from '../view/viewer';
 
 const speeds = [0.1, 0.25, 0.5, 1, 2];
 
+// Set to what takes the number of the shown frame.
+export type ShowFrame = { current: ((frame: number) => void) | undefined };
+
 export function Transport(props: {
   clips: Clip[];
   clip: number;
-  frame: number;
+  showFrame: ShowFrame;
   playing: boolean;
   speed: number;
   onClip: (index: number) => void;
@@ -16,7 +20,7 @@ export function Transport(props: {
   onStep: (by: number) => void;
   onSpeed: (speed: number) => void;
 }) {
-  const { clips, clip, frame, playing } = props;
+  const { clips, clip, playing } = props;
   const frames = clips[clip]?.frames ?? 1;
   const none = clips.length === 0;
   return (
@@ -47,22 +51,12 @@ export function Transport(props: {
           ▸
         </button>
       </div>
-      <label class="scrub">
-        <span class="hidden">Frame</span>
-        <input
-          type="range"
-          min={0}
-          max={frames - 1}
-          step={1}
-          value={frame}
-          disabled={none}
-          aria-valuetext={`frame ${frame} of ${frames - 1}`}
-          onInput={({ currentTarget }) => props.onFrame(Number(currentTarget.value))}
-        />
-        <output>
-          {frame} / {frames - 1}
-        </output>
-      </label>
+      <Scrub
+        last={frames - 1}
+        disabled={none}
+        showFrame={props.showFrame}
+        onFrame={props.onFrame}
+      />
       <label>
         <span>Speed</span>
         <select
@@ -77,5 +71,34 @@ export function Transport(props: {
         </select>
       </label>
     </div>
+  );
+}
+
+function Scrub(props: {
+  last: number;
+  disabled: boolean;
+  showFrame: ShowFrame;
+  onFrame: (frame: number) => void;
+}) {
+  const { last } = props;
+  const [frame, setFrame] = useState(0);
+  props.showFrame.current = setFrame;
+  return (
+    <label class="scrub">
+      <span class="hidden">Frame</span>
+      <input
+        type="range"
+        min={0}
+        max={last}
+        step={1}
+        value={frame}
+        disabled={props.disabled}
+        aria-valuetext={`frame ${frame} of ${last}`}
+        onInput={({ currentTarget }) => props.onFrame(Number(currentTarget.value))}
+      />
+      <output>
+        {frame} / {last}
+      </output>
+    </label>
   );
 }
