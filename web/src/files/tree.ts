@@ -30,7 +30,7 @@ export interface TreeFile {
   read(): Uint8Array;
 }
 
-// Inflated content kept for the next read, in bytes.
+// Content kept for the next read, in bytes.
 const mostKept = 256 << 20;
 
 export class Tree {
@@ -53,25 +53,26 @@ export class Tree {
     return [...this.byPath.keys()].filter((path) => folderOf(path) === folder).map(nameOf).sort();
   }
 
-  // Archives first, by name, the last one's files before the others'; files of their own win.
+  // In the order of the command: an archive's file before one of its own, the last archive's by name
+  // before the others'.
   add(sources: Source[]): Listing {
     const listing: Listing = { models: [], files: 0, faults: [] };
     const archiveOf = new Map<string, string>();
-    const archives = sources.filter(({ path }) => kindOf(path) === 'archive');
-    archives.sort((a, b) => (nameOf(a.path) < nameOf(b.path) ? -1 : 1));
-    for (const { path, file } of archives) {
-      this.addArchive(path, file, archiveOf, listing.faults);
-    }
+    const archives: Source[] = [];
     for (const source of sources) {
-      if (kindOf(source.path) !== 'archive') {
-        const path = safePath(source.path);
-        if (path === undefined) {
-          listing.faults.push(`${source.path}: its path leads out of its folder`);
-          continue;
-        }
-        archiveOf.delete(path);
+      const path = safePath(source.path);
+      if (kindOf(source.path) === 'archive') {
+        archives.push(source);
+      } else if (path === undefined) {
+        listing.faults.push(`${source.path}: its path leads out of its folder`);
+      } else {
         this.byPath.set(path, this.loose(path, source.file));
       }
+    }
+    const folded = ({ path }: Source) => nameOf(path).toLowerCase();
+    archives.sort((a, b) => (folded(a) < folded(b) ? -1 : 1));
+    for (const { path, file } of archives) {
+      this.addArchive(path, file, archiveOf, listing.faults);
     }
     for (const file of this.byPath.values()) {
       const kind = kindOf(file.path);

@@ -40,12 +40,13 @@ export function keyActions(actions: Actions): Keys {
   };
 }
 
-// Where a key has a meaning of its own, it keeps it: texts, lists, sliders; the space bar on a button.
+// Where a key has a meaning of its own, it keeps it: texts, lists, sliders, the messages;
+// the space bar on a button.
 function isTaken(target: EventTarget | null, key: string): boolean {
   if (!(target instanceof HTMLElement)) {
     return false;
   }
-  if (target.closest('select, textarea, input:not([type=checkbox]), pre, [role=listbox]')) {
+  if (target.closest('select, textarea, input:not([type=checkbox]), pre, [role=log]')) {
     return true;
   }
   return key === ' ' && target.closest('button, summary, input, a') !== null;
