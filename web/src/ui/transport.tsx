@@ -29,7 +29,7 @@ export function Transport(props: {
         <span>Sequence</span>
         <select
           disabled={none}
-          value={clip}
+          value={none ? 'none' : clip}
           onChange={({ currentTarget }) => props.onClip(Number(currentTarget.value))}
         >
           {none && <option>none</option>}
