@@ -92,16 +92,6 @@ class Keep(program.ProgramTest):
                 for name in olds:
                     (self.dir / name).unlink()
 
-    def test_an_output_that_nobody_reads_changes_no_file(self):
-        self.write("a.mds", "old")
-        process = subprocess.Popen([MARROW, "export", SAMPLE, "-o", "a.mds", "--sequences"],
-                                   cwd=self.dir, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        process.stdout.close()
-        self.assertEqual(process.communicate(timeout=60)[1], b"")
-        self.assertEqual(process.returncode, 128 + signal.SIGPIPE)
-        self.assertEqual(self.info("a.mds")["numFrames"], 95)
-        self.assertEqual(self.names(), ["a.mds", "wolfanim.cfg"])
-
     @unittest.skipIf(b"__asan_init" in open(MARROW, "rb").read(), "what traces cannot trace itself")
     def test_a_call_that_fails_once(self):
         for call, error, cause in (("write", "ENOSPC", "no space left"), ("close", "EIO", "error"),
