@@ -245,28 +245,6 @@ TEST_F(gltfwrite, NormalsAreThoseOfTheMeshsOwnPose) {
   ExpectPoint(mesh.verts[0].normal, {0, 0, 1}, 1e-5F);
 }
 
-// Two bones see a vertex 4 units apart: it rests between them.
-TEST_F(gltfwrite, OffsetsWithoutABindPoseAreMeasured) {
-  cnode* left = AddBone("left", nullptr, {KeyAt(0, {})});
-  cnode* right = AddBone("right", left, {KeyAt(0, {})});
-  const float aside[] = {0.0F, 4.0F, -4.0F};
-  cskin* skin = AddSkin("skin", {{}, {30, 0, 0}, {0, 30, 0}}, {left, left, left}, {{0, 1, 2}});
-  for (int v = 0; v < 3; ++v) {
-    cskinweight weight;
-    skin->GetVertWeight(v, 0, weight);
-    weight.weight = 0.5F;
-    skin->SetVertWeight(v, 0, weight);
-    weight.bone = right;
-    weight.offset = weight.offset + MakePt3(0.0F, 0.0F, aside[v]);
-    skin->SetVertWeight(v, 1, weight);
-  }
-  ASSERT_TRUE(Write("apart.glb")) << told.fault;
-  EXPECT_GT(told.bind.largest, 0.05);
-  EXPECT_LT(told.bind.largest, 2.0);
-  EXPECT_GT(told.bind.mean, 0.0);
-  EXPECT_LT(told.bind.mean, told.bind.largest);
-}
-
 TEST_F(gltfwrite, ImagesPassUnchangedOrAsPng) {
   const bytes tga = {0, 0, 2, 0,  0,    0, 0, 0, 0,   0,  0,  0,  2,
                      0, 1, 0, 32, 0x28, 1, 2, 3, 255, 40, 50, 60, 128};
