@@ -1,6 +1,5 @@
 #include <cstring>
 
-#include "core/affine.h"
 #include "gltf/readtest.h"
 
 namespace {
@@ -163,27 +162,6 @@ TEST_F(ReadGeometry, SparseValuesStandInForOthers) {
   ExpectPlace(mesh.verts[1], 0.0F, 5.0F, 0.0F);
   ExpectPlace(mesh.normals[0], 0.0F, 0.0F, 0.0F);
   ExpectPlace(mesh.normals[2], 0.0F, 1.0F, 0.0F);
-}
-
-// A mirror turns triangles inside out, and normals lean with uneven scale.
-TEST_F(ReadGeometry, BakedScaleKeepsFacesAndNormalsRight) {
-  gltfmodel model;
-  const int mesh = model.Mesh(
-      {{"attributes",
-        {{"POSITION", model.Floats("VEC3", {0, 0, 0, 1, 0, -1, 1, 1, -1})},
-         {"NORMAL", model.Floats("VEC3", {0.70710678F, 0, 0.70710678F, 0.70710678F, 0, 0.70710678F,
-                                          0.70710678F, 0, 0.70710678F})}}}});
-  model.Node({{"mesh", mesh}, {"scale", {-3, 1, 1}}});
-  const core::meshstate& state = ReadMesh(model);
-  EXPECT_EQ(Corners(state), (std::vector<int>{0, 1, 2}));
-  // The face's own normal, its corners being clockwise, is the vertices' normal.
-  const cmatrix4 world = scene.Nodes()[0]->GetTMAtFrame(0, kWholeTransform);
-  const auto corner = [&](int c) {
-    return core::ToVec(state.verts[static_cast<std::size_t>(state.faces[0].v[c])] * world);
-  };
-  const core::vec3 face = core::Unit(core::Cross(corner(2) - corner(0), corner(1) - corner(0)));
-  const cpoint3 normal = state.normals[0] * scene.Nodes()[0]->GetTMAtFrame(0, kRotationOnly);
-  EXPECT_NEAR(core::Dot(face, core::ToVec(normal)), 1.0, 1e-6);
 }
 
 TEST_F(ReadGeometry, MeshesWithoutNormalsAreSmoothed) {
