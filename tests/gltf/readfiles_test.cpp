@@ -73,13 +73,8 @@ TEST_F(ReadFiles, TheSameSceneFromEveryKindOfFile) {
   }
 }
 
-// One change to a good document, and the words of the fault.
 TEST_F(ReadFiles, FaultsNameThePlace) {
-  const struct {
-    const char* path;
-    json value;
-    const char* fault;
-  } cases[] = {
+  const std::vector<badvalue> cases{
       {"/asset/version", "1.0", "glTF of version 1.0, not 2.0"},
       {"/extensionsRequired",
        {"KHR_texture_basisu"},
@@ -120,31 +115,16 @@ TEST_F(ReadFiles, FaultsNameThePlace) {
       {"/animations/0/samplers/0/interpolation", "EASE",
        "animation 0, sampler 0: interpolation \"EASE\" is none"},
   };
-  const gltfmodel good = SmallGltf();
-  for (const auto& each : cases) {
-    gltfmodel bad = good;
-    bad.doc[json::json_pointer(each.path)] = each.value;
-    core::scene own;
-    gltf::report report;
-    EXPECT_FALSE(gltf::ReadScene(files.Write("bad.glb", bad.Binary()), how, own, report))
-        << each.path;
-    EXPECT_EQ(report.fault, each.fault);
-  }
+  ExpectFaults(SmallGltf(), cases);
 }
 
 TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
   const gltfmodel good = SmallGltf();
-  const auto fault = [&](const std::string& path) {
-    core::scene own;
-    gltf::report report;
-    EXPECT_FALSE(gltf::ReadScene(path, how, own, report));
-    return report.fault;
-  };
-  EXPECT_EQ(fault(files.File("none.glb")), "it cannot be read, or it is empty");
-  EXPECT_EQ(fault(files.Write("a.gltf", std::string("{\"asset\": "))),
+  EXPECT_EQ(FaultOf(files.File("none.glb")), "it cannot be read, or it is empty");
+  EXPECT_EQ(FaultOf(files.Write("a.gltf", std::string("{\"asset\": "))),
             "the JSON text breaks off or is none at byte 11");
   for (const char* uri : {"gone.bin", "/etc/hostname", "http://x/y.bin", ".", "a\\u0000b"}) {
-    EXPECT_EQ(fault(files.Write("b.gltf", good.Text(uri))),
+    EXPECT_EQ(FaultOf(files.Write("b.gltf", good.Text(uri))),
               std::string("buffer 0: cannot read ") + uri);
   }
   files.Write("b.bin", good.Buffer());
@@ -152,7 +132,7 @@ TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
       std::filesystem::path(files.File("")).parent_path().filename().string();
   for (const std::string& uri : {"../" + folder + "/b.bin", "x/%2e%2e/%2E./" + folder + "/b.bin"}) {
     const std::string path = files.Write("b.gltf", good.Text(uri));
-    EXPECT_NE(fault(path).find("b.bin does not lie in the file's folder: --allow-outside"),
+    EXPECT_NE(FaultOf(path).find("b.bin does not lie in the file's folder: --allow-outside"),
               std::string::npos);
     gltf::options outside;
     outside.allowOutside = true;
@@ -160,27 +140,27 @@ TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
     std::filesystem::create_directory(files.File("x"));
     EXPECT_TRUE(gltf::ReadScene(path, outside, own, told)) << told.fault;
   }
-  EXPECT_EQ(fault(files.Write("b.gltf", good.Text("x/../gone.bin"))),
+  EXPECT_EQ(FaultOf(files.Write("b.gltf", good.Text("x/../gone.bin"))),
             "buffer 0: cannot read x/../gone.bin");
   files.Write("short.bin", bytes(8));
   const std::string of = " of " + std::to_string(good.Buffer().size()) + " bytes";
-  EXPECT_EQ(fault(files.Write("c.gltf", good.Text("short.bin"))), "buffer 0: has 8" + of);
+  EXPECT_EQ(FaultOf(files.Write("c.gltf", good.Text("short.bin"))), "buffer 0: has 8" + of);
   bytes cut = good.Binary();
   cut.resize(cut.size() - 4);
-  EXPECT_NE(fault(files.Write("d.glb", cut)).find("the file ends early"), std::string::npos);
+  EXPECT_NE(FaultOf(files.Write("d.glb", cut)).find("the file ends early"), std::string::npos);
 
   gltfmodel late = good;
   late.Channel(2, 0, "translation", {0, 1e9F}, {0, 0, 0, 1, 0, 0});
-  EXPECT_EQ(fault(files.Write("e.glb", late.Binary())),
+  EXPECT_EQ(FaultOf(files.Write("e.glb", late.Binary())),
             "clip animation_2: the clips have more than 1048576 frames");
   gltfmodel back = good;
   back.Channel(2, 0, "translation", {1, 0}, {0, 0, 0, 1, 0, 0});
-  EXPECT_EQ(fault(files.Write("f.glb", back.Binary())),
+  EXPECT_EQ(FaultOf(files.Write("f.glb", back.Binary())),
             "animation 2, sampler 0: its times do not ascend");
   gltfmodel huge = good;  // all zero without a buffer view, so that nothing limits the number
   huge.Accessors()[0].erase("bufferView");
   huge.Accessors()[0]["count"] = 4000000000;
-  EXPECT_EQ(fault(files.Write("g.glb", huge.Binary())),
+  EXPECT_EQ(FaultOf(files.Write("g.glb", huge.Binary())),
             "mesh 0, primitive 0: POSITION has more values than the file can have");
 }
 

@@ -54,6 +54,28 @@ class readtest : public testing::Test {
                                         : static_cast<cmesh*>(node)->Mesh();
   }
 
+  // Why a file cannot be read.
+  std::string FaultOf(const std::string& path) const {
+    core::scene own;
+    gltf::report report;
+    EXPECT_FALSE(gltf::ReadScene(path, how, own, report)) << path;
+    return report.fault;
+  }
+
+  // A change to a good document, by the place's pointer, and the words of the fault.
+  struct badvalue {
+    std::string place;
+    nlohmann::json value;
+    std::string fault;
+  };
+  void ExpectFaults(const gltfmodel& good, const std::vector<badvalue>& cases) const {
+    for (const badvalue& each : cases) {
+      gltfmodel bad = good;
+      bad.doc[nlohmann::json::json_pointer(each.place)] = each.value;
+      EXPECT_EQ(FaultOf(files.Write("bad.glb", bad.Binary())), each.fault) << each.place;
+    }
+  }
+
   tempdirectory files;
   gltf::options how;
   core::scene scene;
