@@ -1,7 +1,5 @@
 // The module's outer face, as a host sees it: names, order, texts, objects.
 
-#include <cstring>
-
 #include "plugin/handlers.h"
 #include "support/moduletest.h"
 
@@ -54,16 +52,6 @@ TEST_F(Registry, ListsTheHandlersInOrder) {
     EXPECT_EQ(static_cast<cimporthandler*>(libClassDesc(importer))->Name(),
               static_cast<cimporthandler*>(libClassDesc(exporter))->Name());
   }
-}
-
-TEST_F(Registry, ACopyIsAHandlerAndCopiesNothing) {
-  void* const original = module->Symbol("impmdc");
-  void* memory = nullptr;
-  Entry<void(void*, const void*)>("_ZN7cimpmdcC1ERKS_")(&memory, original);
-  auto* const copy = reinterpret_cast<cimporthandler*>(&memory);
-  EXPECT_STREQ(copy->Name(), "RTCW mdc");
-  EXPECT_EQ(Entry<void*(void*, const void*)>("_ZN7cimpmdcaSERKS_")(&memory, original), &memory);
-  EXPECT_EQ(std::memcmp(&memory, original, sizeof memory), 0);
 }
 
 }  // namespace
