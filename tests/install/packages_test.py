@@ -6,24 +6,16 @@ import pathlib
 import pty
 import re
 import select
-import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
+from running import run
+
 BUILD, SOURCE, LIBDIR = sys.argv[1:4]
 SAMPLE = pathlib.Path(SOURCE) / "examples" / "sample.glb"
 COMMANDS = ("handlers", "import", "export", "convert", "info", "sequences")
-
-
-def run(*command, **options):
-    process = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
-                             stderr=subprocess.STDOUT, timeout=500, **options)
-    text = process.stdout.decode()
-    if process.returncode != 0:
-        raise AssertionError(f"{command} ends with {process.returncode}:\n{text}")
-    return text
 
 
 class Packages(unittest.TestCase):

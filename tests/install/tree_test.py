@@ -4,22 +4,14 @@ examples are built against it, and nothing in it knows of the source."""
 import json
 import os
 import pathlib
-import subprocess
 import sys
 import tempfile
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
+from running import run
+
 BUILD, SOURCE, LIBDIR, COMPILER = sys.argv[1:5]
-
-
-def run(*command, **options):
-    process = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
-                             stderr=subprocess.STDOUT, timeout=500, **options)
-    text = process.stdout.decode()
-    if process.returncode != 0:
-        raise AssertionError(f"{command} ends with {process.returncode}:\n{text}")
-    return text
 
 
 class Tree(unittest.TestCase):
