@@ -1,5 +1,0 @@
-#include "hostile/readers.h"
-#include "samples/skelmodel.h"
-#include "seeded.h"
-
-SEEDED_FUZZ_TARGET(ReadMdx, SmallSkelModel().WriteMdx())
