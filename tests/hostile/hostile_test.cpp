@@ -194,6 +194,10 @@ TEST(Readers, OrderAndSharing) {
   EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{one + 120, -9999}}),
             "surface 1: its header does not lie inside the file");
   expectShared(NamesIn<cmdcfile>(mdc, {{one + 120, 0}, {84, kMany}}));
+  // Half of the file as texture coordinates, too often for those and not for the rest.
+  const auto half = static_cast<std::int64_t>(mdc.size() / (2 * sizeof(mdcSt)));
+  expectShared(NamesIn<cmdcfile>(
+      mdc, {{one + 120, 0}, {84, 100000}, {one + 84, half}, {one + 100, back(one, 0)}}));
   // Lists without entries, wherever they are said to lie.
   EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{80, 0}, {96, -1}, {100, 1 << 30}, {84, -3}, {104, -1}}), "");
   EXPECT_EQ(NamesIn<cmdcfile>(mdc, {{one + 80, -1},

@@ -138,29 +138,4 @@ TEST_F(MdcImport, WhatNoImportReachesIsNoFault) {
   }
 }
 
-TEST_F(MdcImport, SurfacesThatNameTheSameBlocksTakeNoMoreThanTheFileIsWorth) {
-  mdcmodel::surface empty;
-  empty.baseByFrame = {0, 0};
-  empty.compByFrame = {0xFFFF, 0xFFFF};
-  model.surfaces.assign(3000, empty);
-  const bytes plain = model.Write();
-  const std::int64_t first = bytereader(plain).I32(104);
-  // Each takes half of the file for its vertices, and the zeros behind the model's name for its
-  // frame tables.
-  const auto share = [&](int surfaces) {
-    bytewriter file;
-    file.I8(plain);
-    for (std::int64_t at = first; at < first + 132 * surfaces; at += 132) {
-      file.Patch(at + 84, static_cast<std::int64_t>(plain.size()) / 16);
-      for (const int offset : {100, 104, 108, 112, 116}) {
-        file.Patch(at + offset, (offset > 108 ? 40 : 0) - at);
-      }
-    }
-    return file.Content();
-  };
-  EXPECT_EQ(Run(share(3000)), 0);
-  ExpectNothingDone();
-  EXPECT_EQ(Run(share(2)), 1);
-}
-
 }  // namespace
