@@ -2,18 +2,20 @@
 // this program defines takes the place of that host's own: nodes and lists that count, and a
 // desktop where a test sets one.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <map>
+#include <memory>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "host.h"
-#include "plugin/host/handlers.h"
+#include "module/module.h"
 #include "plugin/platform/desktop.h"
+#include "samples/mdcmodel.h"
+#include "samples/skelmodel.h"
 #include "samples/tempdirectory.h"
 
 namespace {
@@ -90,8 +92,6 @@ extern "C" cdesktop* MarrowDesktop(int version, cdesktop* own) {
 
 namespace {
 
-constexpr int kQuadVerts = 4;
-
 // Leaves the dialogs to the module and waits for nobody.
 class watchingdesktop final : public cdesktop {
  public:
@@ -127,140 +127,75 @@ class watchingdesktop final : public cdesktop {
   }
 };
 
+cnode* Named(const std::string& name) {
+  const auto found =
+      std::ranges::find_if(Scene().nodes, [&name](cnode* node) { return name == node->GetName(); });
+  return found == Scene().nodes.end() ? nullptr : *found;
+}
+
 class SmallestHost : public testing::Test {
  protected:
   SmallestHost() : lists_(madeLists.size()), destroyed_(destroyedLists) {
-    module_ = dlopen(MARROW_MODULE_PATH, RTLD_NOW);
-    EXPECT_NE(module_, nullptr) << dlerror();
+    std::string error;
+    module_ = module::library::Load(MARROW_MODULE_PATH, error);
+    EXPECT_NE(module_, nullptr) << error;
     calls.clear();
   }
   ~SmallestHost() override {
     desktopOfHost = nullptr;
     Scene().Clear();
-    Unload();
-  }
-
-  void Unload() {
-    if (module_ != nullptr) {
-      dlclose(std::exchange(module_, nullptr));
-    }
   }
 
   // A function of the module by its name in the file.
   template <class Function>
   Function* Entry(const char* name) const {
-    auto* const entry = reinterpret_cast<Function*>(dlsym(module_, name));
+    auto* const entry = reinterpret_cast<Function*>(module_->Symbol(name));
     EXPECT_NE(entry, nullptr) << name;
     return entry;
   }
 
-  template <class Handler>
-  Handler* Find(int kind, const std::string& path) const {
-    for (int i = 0; i < Entry<int()>("LibNumberClasses")(); ++i) {
-      auto* const handler = static_cast<Handler*>(Entry<void*(int)>("LibClassDesc")(i));
-      if (Entry<int(int)>("LibType")(i) == kind &&
-          path.ends_with("." + std::string(handler->Ext(0)))) {
-        return handler;
-      }
-    }
-    return nullptr;
-  }
-
   int Export(const std::string& path) {
     calls.clear();
-    return Find<cexporthandler>(kHandlerExporter, path)->Export(path.c_str());
+    return module_->FindExporter(path.substr(path.size() - 3))->exporter->Export(path.c_str());
   }
   // Into an empty scene.
   int Import(const std::string& path) {
     Scene().Clear();
     calls.clear();
-    return Find<cimporthandler>(kHandlerImporter, path)->Import(path.c_str());
+    return Add(path);
+  }
+  int Add(const std::string& path) {
+    return module_->FindImporter(path.substr(path.size() - 3))->importer->Import(path.c_str());
   }
 
-  // A pelvis, a spine that turns, a tag at its end, a skin over both bones and a mesh.
-  static void BuildScene();
+  // What two files bring: two bones with a tag at their end, two skins and two meshes; the spine
+  // turns.
+  void BuildScene() {
+    watchingdesktop desktop;
+    cdesktop* const desktopOfTest = std::exchange(desktopOfHost, &desktop);
+    skelmodel figure = SmallSkelModel();
+    figure.surfaces[0].verts[3].weights[0].bone = 1;  // a tag of an mdm carries nothing
+    EXPECT_EQ(Add(directory_.Write("built/a.mds", figure.WriteMds())), kRunDone);
+    mdcmodel props = SmallMdcModel();
+    props.tags.clear();
+    props.surfaces[0].name = "crate";
+    EXPECT_EQ(Add(directory_.Write("built/a.mdc", props.Write())), kRunDone);
+    desktopOfHost = desktopOfTest;
+    ckey turned;
+    turned.frame = 2;
+    turned.rot = EulerToQuat(MakePt3(0, 90, 0));
+    canim& track = static_cast<cbone*>(Named("Spine"))->anim;
+    track.SetNumKeys(2, 0);
+    track.SetKeyAt(1, turned, 0);
+    Interface::SetAnimStart(0);
+    Interface::SetAnimEnd(2);
+  }
 
   std::size_t lists_;  // made and destroyed before the module was loaded
   int destroyed_;
-  void* module_ = nullptr;
+  std::unique_ptr<module::library> module_;
   tempdirectory directory_;
 };
-
-cbone* AddBone(const char* name, cbone* parent, const cpoint3& position) {
-  cbone* const bone = CreateNewBone();
-  bone->SetName(name);
-  if (parent != nullptr) {
-    parent->AttachChild(bone, 1);
-  }
-  ckey key;
-  key.pos = position;
-  bone->anim.SetKey(key);
-  Interface::AddToScene(bone, 0);
-  return bone;
-}
-
-// A square of the size, facing +X.
-void FillQuad(cmesh& mesh, float size) {
-  mesh.Allocate(kQuadVerts, kQuadVerts, 2);
-  const std::array<std::array<float, 2>, kQuadVerts> corners{{{0, 0}, {0, 1}, {1, 1}, {1, 0}}};
-  for (int v = 0; v < kQuadVerts; ++v) {
-    const auto [y, z] = corners[static_cast<std::size_t>(v)];
-    mesh.SetVert(v, MakePt3(2, size * y, 40 + size * z));
-    mesh.SetTVert(v, MakePt3(y, z, 0));
-  }
-  for (int f = 0; f < 2; ++f) {
-    cface face;
-    const std::array<int, 3> v{0, f + 1, f + 2};
-    std::ranges::copy(v, face.v);
-    std::ranges::copy(v, face.tv);
-    mesh.SetFace(f, face);
-  }
-  mesh.AutoSmooth(45, 0);
-}
-
-void SmallestHost::BuildScene() {
-  cbone* const pelvis = AddBone("Bip01 Pelvis", nullptr, MakePt3(0, 0, 40));
-  cbone* const spine = AddBone("Bip01 Spine", pelvis, MakePt3(0, 0, 8));
-  AddBone("tag_head", spine, MakePt3(0, 0, 16));
-  ckey turned;
-  turned.frame = 2;
-  turned.pos = MakePt3(0, 0, 8);
-  turned.rot = EulerToQuat(MakePt3(0, 90, 0));
-  ckey straight;
-  straight.pos = turned.pos;
-  spine->anim.SetNumKeys(2, 0);
-  spine->anim.SetKeyAt(0, straight, 0);
-  spine->anim.SetKeyAt(1, turned, 0);
-
-  cmaterial* const material = CreateNewMaterial();
-  cimage image;
-  image.SetPathName("c:/game/models/players/body.tga");
-  material->SetImage(image, 0);
-  Interface::AddToScene(material, 0);
-
-  cmesh* const mesh = CreateNewMesh();
-  FillQuad(*mesh, 16);
-  mesh->SetMaterial(material);
-  cskin* const skin = CreateNewSkin();
-  skin->SetName("u_body");
-  skin->Init(mesh);
-  for (int v = 0; v < kQuadVerts; ++v) {
-    cskinweight weight;
-    weight.weight = 1;
-    weight.bone = v == 0 || v == 3 ? pelvis : spine;
-    weight.offset = skin->Skin().mesh.verts[static_cast<std::size_t>(v)] *
-                    Inverse(weight.bone->GetTMAtFrame(0, kWholeTransform));
-    skin->SetVertWeight(v, 0, weight);
-    skin->SetVertNumWeights(v, 1);
-  }
-  Interface::AddToScene(skin, 0);
-
-  FillQuad(*mesh, 4);
-  mesh->SetName("h_badge");
-  Interface::AddToScene(mesh, 0);
-  Interface::SetAnimStart(0);
-  Interface::SetAnimEnd(2);
-}
 
 std::vector<std::string> Names(int type) {
   std::vector<std::string> names;
@@ -270,12 +205,6 @@ std::vector<std::string> Names(int type) {
     }
   }
   return names;
-}
-
-cnode* Named(const std::string& name) {
-  const auto found =
-      std::ranges::find_if(Scene().nodes, [&name](cnode* node) { return name == node->GetName(); });
-  return found == Scene().nodes.end() ? nullptr : *found;
 }
 
 void ExpectNear(const cpoint3& a, const cpoint3& b, float error) {
@@ -289,7 +218,7 @@ using names = std::vector<std::string>;
 
 TEST_F(SmallestHost, RunsAllSevenHandlers) {
   BuildScene();
-  auto* const built = static_cast<cskin*>(Named("u_body"));
+  auto* const built = static_cast<cskin*>(Named("body"));
   const std::vector<cpoint3> shape = Deformed(*built, 0);
   const std::vector<cpoint3> turnedShape = Deformed(*built, 2);
   ASSERT_GT((shape[1] - turnedShape[1]).Length(), 1);
@@ -310,34 +239,34 @@ TEST_F(SmallestHost, RunsAllSevenHandlers) {
 
   ASSERT_EQ(Import(mdc), kRunDone);
   EXPECT_EQ(Names(kNodeBone), names{"tag_head"});
-  EXPECT_EQ(Names(kNodeMesh), (names{"u_body", "h_badge"}));
+  EXPECT_EQ(Names(kNodeMesh), (names{"body", "hat", "crate", "cape"}));
   EXPECT_EQ(Calls(kNodeBone, "SetName"), 1);
   EXPECT_EQ(Calls(kNodeBone, "UpdateAnim"), 1);
-  EXPECT_EQ(Calls(kNodeMesh, "SetName"), 2);
+  EXPECT_EQ(Calls(kNodeMesh, "SetName"), 4);
   EXPECT_EQ(Calls(kNodeMesh, "SetMaterial"), 2);
   ExpectNear(Named("tag_head")->GetPosAtFrame(0), head, 0.02F);
-  for (std::size_t v = 0; v < kQuadVerts; ++v) {
-    ExpectNear(static_cast<cmesh*>(Named("u_body"))->Mesh().verts[v], shape[v], 0.02F);
+  for (std::size_t v = 0; v < shape.size(); ++v) {
+    ExpectNear(static_cast<cmesh*>(Named("body"))->Mesh().verts[v], shape[v], 0.03F);
   }
 
   // The first skin file beside the model is the dialog's choice.
-  directory_.Write("models/players/body.skin", "u_body,models/players/body.tga\n");
-  directory_.Write("mdm/models/body.skin", "u_body,\"models/body.tga\"\n");
+  directory_.Write("models/players/body.skin", "body,models/players/body.tga\n");
+  directory_.Write("mdm/models/body.skin", "body,\"models/body.tga\"\n");
   for (const std::string& path : {mds, mdm}) {
     ASSERT_EQ(Import(path), kRunDone) << path;
-    EXPECT_EQ(Names(kNodeBone), (names{"Bip01 Pelvis", "Bip01 Spine", "tag_head"}));
-    EXPECT_EQ(Names(kNodeSkin), names{"u_body"});
+    EXPECT_EQ(Names(kNodeBone), (names{"Pelvis", "Spine", "tag_head"}));
+    EXPECT_EQ(Names(kNodeSkin), (names{"body", "hat"}));
     EXPECT_EQ(Calls(kNodeBone, "SetName"), 3);
     EXPECT_EQ(Calls(kNodeBone, "AttachChild"), 2);
     EXPECT_EQ(Calls(kNodeBone, "UpdateAnim"), path == mds ? 3 : 2);  // a tag of an mdm has one key
     EXPECT_EQ(Calls(kNodeMesh, "SetMaterial"), 1);
     EXPECT_GT(Calls(kNodeSkin, "SetName") + Calls(kNodeMesh, "SetName"), 0);
-    EXPECT_EQ(Named("tag_head")->GetParent(), Named("Bip01 Spine"));
+    EXPECT_EQ(Named("tag_head")->GetParent(), Named("Spine"));
     ExpectNear(Named("tag_head")->GetPosAtFrame(0), head, 0.05F);
-    auto* const skin = static_cast<cskin*>(Named("u_body"));
+    auto* const skin = static_cast<cskin*>(Named("body"));
     ASSERT_NE(skin->GetMaterial(), nullptr);
     EXPECT_TRUE(skin->GetMaterial()->GetImage(0)->State().path.ends_with("body.tga"));
-    for (std::size_t v = 0; v < kQuadVerts; ++v) {
+    for (std::size_t v = 0; v < shape.size(); ++v) {
       ExpectNear(Deformed(*skin, 0)[v], shape[v], 0.05F);
     }
     EXPECT_NE(Scene().notes.find("Num Bones:    "), std::string::npos);
@@ -350,7 +279,7 @@ TEST_F(SmallestHost, DialogsWithoutAUserGetTheirDefaults) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Export MDS: No objects in scene!\n");
   BuildScene();
   const std::string mdm = directory_.File("a.b/model");
-  ASSERT_EQ(Find<cexporthandler>(kHandlerExporter, ".mdm")->Export(mdm.c_str()), kRunDone);
+  ASSERT_EQ(module_->FindExporter("mdm")->exporter->Export(mdm.c_str()), kRunDone);
   EXPECT_FALSE(ReadBytes(directory_.File("a.b/model.mdx")).empty());
 
   // Nothing is there to open: as if the dialog were cancelled.
@@ -401,7 +330,7 @@ TEST_F(SmallestHost, TheHierarchyListsLiveAsLongAsTheModule) {
   }
   const int temporary = static_cast<int>(madeLists.size() - lists_ - 2);
   EXPECT_EQ(destroyedLists, destroyed_ + temporary);
-  Unload();
+  module_.reset();
   EXPECT_EQ(destroyedLists, destroyed_ + temporary + 2);
 }
 
