@@ -170,7 +170,7 @@ def check_all_frames(check, path, scale=40, options=(), own=True):
             if own:  # compressed frames have no normals that are read
                 leaning.append(models.degrees_between(gltf.scene_points(
                     scene.normals(own_part, world, own=turned)), normals))
-        for (node, path_), (times, values, how) in scene.tracks[0].items():
+        for (node, path_), (times, values, how) in (scene.tracks or [{}])[0].items():
             if path_ == "weights":
                 check.expect(((values == 0) | (values == 1)).all() and (values[:, 1:].sum(1) == values[:, 0]).all(),
                              "weights of a frame: that of the normals and one, or none")
