@@ -89,7 +89,7 @@ class Packages(unittest.TestCase):
             self.assertNotIn("warning:", text)
             text = re.sub(".\b", "", text)
             for option in options:
-                self.assertRegex(text, rf"(?m)^ +(-\w, )?{option}\b", page)
+                self.assertRegex(text, rf"(?m)^ +(-[-\w]+, )*{option}\b", page)
 
     def test_bash_and_fish(self):
         share = self.root / "share"
