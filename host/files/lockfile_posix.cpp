@@ -44,10 +44,12 @@ std::unique_ptr<lockfile> lockfile::Acquire(const std::string& path,
     }
     const int error = errno;
     close(file);
-    registering.reset();
     if (error != EWOULDBLOCK && error != EINTR) {
+      // Where nobody gets the lock, nobody holds it.
+      unlink(path.c_str());
       throw std::system_error(error, std::generic_category());
     }
+    registering.reset();
     if (std::chrono::steady_clock::now() >= deadline) {
       return nullptr;
     }

@@ -132,12 +132,10 @@ journal ReadJournal(const std::string& target) {
   }
   std::ifstream file(path, std::ios::binary);
   std::string line;
-  if (!std::getline(file, line) || line != kJournalHead) {
-    return {};
-  }
+  const bool headed = std::getline(file, line) && line == kJournalHead;
   journal read;
   bool own = false;
-  while (std::getline(file, line) && line != kJournalEnd) {
+  while (headed && std::getline(file, line) && line != kJournalEnd) {
     const bool existed = line.starts_with(kJournalReplaces);
     if (!existed && !line.starts_with(kJournalCreates)) {
       return {};
@@ -146,7 +144,11 @@ journal ReadJournal(const std::string& target) {
     own = own || line == target;
     read.set.push_back({line, existed});
   }
-  if (!file || !own) {
+  // Taken for none, it would let go of the old files.
+  if (!file.is_open() || file.bad()) {
+    throw fault(target, "what an interrupted run left beside it cannot be read");
+  }
+  if (!headed || !file || !own) {
     return {};
   }
   if (std::getline(file, line) && line == kJournalCommitted) {

@@ -120,21 +120,36 @@ class Trial:
         if outcome in BAD:
             self.faults.append(f"{outcome}: {row}: {detail}")
 
-    def judge(self, row, case, code, stderr, detail):
-        """Of a run that was not killed outright, and so has to clean up after itself."""
+    def next_run_removes(self, case, state):
+        """What the system would not remove is removed later, and nothing else is touched by that."""
+        self.refused_run(case)
+        same = self.state(case, self.whole[case.name]) == state
+        process = self.run(case.arguments)
+        return same and process.returncode == 0 and not self.leftovers()
+
+    def refused_run(self, case):
+        """Refused for its range after its targets are locked: what it ends is the old run."""
+        if case.arguments[0] == "export":
+            wanted = [each for each in case.arguments if each not in ("--sequences", "--force")]
+            self.run([*wanted, "--start", "9", "--end", "1"])
+
+    def judge(self, row, case, code, stderr, detail, unremoved=False):
+        """Of a run that was not killed outright, and so has to clean up after itself, but for what
+        it may not remove."""
         detail = f"{case.name}: {detail}: code {code}: {stderr.decode(errors='replace').strip()}"
         state = self.state(case, self.whole[case.name])
+        left = self.leftovers()
         ended = code < 0 or code > 128
         if state in BAD:
             return self.note(row, state, detail)
         if code in (-signal.SIGSEGV, -signal.SIGBUS, 139, 135):
             return self.note(row, "crashed", detail)
-        if self.leftovers():
-            return self.note(row, "left behind", f"{detail} {sorted(self.leftovers())}")
+        if left and not (unremoved and self.next_run_removes(case, state)):
+            return self.note(row, "left behind", f"{detail} {sorted(left)}")
         told = b"standard output cannot be written" in stderr or ended
         if (code == 0) != (state == "new whole") and not told:
             return self.note(row, "said otherwise", f"{detail} ({state})")
-        return self.note(row, state, detail)
+        return self.note(row, "next run" if left else state, detail)
 
     def judge_killed(self, row, case, detail):
         """What a killed run left has names of its own, and the next run to the target ends it."""
@@ -145,9 +160,7 @@ class Trial:
         if mixed and not any(name.endswith("-journal") for name in left):
             return self.note(row, state, detail)
         if mixed and case.arguments[0] == "export":
-            # Refused for its range after its targets are locked: what it ends is the old run.
-            nothing = [each for each in case.arguments if each not in ("--sequences", "--force")]
-            self.run([*nothing, "--start", "9", "--end", "1"])
+            self.refused_run(case)
             if self.state(case, self.whole[case.name]) in BAD:
                 return self.note(row, state, detail + ", and the next run did not end it")
         process = self.run(case.arguments)
@@ -239,7 +252,8 @@ class Trial:
                 inject = f"{call}:error={error}:when={number}{more}"
                 self.prepare(case)
                 process = self.traced(case.arguments, inject)
-                self.judge(error, case, process.returncode, process.stderr, inject)
+                self.judge(error, case, process.returncode, process.stderr, inject,
+                           unremoved=call == "unlink")
 
     def kills_at_calls(self, share):
         for case, call, number in self.places(share, CHANGING):

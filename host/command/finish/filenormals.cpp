@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "command/finish/normals.h"
+#include "command/finish/openmodel.h"
 #include "core/deform.h"
 #include "core/smooth.h"
 #include "core/state.h"
@@ -191,7 +192,7 @@ void Take(console& out, const std::string& path, const skelmesh& file, core::sce
 template <class File>
 void LoadAndTake(console& out, const std::string& path, core::scene& scene) {
   File file;
-  if (file.Load(path.c_str())) {
+  if (LoadAgain(path, path, file)) {
     Take(out, path, file, scene);
   }
 }

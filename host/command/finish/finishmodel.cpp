@@ -71,7 +71,7 @@ void SetFrameBounds(const cmdcfile& file, const core::scene& scene, int start) {
 template <class File, class Change>
 void Rewrite(const std::string& told, const std::string& path, Change&& change) {
   openmodel<File> model;
-  if (!model.Load(path)) {
+  if (!model.Load(told, path)) {
     return;
   }
   try {

@@ -37,15 +37,17 @@ void SetStoredName(const std::string& written, const std::string& target, fileki
   const auto close = [](std::FILE* stream) { std::fclose(stream); };
   std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(written.c_str(), "r+b"), close);
   headername stored{};
+  errno = 0;
   if (!file || std::fseek(file.get(), kNameOffset, SEEK_SET) != 0 ||
       std::fread(stored.data(), stored.size(), 1, file.get()) != 1) {
-    return;
+    throw failure(target, "not written: " + files::ErrnoMessage(errno));
   }
   for (const bool used : {modelsDir, !modelsDir}) {
     if (stored != NameFor(written, kind, used)) {
       continue;
     }
     const headername name = NameFor(target, kind, used);
+    errno = 0;
     const bool put = std::fseek(file.get(), kNameOffset, SEEK_SET) == 0 &&
                      std::fwrite(name.data(), name.size(), 1, file.get()) == 1;
     if (std::fclose(file.release()) != 0 || !put) {

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "command/finish/openmodel.h"
 #include "command/game/gamepath.h"
 #include "command/game/skinrows.h"
 #include "core/state.h"
@@ -70,7 +71,7 @@ template <class File>
 void Dress(const std::string& path, const std::string& skin, core::scene& scene) {
   const std::vector<cnode*> nodes = SurfacesOf(scene);
   File file;
-  if (nodes.empty() || !file.Load(path.c_str()) || nodes.size() != file.surfaces.size()) {
+  if (nodes.empty() || !LoadAgain(path, path, file) || nodes.size() != file.surfaces.size()) {
     return;
   }
   dresser dress(scene,

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "command/finish/openmodel.h"
 #include "command/game/gamepath.h"
 #include "command/game/newfile.h"
 #include "command/wording.h"
@@ -23,7 +24,7 @@ template <class File>
 skintext TextOf(const std::string& model, const std::string& quote) {
   skintext text;
   File file;
-  file.Load(model.c_str());
+  LoadAgain(model, model, file);
   for (const skelsurfentry& entry : file.surfaces) {
     const std::string name = NameText(entry.surface->name).data();
     const std::string shader = NameText(entry.surface->shader).data();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "command/failure.h"
+#include "command/finish/openmodel.h"
 #include "command/run/transfer.h"
 #include "command/wording.h"
 #include "core/state.h"
@@ -72,7 +73,7 @@ void assembly::AddTags(const std::string& path, const core::scene& from) {
     }
   }
   cmdsfile file;
-  if (KindOf(path) != filekind::Mds || !file.Load(path.c_str())) {
+  if (KindOf(path) != filekind::Mds || !LoadAgain(path, path, file)) {
     return;
   }
   for (std::int32_t t = 0; t < file.numTags; ++t) {
