@@ -34,6 +34,7 @@ const loads = (name, load) => ({
   },
 });
 
+const draco = join(here, 'node_modules/three/examples/jsm/libs/draco/gltf');
 const worker = await build({
   ...shared,
   entryPoints: ['src/run/worker.ts'],
@@ -44,6 +45,14 @@ const worker = await build({
   plugins: [
     loads('marrow-wasm', async () => ({
       contents: await readFile(join(programDir, 'marrow.wasm')),
+      loader: 'binary',
+    })),
+    // No module of its package's kind, as which it would have no export.
+    loads('marrow-draco', async () => ({
+      contents: await readFile(join(draco, 'draco_wasm_wrapper.js')),
+    })),
+    loads('marrow-draco-wasm', async () => ({
+      contents: await readFile(join(draco, 'draco_decoder.wasm')),
       loader: 'binary',
     })),
   ],

@@ -12,6 +12,7 @@ import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 import { captureFrame, installCapture } from './capture.mjs';
 import { compareGlb, compareModel } from './compare.mjs';
+import { withDraco, withMeshopt } from './compress.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const { chromium } = createRequire(join(here, '../validate/package.json'))('playwright-core');
@@ -30,17 +31,17 @@ const browser = await chromium.launch({
 });
 const faults = [];
 
-async function newTab() {
+async function newTab(file = pageFile) {
   const tab = await browser.newPage({ viewport: { width: 1200, height: 800 } });
   await tab.addInitScript(installCapture);
   tab.on('pageerror', (error) => faults.push(error.message));
   tab.on('console', (line) => line.type() === 'error' && faults.push(line.text()));
   tab.on('request', (request) => {
-    if (!/^(blob|data):/.test(request.url()) && request.url() !== String(pathToFileURL(pageFile))) {
+    if (!/^(blob|data):/.test(request.url()) && request.url() !== String(pathToFileURL(file))) {
       faults.push(`a request to ${request.url()}`);
     }
   });
-  await tab.goto(String(pathToFileURL(pageFile)));
+  await tab.goto(String(pathToFileURL(file)));
   return tab;
 }
 
@@ -127,8 +128,9 @@ async function checkExport(tab) {
   await tab.getByText('Game files', { exact: true }).click();
   for (const [format, args, names] of [
     ['mdc', [], ['out.mdc']],
-    ['mds', ['--sequences'], ['out.mds', 'wolfanim.cfg']],
     ['mdm', ['--sequences', '--mdx', 'out.mdx'], ['out.aninc', 'out.mdm', 'out.mdx']],
+    ['mds', ['--sequences', '--write-skin', '--write-images'],
+      ['models/players/sample/figure.tga', 'out.mds', 'out.skin', 'wolfanim.cfg']],
   ]) {
     const target = join(folder, 'exported', format);
     mkdirSync(target, { recursive: true });
@@ -137,15 +139,22 @@ async function checkExport(tab) {
     execFileSync(marrow, ['export', 'out.glb', '-o', `out.${format}`, ...args], { cwd: target, stdio: 'pipe' });
     await drop(tab, [['out.glb', readFileSync(sample)]]);
     await tab.getByRole('combobox', { name: /^Format/ }).selectOption(format);
+    const boxes = args.includes('--write-skin') ? ['Skin file', 'Images'] : [];
+    for (const box of boxes) {
+      await tab.getByLabel(box, { exact: true }).check();
+    }
     const { name, content } = await take(tab, 'Take game files');
+    for (const box of boxes) {
+      await tab.getByLabel(box, { exact: true }).uncheck();
+    }
     const files = new Map([[name, content]]);
     if (name.endsWith('.zip')) {
       files.delete(name);
       writeFileSync(join(target, name), content);
       mkdirSync(join(target, 'taken'));
       execFileSync('python3', ['-m', 'zipfile', '-e', join(target, name), join(target, 'taken')]);
-      readdirSync(join(target, 'taken')).forEach((each) =>
-        files.set(each, readFileSync(join(target, 'taken', each))));
+      readdirSync(join(target, 'taken'), { recursive: true }).filter((each) => each.includes('.')).forEach(
+        (each) => files.set(each, readFileSync(join(target, 'taken', each))));
     }
     assert.deepEqual([...files.keys()].sort(), names);
     for (const [each, taken] of files) {
@@ -153,6 +162,32 @@ async function checkExport(tab) {
       assert.ok(share < 1e-3, `${each}: ${share} of its words differ`);
       console.log(`${each}: taken, ${share} of its words differ`);
     }
+  }
+}
+
+// What a library has to unpack before the command reads it.
+async function checkCompressed(tab) {
+  const plain = readFileSync(sample);
+  const posed = await Posed.parse(plain);
+  const files = [['draco', withDraco(plain)], ['meshopt', await withMeshopt(plain)]];
+  for (const [name, content] of files) {
+    await drop(tab, [[`${name}.glb`, content]]);
+    assert.deepEqual(await messages(tab, 'error'), []);
+    await checkFrame(tab, posed, 1, 7, 20);
+    writeFileSync(join(folder, `${name}.glb`), content);
+    execFileSync(marrow, ['export', `${name}.glb`, '-o', `${name}.mdc`], { cwd: folder, stdio: 'pipe' });
+    await tab.getByRole('combobox', { name: /^Format/ }).selectOption('mdc');
+    const share = compareModel((await take(tab, 'Take game files')).content,
+      readFileSync(join(folder, `${name}.mdc`)), `${name}.mdc`);
+    assert.ok(share < 1e-3, `${name}.mdc: ${share} of its words differ`);
+    console.log(`${name}: shown and taken, ${share} of its words differ`);
+  }
+  for (const [name, content] of files) {
+    content.fill(0x5a, content.length - 60000);
+    await drop(tab, [[`${name}.glb`, content]]);
+    const said = await messages(tab, 'error');
+    assert.ok(said.length === 1 && said[0].includes('are damaged'), said.join());
+    console.log(said[0]);
   }
 }
 
@@ -356,6 +391,7 @@ try {
   await checkKind(tab, 'sample.mds', ['wolfanim.cfg'], 24);
   await checkKind(tab, 'sample.mdm', ['sample.mdx', 'sample.aninc']);
   await checkExport(tab);
+  await checkCompressed(tab);
   await checkContainers(tab);
   await checkManyWeights(tab);
   await checkRequests(tab);

@@ -4,7 +4,7 @@
 import workerSource from 'marrow-worker';
 import type { Listing, Source } from '../files/tree';
 import type { Outcome } from './program';
-import type { Answers, Message, Reply, Request } from './protocol';
+import type { Answers, Message, Reply, Request, SceneContent } from './protocol';
 
 interface Waiting {
   resolve(answer: unknown): void;
@@ -35,6 +35,10 @@ export class Client {
 
   read(path: string): Promise<Uint8Array | undefined> {
     return this.ask({ type: 'read', path });
+  }
+
+  scene(path: string): Promise<SceneContent | undefined> {
+    return this.ask({ type: 'scene', path });
   }
 
   namesIn(folder: string): Promise<string[]> {

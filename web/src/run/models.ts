@@ -13,6 +13,10 @@ export interface Message {
 export interface Attachment {
   tag: string;
   path: string;
+  // The first by name without one.
+  skin?: string;
+  // Of an mdc that stays at one.
+  frame?: number;
 }
 
 export interface ImportChoice {
@@ -20,6 +24,8 @@ export interface ImportChoice {
   skin: string;
   noSkin: boolean;
   attachments: Attachment[];
+  // Further ones of `import`, as typed.
+  options: string[];
 }
 
 export interface ExportChoice {
@@ -30,6 +36,8 @@ export interface ExportChoice {
   fps: string;
   sequences: boolean;
   helperBones: boolean;
+  skin: boolean;
+  images: boolean;
 }
 
 export interface Taken {
@@ -37,7 +45,7 @@ export interface Taken {
   messages: Message[];
 }
 
-export const defaultImport: ImportChoice = { skin: '', noSkin: false, attachments: [] };
+export const defaultImport: ImportChoice = { skin: '', noSkin: false, attachments: [], options: [] };
 
 // A path that begins with a dash would be an option.
 const named = (path: string) => (path.startsWith('-') ? `./${path}` : path);
@@ -45,16 +53,21 @@ const named = (path: string) => (path.startsWith('-') ? `./${path}` : path);
 export async function importModel(
   client: Client,
   model: Model,
-  { skin, noSkin, attachments }: ImportChoice,
+  { skin, noSkin, attachments, options }: ImportChoice,
 ): Promise<{ glb: Uint8Array | undefined; messages: Message[] }> {
   const path = `${folderOf(model.path)}${stemOf(model.path)}.glb`;
-  const args = ['import', named(model.path), '-o', named(path)];
+  const args = ['import', named(model.path), '-o', named(path), ...options];
   if (noSkin) {
     args.push('--no-skin');
   } else if (skin !== '') {
     args.push('--skin', skin);
   }
-  attachments.forEach(({ tag, path: attached }) => args.push('--attach', `${tag}=${attached}`));
+  for (const { tag, path: attached, skin: worn, frame } of attachments) {
+    args.push('--attach', `${tag}=${attached}${frame === undefined ? '' : `:${frame}`}`);
+    if (worn && !noSkin) {
+      args.push('--skin', `${tag}:${worn}`);
+    }
+  }
   const outcome = await client.run(args);
   const glb = outcome.code === 0 ? outcome.written.get(path) : undefined;
   return { glb, messages: messagesOf(outcome) };
@@ -72,17 +85,28 @@ export async function exportScene(
   if (choice.format === 'mdm') {
     args.push('--mdx', named(target.replace(/mdm$/, 'mdx')));
   }
-  if (choice.format !== 'mdc') {
-    args.push(...(choice.sequences ? ['--sequences', '--force'] : []));
-    args.push(...(choice.helperBones ? [] : ['--no-helper-bones']));
-  }
+  const skeletal = choice.format !== 'mdc';
+  const beside = [
+    ...(skeletal && choice.sequences ? ['--sequences'] : []),
+    ...(skeletal && choice.skin ? ['--write-skin'] : []),
+    ...(choice.images ? ['--write-images'] : []),
+  ];
+  // What was dropped stays as it is wherever it came from.
+  args.push(...beside, ...(beside.length > 0 ? ['--force'] : []));
+  args.push(...(skeletal && !choice.helperBones ? ['--no-helper-bones'] : []));
   const outcome = await client.run(args, content === undefined ? [] : [{ path, content }]);
   const own = [...outcome.written].filter(([name]) => name !== path);
   return { files: new Map(outcome.code === 0 ? own : []), messages: messagesOf(outcome) };
 }
 
-export async function infoOf(client: Client, path: string): Promise<string> {
-  const outcome = await client.run(['info', '--json', named(path)]);
+// `content` stands for the file's own where that is compressed.
+export async function infoOf(
+  client: Client,
+  path: string,
+  content: Uint8Array | undefined,
+): Promise<string> {
+  const extra = content === undefined ? [] : [{ path, content }];
+  const outcome = await client.run(['info', '--json', named(path)], extra);
   return outcome.code === 0 ? outcome.stdout : '';
 }
 

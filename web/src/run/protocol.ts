@@ -8,13 +8,21 @@ export type Request =
   | { type: 'open'; sources: Source[] }
   | { type: 'run'; args: string[]; extra: { path: string; content: Uint8Array }[] }
   | { type: 'read'; path: string }
+  | { type: 'scene'; path: string }
   | { type: 'names'; folder: string };
+
+// A scene file as it is, or with what is compressed in it unpacked: then it is a .glb.
+export interface SceneContent {
+  content: Uint8Array;
+  unpacked: boolean;
+}
 
 export interface Answers {
   warm: undefined;
   open: Listing;
   run: Outcome;
   read: Uint8Array | undefined;
+  scene: SceneContent | undefined;
   names: string[];
 }
 

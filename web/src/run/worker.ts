@@ -2,8 +2,9 @@
 
 import wasmBytes from 'marrow-wasm';
 import { reasonOf, Tree, type Listing, type Source, type TreeFile } from '../files/tree';
+import { unpackScene } from '../files/unpack';
 import { runProgram } from './program';
-import type { Message, Reply, Request } from './protocol';
+import type { Message, Reply, Request, SceneContent } from './protocol';
 
 interface BlobReader {
   readAsArrayBuffer(blob: Blob): ArrayBuffer;
@@ -31,9 +32,21 @@ async function answer(request: Request): Promise<unknown> {
       return runProgram(await compiled(), request.args, withExtra(request.extra));
     case 'read':
       return tree.get(request.path)?.read();
+    case 'scene':
+      return sceneAt(request.path);
     case 'names':
       return tree.namesIn(request.folder);
   }
+}
+
+async function sceneAt(path: string): Promise<SceneContent | undefined> {
+  const read = (at: string) => tree.get(at)?.read();
+  const content = read(path);
+  if (content === undefined) {
+    return undefined;
+  }
+  const plain = await unpackScene(content, path, read);
+  return { content: plain ?? content, unpacked: plain !== undefined };
 }
 
 // The files before stay where these cannot be taken.

@@ -1,6 +1,7 @@
 // The page: what was dropped, what is shown of it, and what is said about it.
 
 import { useCallback, useEffect, useMemo, useRef, useState } from 'preact/hooks';
+import { takeInside } from '../files/inside';
 import { nameOf as fileNameOf, folderOf, stemOf, suffixOf } from '../files/kinds';
 import type { Listing, Model } from '../files/tree';
 import { Client } from '../run/client';
@@ -34,6 +35,8 @@ interface Shown extends Asked {
   glb: Uint8Array;
   // Of the scene, as a user would have it beside the model.
   glbName: string;
+  // A scene file that was compressed; `glb` is not.
+  unpacked: boolean;
   skins: string[];
   tags: string[];
   clips: Clip[];
@@ -144,9 +147,12 @@ export function App() {
       setBusy(`Reading ${model.path}`);
       try {
         let glb: Uint8Array | undefined;
+        let unpacked = false;
         if (isScene) {
-          glb = await client.read(model.path);
+          const scene = await client.scene(model.path);
           signal.throwIfAborted();
+          glb = scene?.content;
+          unpacked = scene?.unpacked === true;
         } else {
           const outcome = await importModel(client, model, how);
           signal.throwIfAborted();
@@ -175,7 +181,8 @@ export function App() {
         setShown({
           ...wanted,
           glb,
-          glbName: isScene ? fileNameOf(model.path) : `${stemOf(model.path)}.glb`,
+          unpacked,
+          glbName: isScene && !unpacked ? fileNameOf(model.path) : `${stemOf(model.path)}.glb`,
           skins: names.filter((name) => suffixOf(name) === 'skin'),
           tags,
           clips: viewer.current?.clips ?? [],
@@ -183,7 +190,8 @@ export function App() {
           info: '',
         });
         // It matters less than what is shown: nobody waits for it, and without it there is none.
-        infoOf(client, model.path).then(
+        const path = unpacked ? `${folderOf(model.path)}${stemOf(model.path)}.glb` : model.path;
+        infoOf(client, path, unpacked ? glb : undefined).then(
           (info) => setShown((now) => (now?.glb === glb ? { ...now, info } : now)),
           () => undefined,
         );
@@ -202,8 +210,9 @@ export function App() {
     [request, read],
   );
 
+  // With what is shown first of them; of others the first model by name.
   const open = useCallback(
-    (from: Collect, again?: Asked) =>
+    (from: Collect, first?: { path: string; how: ImportChoice; keepView: boolean }) =>
       void request('Looking through the files', async (signal) => {
         const sources = await from(signal);
         signal.throwIfAborted();
@@ -213,7 +222,7 @@ export function App() {
         setListing(found);
         signal.throwIfAborted();
         say(found.faults.map((text): Message => ({ kind: 'warning', text })));
-        const same = found.models.find(({ path }) => path === again?.model.path);
+        const same = found.models.find(({ path }) => path === first?.path);
         const model = same ?? found.models[0];
         if (model === undefined) {
           hide();
@@ -222,8 +231,8 @@ export function App() {
             `there is no model among the ${found.files} files: mdc, mds, mdm, glb or gltf`,
           );
         }
-        const how = same && again ? again.how : defaultImport;
-        await read({ model, how }, same !== undefined, signal);
+        const how = same && first ? first.how : defaultImport;
+        await read({ model, how }, same !== undefined && first?.keepView === true, signal);
       }),
     [client, request, read, hide, say],
   );
@@ -238,7 +247,16 @@ export function App() {
 
   useEffect(() => {
     client.warm();
-  }, [client]);
+    try {
+      const inside = takeInside();
+      if (inside !== undefined) {
+        const { model: path, choice: how = defaultImport, sources } = inside;
+        open(() => Promise.resolve(sources), { path, how, keepView: false });
+      }
+    } catch (error) {
+      fail(new Error(`the model in this page cannot be read: ${textOf(error)}`));
+    }
+  }, [client, open, fail]);
 
   useEffect(() => {
     const dragged = (event: DragEvent) => {
@@ -264,7 +282,7 @@ export function App() {
 
   const again = useCallback(() => {
     if (collect.current !== undefined && busy === '') {
-      open(collect.current, asked);
+      open(collect.current, asked && { path: asked.model.path, how: asked.how, keepView: true });
     }
   }, [open, asked, busy]);
   const clips = shown?.clips ?? [];
@@ -321,9 +339,9 @@ export function App() {
       return;
     }
     await request('Writing the game files', async () => {
-      const isScene = shown.model.kind === 'scene';
-      const path = isScene ? shown.model.path : folderOf(shown.model.path) + shown.glbName;
-      const taken = await exportScene(client, path, isScene ? undefined : shown.glb, how);
+      const isPlain = shown.model.kind === 'scene' && !shown.unpacked;
+      const path = isPlain ? shown.model.path : folderOf(shown.model.path) + shown.glbName;
+      const taken = await exportScene(client, path, isPlain ? undefined : shown.glb, how);
       // Also where another model is read by now: the user still wants the files.
       say(taken.messages);
       if (taken.files.size > 0) {

@@ -94,7 +94,15 @@ const firstExport: ExportChoice = {
   fps: '',
   sequences: true,
   helperBones: true,
+  skin: false,
+  images: false,
 };
+const boxes = [
+  ['sequences', 'Sequence file'],
+  ['helperBones', 'Helper bones'],
+  ['skin', 'Skin file'],
+  ['images', 'Images'],
+] as const;
 const formats: [ExportChoice['format'], string][] = [
   ['mdc', 'mdc (vertices)'],
   ['mds', 'mds (skeleton)'],
@@ -163,15 +171,15 @@ export function ExportPanel(props: { disabled: boolean; onExport: (how: ExportCh
             onInput={({ currentTarget }) => setHow({ ...how, fps: currentTarget.value })}
           />
         </label>
-        {(['sequences', 'helperBones'] as const).map((key) => (
+        {boxes.map(([key, text]) => (
           <label class="check" key={key}>
             <input
               type="checkbox"
-              disabled={!skeletal}
+              disabled={!skeletal && key !== 'images'}
               checked={how[key]}
               onChange={({ currentTarget }) => setHow({ ...how, [key]: currentTarget.checked })}
             />
-            {key === 'sequences' ? 'Sequence file' : 'Helper bones'}
+            {text}
           </label>
         ))}
         <button type="submit" disabled={props.disabled}>

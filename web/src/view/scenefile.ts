@@ -3,17 +3,10 @@
 
 import { LoadingManager } from 'three';
 import { GLTFLoader, type GLTF } from 'three/addons/loaders/GLTFLoader.js';
+import { listOf, readSceneFile, type Json } from '../files/gltf';
 import { folderOf, safeJoin } from '../files/kinds';
 
-const glbMagic = 0x46546c67;
-const jsonChunk = 0x4e4f534a;
 const missing = 'data:,';
-
-interface Document {
-  buffers?: { uri?: unknown }[];
-  images?: { uri?: unknown }[];
-  extensionsRequired?: unknown[];
-}
 
 export type ReadFile = (path: string) => Promise<Uint8Array | undefined>;
 
@@ -23,7 +16,7 @@ export async function loadScene(
   readFile: ReadFile,
   warn: (text: string) => void,
 ): Promise<GLTF> {
-  const document = documentOf(content);
+  const document = readSceneFile(content).json;
   const urls = await resourceUrls(document, folderOf(path), readFile, warn);
   const manager = new LoadingManager();
   manager.setURLModifier((url) =>
@@ -45,37 +38,14 @@ export async function loadScene(
   }
 }
 
-function documentOf(content: Uint8Array): Document {
-  const view = new DataView(content.buffer, content.byteOffset, content.byteLength);
-  let text = content;
-  if (content.length >= 20 && view.getUint32(0, true) === glbMagic) {
-    if (view.getUint32(16, true) !== jsonChunk || view.getUint32(12, true) > content.length - 20) {
-      throw new Error('is no whole .glb file');
-    }
-    text = content.subarray(20, 20 + view.getUint32(12, true));
-  }
-  let document: unknown;
-  try {
-    document = JSON.parse(new TextDecoder().decode(text));
-  } catch {
-    throw new Error('is no glTF file: its JSON cannot be read');
-  }
-  if (typeof document !== 'object' || document === null || Array.isArray(document)) {
-    throw new Error('is no glTF file: its JSON is no object');
-  }
-  return document;
-}
-
 async function resourceUrls(
-  document: Document,
+  document: Json,
   folder: string,
   readFile: ReadFile,
   warn: (text: string) => void,
 ): Promise<Map<string, string>> {
   const urls = new Map<string, string>();
-  const lists = [document.buffers, document.images].filter(Array.isArray);
-  const entries = lists.flat() as ({ uri?: unknown } | null)[];
-  for (const uri of entries.map((entry) => entry?.uri)) {
+  for (const { uri } of [...listOf(document.buffers), ...listOf(document.images)]) {
     if (typeof uri !== 'string' || uri.startsWith('data:') || urls.has(uri)) {
       continue;
     }
@@ -91,10 +61,9 @@ async function resourceUrls(
 }
 
 // The loader's reason, or the extensions that the file cannot do without.
-function reasonOf(error: unknown, document: Document): string {
-  const compressed = (document.extensionsRequired ?? []).filter((name) =>
-    /draco|meshopt|basisu|webp|avif/i.test(String(name)),
-  );
+function reasonOf(error: unknown, document: Json): string {
+  const required = Array.isArray(document.extensionsRequired) ? document.extensionsRequired : [];
+  const compressed = required.filter((name) => /meshopt|basisu|webp|avif/i.test(String(name)));
   if (compressed.length > 0) {
     return `needs the glTF extension ${compressed.join(', ')}, which this page does not read`;
   }
