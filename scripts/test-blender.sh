@@ -27,5 +27,5 @@ window=(xvfb-run -a -s "-screen 0 1600x1000x24" blender --window-geometry 0 0 15
   --enable-event-simulate)
 run test_window "${window[@]}"
 if [ -n "$pictures" ]; then
-  run pictures "${window[@]}"
+  run figure "${window[@]}"
 fi

@@ -234,7 +234,8 @@ async function checkContainers(tab) {
   assert.deepEqual(titles.map((title) => /models\/sample\.\w+ in game\/pak0\.pk3$/.test(title)), [true, true, true]);
   console.log('a pk3 and a folder are listed and shown');
   if (pictures !== undefined) {
-    await takePictures();
+    const { takePictures } = await import('../../scripts/pictures/browser.mjs');
+    await takePictures({ newTab, choose, idle, game, models, pictures });
   }
 }
 
@@ -311,32 +312,6 @@ async function checkRequests(tab) {
   await idle(tab);
   assert.equal(await label(), 'Model sample.mdc');
   await tab.evaluate(() => delete DataTransferItem.prototype.getAsFileSystemHandle);
-}
-
-// For docs/browser.md.
-async function takePictures() {
-  // An mds has no quotes in its skin files.
-  writeFileSync(join(models, 'sample.skin'), 'body,models/players/sample/figure.tga\n');
-  for (const [name, scheme, width, height, keys] of [
-    ['light', 'light', 1280, 800, 'bt'], ['dark', 'dark', 1280, 800, 'wx'], ['phone', 'light', 390, 844, ''],
-  ]) {
-    const tab = await newTab();
-    await tab.setViewportSize({ width, height });
-    await tab.emulateMedia({ colorScheme: scheme });
-    await choose(tab, [game], 'folder');
-    await tab.locator('.models button', { hasText: '.mds' }).click();
-    await idle(tab);
-    await tab.getByRole('combobox', { name: /^Sequence/ }).selectOption({ index: 1 });
-    await tab.getByRole('slider').fill('6');
-    await tab.locator('canvas').focus();
-    for (const key of keys) {
-      await tab.keyboard.press(key);
-    }
-    await tab.evaluate(() => document.activeElement.blur());
-    await tab.waitForTimeout(300);
-    await tab.screenshot({ path: join(pictures, `browser-${name}.png`) });
-    await tab.close();
-  }
 }
 
 const python = (code, ...args) => execFileSync('python3', ['-c', code, ...args]);

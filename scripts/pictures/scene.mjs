@@ -1,26 +1,28 @@
 // Draws a glTF file as a viewer does, with Chromium (CHROMIUM names another):
-//   node view.mjs FILE --png OUT.png [--clip NAME] [--time SECONDS]
+//   node scripts/pictures/scene.mjs FILE --png OUT.png [--clip NAME] [--time SECONDS]
 
 import { readFile } from 'node:fs/promises';
+import { createRequire } from 'node:module';
 import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
-import { chromium } from 'playwright-core';
 
 const { values, positionals: [file] } = parseArgs({
   allowPositionals: true,
   options: { clip: { type: 'string' }, time: { type: 'string' }, png: { type: 'string' } },
 });
 if (file === undefined || values.png === undefined) {
-  console.error('usage: node view.mjs FILE --png OUT.png [--clip NAME] [--time SECONDS]');
+  console.error('usage: node scene.mjs FILE --png OUT.png [--clip NAME] [--time SECONDS]');
   process.exit(2);
 }
 const here = dirname(fileURLToPath(import.meta.url));
+const validate = join(here, '../../tests/validate'); // the packages and the posed scene
+const { chromium } = createRequire(join(validate, 'package.json'))('playwright-core');
 const origin = 'http://marrow.invalid/';
 const page = `<!doctype html><style>body{margin:0}canvas{display:block}</style>
 <script type="importmap">{"imports":{"three":"/node_modules/three/build/three.module.js",
 "three/addons/":"/node_modules/three/examples/jsm/"}}</script>
-<script type="module" src="/page.mjs"></script>`;
+<script type="module" src="/draw.mjs"></script>`;
 
 const browser = await chromium.launch({
   executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
@@ -40,7 +42,8 @@ try {
     } else if (path.startsWith('/scene/')) {
       await route.fulfill({ body: await readFile(join(dirname(file), path.slice(7))) });
     } else {
-      await route.fulfill({ contentType: 'text/javascript', body: await readFile(join(here, path)) });
+      const folder = path === '/draw.mjs' ? here : validate;
+      await route.fulfill({ contentType: 'text/javascript', body: await readFile(join(folder, path)) });
     }
   });
   await tab.goto(origin);

@@ -2,7 +2,7 @@
 # Pictures of the module's windows into docs/images: runs the Windows build under Wine as a user
 # would, without options, and takes each window as it comes.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/../.."
 images=$PWD/docs/images
 work=$PWD/build/windows/pictures
 marrow=$PWD/build/windows/bin/marrow.exe
