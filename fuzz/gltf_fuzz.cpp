@@ -8,9 +8,12 @@
 namespace {
 
 std::vector<bytes> GoodFiles() {
+  const std::string text = SmallGltf().Text();
   return {SmallGltf().Binary(),
+          bytes(text.begin(), text.end()),
 #ifdef MARROW_COMPRESSED_GLTF
-          MeshoptGltf("TRIANGLES").Binary(), MeshoptGltf("INDICES").Binary(),
+          MeshoptGltf("TRIANGLES").Binary(),
+          MeshoptGltf("INDICES").Binary(),
           DracoGltf(dracomethod::kSequential).Binary(),
           DracoGltf(dracomethod::kEdgebreaker).Binary()
 #endif

@@ -2,10 +2,8 @@
 
 import os
 import resource
-import signal
 import stat
 import subprocess
-import time
 import unittest
 
 import program
@@ -71,26 +69,6 @@ class Keep(program.ProgramTest):
         self.fails(1, "export", SAMPLE, "-o", "a.mds", "--end", "2147483646",
                    saying=["a.mds", "assertion", "Frames"])
         self.assert_olds("a.mds")
-
-    def test_signals(self):
-        for i, name in enumerate("PIPE ALRM XCPU USR1 USR2 ABRT TERM INT HUP QUIT".split()):
-            number = getattr(signal, "SIG" + name)
-            for olds in (["a.mdm", "a.mdx"], [])[i % 2:]:
-                self.olds(*olds)
-                process = subprocess.Popen(
-                    [MARROW, "export", SAMPLE, "-o", "a.mdm", "--mdx", "a.mdx", "--end",
-                     "2000000"], cwd=self.dir, stderr=subprocess.PIPE)
-                deadline = time.monotonic() + 60
-                while not (self.dir / "a.mdm.marrow-new").exists():
-                    self.assertLess(time.monotonic(), deadline)
-                    self.assertIsNone(process.poll())
-                    time.sleep(0.01)
-                process.send_signal(number)
-                process.communicate(timeout=60)
-                self.assertEqual(process.returncode, -number)
-                self.assert_olds(*olds)
-                for name in olds:
-                    (self.dir / name).unlink()
 
     @unittest.skipIf(b"__asan_init" in open(MARROW, "rb").read(), "what traces cannot trace itself")
     def test_a_call_that_fails_once(self):

@@ -1,10 +1,7 @@
 #include "files/replacement.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -159,39 +156,6 @@ TEST_F(Replacement, AStrangersJournalMovesNothing) {
   fs::resize_file(At("a.marrow-journal"), std::uintmax_t{1} << 40);
   files::replacement(tell_).Add(At("a"));
   EXPECT_EQ(Files()["a"], "old");
-}
-
-TEST_F(Replacement, AKilledRunLocksNothingAndALiveOneIsWaitedFor) {
-  Put("a", "old");
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    {
-      files::replacement set(tell_);
-      Write(set, "a", "child");
-      EXPECT_EQ(write(ready[1], "", 1), 1);
-      usleep(300'000);
-      set.Commit();
-    }
-    usleep(300'000);  // the parent's turn
-    files::replacement second(tell_);
-    Write(second, "a", "never");
-    raise(SIGKILL);
-  }
-  char byte = 0;
-  ASSERT_EQ(read(ready[0], &byte, 1), 1);
-  {
-    files::replacement set(tell_);
-    Write(set, "a", "parent");
-    EXPECT_EQ(Files()["a"], "child");
-    set.Commit();
-  }
-  waitpid(child, nullptr, 0);
-  EXPECT_EQ(Files()["a"], "parent");
-  EXPECT_EQ(Files().count("a.marrow-new"), 1U);
-  files::replacement(tell_).Add(At("a"));
-  EXPECT_EQ(Files(), (filemap{{"a", "parent"}}));
 }
 
 TEST_F(Replacement, SaysWhatCannotBeWritten) {

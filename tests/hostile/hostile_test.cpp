@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "hostile/damage.h"
+#include <algorithm>
+#include <memory>
+
 #include "hostile/gltfreader.h"
 #include "hostile/readers.h"
 #include "samples/gltfmodel.h"
@@ -14,6 +16,23 @@
 
 namespace {
 
+// Each damaged copy stands in a block of exactly its size, so that the address sanitizer sees a
+// reader take one byte too many. Damage at random is the fuzz targets'.
+template <class Read>
+auto ReadBlock(const bytes& content, Read&& read) {
+  const auto block = std::make_unique<unsigned char[]>(content.size());
+  std::ranges::copy(content, block.get());
+  return read(static_cast<const unsigned char*>(block.get()), content.size());
+}
+
+constexpr std::int32_t kBadNumbers[] = {0, -1, 0x7FFFFFFF};
+
+void SetNumber(bytes& content, std::size_t position, std::int32_t number) {
+  for (std::size_t i = 0; i < 4 && position + i < content.size(); ++i) {
+    content[position + i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(number) >> 8 * i);
+  }
+}
+
 using reader = bool (*)(const unsigned char*, std::size_t);
 // From the first byte of a 32-bit field to the end of another.
 using stretch = std::pair<std::size_t, std::size_t>;
@@ -22,10 +41,10 @@ std::size_t Offset(const bytes& file, std::size_t field) {
   return static_cast<std::size_t>(bytereader(file).I32(field));
 }
 
-// A file cut off at every byte, with each field set to each bad number, and mutated. `unread`
-// bytes at the end may be missing.
+// A file cut off at every byte, and with each field set to each bad number. `unread` bytes at the
+// end may be missing.
 void ExpectSafe(const bytes& good, std::size_t unread, const std::vector<stretch>& fields,
-                int mutations, reader read) {
+                reader read) {
   EXPECT_TRUE(ReadBlock(good, read));
   for (std::size_t size = 0; size < good.size(); ++size) {
     const bytes cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
@@ -38,23 +57,13 @@ void ExpectSafe(const bytes& good, std::size_t unread, const std::vector<stretch
       ReadBlock(bad, read);
     }
   }
-  std::mt19937 random(1);
-  int accepted = 0;
-  for (int i = 0; i < mutations; ++i) {
-    accepted += ReadBlock(Mutate(good, random), read) ? 1 : 0;
-  }
-  // Both kinds come up, or the damage is too small or too large to tell anything.
-  EXPECT_GT(accepted, mutations / 20);
-  EXPECT_LT(accepted, mutations * 9 / 10);
 }
-
-constexpr int kMutations = 100000;
 
 TEST(Hostile, Mdc) {
   const bytes good = SmallMdcModel().Write();
   const std::size_t surface = Offset(good, 104);
   // Vertices of frames are asked for one by one: here those of the last surface.
-  ExpectSafe(good, 48, {{0, 8}, {72, 112}, {surface + 68, surface + 124}}, kMutations, ReadMdc);
+  ExpectSafe(good, 48, {{0, 8}, {72, 112}, {surface + 68, surface + 124}}, ReadMdc);
   bytes last = good;
   SetNumber(last, surface + Offset(good, surface + 120) + 120, 0);
   EXPECT_TRUE(ReadBlock(last, ReadMdc)) << "nothing follows the last surface";
@@ -67,45 +76,40 @@ TEST(Hostile, Mds) {
   // The two tags are not followed.
   ExpectSafe(good, 144,
              {{0, 8}, {72, 120}, {bones + 64, bones + 80}, {surface + 132, surface + 240}},
-             kMutations, ReadMds);
+             ReadMds);
 }
 
 TEST(Hostile, Mdm) {
   const bytes good = SmallSkelModel().WriteMdm();
   const std::size_t tag = Offset(good, 92);
-  ExpectSafe(good, 4, {{0, 8}, {72, 100}, {232, 340}, {tag + 64, tag + 132}}, kMutations, ReadMdm);
+  ExpectSafe(good, 4, {{0, 8}, {72, 100}, {232, 340}, {tag + 64, tag + 132}}, ReadMdm);
   bytes last = good;
   SetNumber(last, 100 + Offset(good, 272) + 172, 0);
   SetNumber(last, good.size() - 8, 0);
   EXPECT_TRUE(ReadBlock(last, ReadMdm)) << "nothing follows the last surface and the last tag";
-  const bytes pair = SmallSkelPair();
-  std::mt19937 random(1);
-  for (int i = 0; i < kMutations / 5; ++i) {
-    ReadBlock(Mutate(pair, random), ReadMdm);
-  }
 }
 
 TEST(Hostile, Mdx) {
   const bytes good = SmallSkelModel().WriteMdx();
   const std::size_t bones = Offset(good, 84);
-  ExpectSafe(good, 0, {{0, 8}, {72, 200}, {bones + 64, bones + 80}}, kMutations, ReadMdx);
+  ExpectSafe(good, 0, {{0, 8}, {72, 200}, {bones + 64, bones + 80}}, ReadMdx);
 }
 
 TEST(Hostile, BinaryGltf) {
   // The header and the first chunk's.
-  ExpectSafe(SmallGltf().Binary(), 0, {{0, 20}}, kMutations / 4, ReadGltf);
+  ExpectSafe(SmallGltf().Binary(), 0, {{0, 20}}, ReadGltf);
 }
 
 TEST(Hostile, GltfText) {
   const std::string text = SmallGltf().Text();
-  ExpectSafe(bytes(text.begin(), text.end()), 0, {}, kMutations / 4, ReadGltf);
+  ExpectSafe(bytes(text.begin(), text.end()), 0, {}, ReadGltf);
 }
 
 #ifdef MARROW_COMPRESSED_GLTF
 TEST(Hostile, CompressedGltf) {
-  ExpectSafe(MeshoptGltf().Binary(), 0, {{0, 20}}, kMutations / 40, ReadGltf);
-  ExpectSafe(DracoGltf(dracomethod::kSequential).Binary(), 0, {}, kMutations / 40, ReadGltf);
-  ExpectSafe(DracoGltf(dracomethod::kEdgebreaker).Binary(), 0, {}, kMutations / 40, ReadGltf);
+  ExpectSafe(MeshoptGltf().Binary(), 0, {{0, 20}}, ReadGltf);
+  ExpectSafe(DracoGltf(dracomethod::kSequential).Binary(), 0, {}, ReadGltf);
+  ExpectSafe(DracoGltf(dracomethod::kEdgebreaker).Binary(), 0, {}, ReadGltf);
 }
 #endif
 
