@@ -159,14 +159,19 @@ void benchhost::SetNormals(const benchfile& file, int frames) {
 }
 
 int benchhost::WriteScene(const benchfile& file) {
-  command::mdcframes frames(file.Path());
-  frames.Choose({});
   core::scene imported;
-  core::scene::MakeCurrent(&imported);
-  int result = module_->FindImporter(file.Format())->importer->Import(file.Path().c_str());
-  core::scene::MakeCurrent(&scene_);
+  int result = 0;
+  {
+    command::mdcframes frames(file.Path());
+    frames.Choose({});
+    core::scene::MakeCurrent(&imported);
+    result = module_->FindImporter(file.Format())->importer->Import(file.Path().c_str());
+    core::scene::MakeCurrent(&scene_);
+    if (result == 1) {
+      frames.Take(imported, true);
+    }
+  }
   if (result == 1) {
-    frames.Take(imported, true);
     gltf::report told;
     result = gltf::WriteScene(imported, file.ScenePath(), {.scale = 40.0}, told) ? 1 : 0;
   }

@@ -129,15 +129,16 @@ class meshwriter {
     entry["extras"] = {{"targetNames", names}};
   }
 
-  // Of a target, for each vertex of the file.
-  std::vector<float> Spread(const std::vector<cpoint3>& from, const cexpmesh& mesh, double scale) {
-    std::vector<float> values;
-    values.reserve(3 * static_cast<std::size_t>(mesh.numVerts));
+  // Of a target, for each vertex of the file. Good until the next call.
+  const std::vector<float>& Spread(const std::vector<cpoint3>& from, const cexpmesh& mesh,
+                                   double scale) {
+    spread_.clear();
+    spread_.reserve(3 * static_cast<std::size_t>(mesh.numVerts));
     for (std::int32_t i = 0; i < mesh.numVerts; ++i) {
       const std::uint32_t source = mesh.vertMap.Data()[i];
-      Put(source < from.size() ? core::ToVec(from[source]) * scale : core::vec3{}, values);
+      Put(source < from.size() ? core::ToVec(from[source]) * scale : core::vec3{}, spread_);
     }
-    return values;
+    return spread_;
   }
 
   // In shorts, which take 8 bytes in place of 12, where their steps are fine against the mesh.
@@ -147,7 +148,7 @@ class meshwriter {
     if (from.empty()) {
       return file_.AddZeros(static_cast<std::size_t>(mesh.numVerts));
     }
-    const std::vector<float> values = Spread(from, mesh, 1.0 / scale_);
+    const std::vector<float>& values = Spread(from, mesh, 1.0 / scale_);
     return WithinOne(values) && kShortStep <= kFinest * extent
                ? file_.AddPacked(values, scenefile::packing::kInt16, scenefile::bounds::kWritten)
                : Vertices(values, "VEC3", scenefile::bounds::kWritten);
@@ -156,7 +157,7 @@ class meshwriter {
   // In bytes, which turn a normal by up to 0.4 degrees, where they hold the differences: two unit
   // vectors may differ by up to 2.
   int NormalDisplacements(const std::vector<cpoint3>& from, const cexpmesh& mesh) {
-    const std::vector<float> values = Spread(from, mesh, 1.0);
+    const std::vector<float>& values = Spread(from, mesh, 1.0);
     return WithinOne(values)
                ? file_.AddPacked(values, scenefile::packing::kInt8, scenefile::bounds::kNone)
                : Vertices(values, "VEC3");
@@ -228,6 +229,7 @@ class meshwriter {
   double scale_;
   axismap axes_;
   scenefile& file_;
+  std::vector<float> spread_;
 };
 
 }  // namespace

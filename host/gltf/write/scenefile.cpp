@@ -64,11 +64,27 @@ std::span<const std::uint8_t> BytesOf(const std::string& text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-std::span<const std::uint8_t> BytesOf(std::span<const std::uint32_t> words) {
-  return {reinterpret_cast<const std::uint8_t*>(words.data()), words.size_bytes()};
+template <class T>
+std::span<const std::uint8_t> BytesOf(std::span<const T> values) {
+  return {reinterpret_cast<const std::uint8_t*>(values.data()), values.size_bytes()};
 }
 
 }  // namespace
+
+std::span<std::uint8_t> scenefile::viewdata::Grow(std::size_t bytes) {
+  constexpr std::size_t kLargestReserve = std::size_t{1} << 20;
+  if (pieces.empty() || pieces.back().capacity() - pieces.back().size() < bytes) {
+    pieces.emplace_back().reserve(std::max(bytes, std::min(size, kLargestReserve)));
+  }
+  std::vector<std::uint8_t>& last = pieces.back();
+  last.resize(last.size() + bytes);
+  size += bytes;
+  return std::span(last).last(bytes);
+}
+
+void scenefile::viewdata::Append(std::span<const std::uint8_t> bytes) {
+  std::ranges::copy(bytes, Grow(bytes.size()).begin());
+}
 
 scenefile::scenefile(std::string path)
     : path_(std::move(path)), split_(LowerSuffix(path_) == ".gltf") {
@@ -91,7 +107,7 @@ void scenefile::SetScene(ordered_json scene) {
 }
 
 int scenefile::AddView(use purpose) {
-  views_.push_back({purpose, {}, 0});
+  views_.emplace_back().purpose = purpose;
   return static_cast<int>(views_.size()) - 1;
 }
 
@@ -108,10 +124,9 @@ int scenefile::AddAccessor(int view, std::size_t offset, int componentType, std:
 }
 
 int scenefile::AddFloats(int view, std::span<const float> values, const char* type, bounds wanted) {
-  std::vector<std::uint8_t>& bytes = views_[static_cast<std::size_t>(view)].bytes;
-  const std::size_t offset = bytes.size();
-  const auto* raw = reinterpret_cast<const std::uint8_t*>(values.data());
-  bytes.insert(bytes.end(), raw, raw + values.size_bytes());
+  viewdata& data = views_[static_cast<std::size_t>(view)];
+  const std::size_t offset = data.size;
+  data.Append(BytesOf(values));
   const std::size_t components = Components(type);
   const int accessor = AddAccessor(view, offset, kFloat, values.size() / components, type);
   if (wanted == bounds::kWritten) {
@@ -137,9 +152,9 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
     view = AddView(use::kVertices);
     views_.back().stride = kStride;
   }
-  std::vector<std::uint8_t>& bytes = views_[static_cast<std::size_t>(view)].bytes;
-  const std::size_t offset = bytes.size();
-  bytes.resize(offset + count * kStride);
+  viewdata& data = views_[static_cast<std::size_t>(view)];
+  const std::size_t offset = data.size;
+  std::uint8_t* to = data.Grow(count * kStride).data();
   std::array<int, 3> low{};
   std::array<int, 3> high{};
   low.fill(std::numeric_limits<T>::max());
@@ -152,7 +167,8 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
       low[c] = std::min<int>(low[c], packed[c]);
       high[c] = std::max<int>(high[c], packed[c]);
     }
-    std::memcpy(bytes.data() + offset + i * kStride, packed.data(), sizeof packed);
+    std::memcpy(to, packed.data(), sizeof packed);
+    to += kStride;
   }
   const int accessor = AddAccessor(view, offset, componentType, count, "VEC3");
   ordered_json& entry = At("accessors", accessor);
@@ -186,9 +202,7 @@ int scenefile::AddSparse(std::size_t count, std::span<const placedvalue> values)
   const int places = AddView(use::kNothing);
   const int numbers = AddView(use::kNothing);
   const auto append = [this](int view, const auto& value) {
-    const auto* raw = reinterpret_cast<const std::uint8_t*>(&value);
-    std::vector<std::uint8_t>& bytes = views_[static_cast<std::size_t>(view)].bytes;
-    bytes.insert(bytes.end(), raw, raw + sizeof value);
+    views_[static_cast<std::size_t>(view)].Append(BytesOf(std::span(&value, 1)));
   };
   for (const placedvalue& each : values) {
     append(places, each.place);
@@ -207,11 +221,11 @@ template <class T>
 int scenefile::AddWhole(use purpose, std::span<const std::uint32_t> values, int componentType,
                         const char* type) {
   const int view = AddView(purpose);
-  std::vector<std::uint8_t>& bytes = views_.back().bytes;
-  bytes.resize(values.size() * sizeof(T));
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const T value = static_cast<T>(values[i]);
-    std::memcpy(bytes.data() + i * sizeof(T), &value, sizeof(T));
+  std::uint8_t* to = views_.back().Grow(values.size() * sizeof(T)).data();
+  for (const std::uint32_t each : values) {
+    const T value = static_cast<T>(each);
+    std::memcpy(to, &value, sizeof(T));
+    to += sizeof(T);
   }
   return AddAccessor(view, 0, componentType, values.size() / Components(type), type);
 }
@@ -250,7 +264,8 @@ int scenefile::AddImage(const std::string& name, const std::string& mimeType,
   } else {
     image["mimeType"] = mimeType;
     image["bufferView"] = AddView(use::kNothing);
-    views_.back().bytes = std::move(bytes);
+    views_.back().size = bytes.size();
+    views_.back().pieces.push_back(std::move(bytes));
   }
   return Add("images", std::move(image));
 }
@@ -264,7 +279,7 @@ void scenefile::Save(files::replacement& into) {
   std::vector<std::span<const std::uint8_t>> data;
   std::uint64_t size = 0;
   for (const viewdata& each : views_) {
-    ordered_json entry = {{"buffer", 0}, {"byteOffset", size}, {"byteLength", each.bytes.size()}};
+    ordered_json entry = {{"buffer", 0}, {"byteOffset", size}, {"byteLength", each.size}};
     if (each.stride != 0) {
       entry["byteStride"] = each.stride;
     }
@@ -272,10 +287,10 @@ void scenefile::Save(files::replacement& into) {
       entry["target"] = each.purpose == use::kVertices ? kVertexTarget : kIndexTarget;
     }
     Add("bufferViews", std::move(entry));
-    data.emplace_back(each.bytes);
-    const std::uint64_t padding = Padded(each.bytes.size()) - each.bytes.size();
+    data.insert(data.end(), each.pieces.begin(), each.pieces.end());
+    const std::uint64_t padding = Padded(each.size) - each.size;
     data.emplace_back(kZeros, static_cast<std::size_t>(padding));
-    size += each.bytes.size() + padding;
+    size += each.size + padding;
   }
   const std::string dataName = NameBeside(".bin");
   if (size != 0) {
@@ -306,9 +321,10 @@ void scenefile::Save(files::replacement& into) {
     const std::uint32_t whole = 20 + textSize + (dataSize == 0 ? 0 : 8 + dataSize);
     const std::uint32_t head[5] = {kMagic, 2, whole, textSize, kTextChunk};
     const std::uint32_t dataHead[2] = {dataSize, kDataChunk};
-    std::vector<std::span<const std::uint8_t>> pieces = {BytesOf(head), BytesOf(text)};
+    std::vector<std::span<const std::uint8_t>> pieces = {
+        BytesOf(std::span<const std::uint32_t>(head)), BytesOf(text)};
     if (dataSize != 0) {
-      pieces.push_back(BytesOf(dataHead));
+      pieces.push_back(BytesOf(std::span<const std::uint32_t>(dataHead)));
       pieces.insert(pieces.end(), data.begin(), data.end());
     }
     into.Write(path_, pieces);

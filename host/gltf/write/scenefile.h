@@ -59,9 +59,15 @@ class scenefile {
 
  private:
   struct viewdata {
-    use purpose;
-    std::vector<std::uint8_t> bytes;
+    use purpose = use::kNothing;
+    // Pieces that never move: with all frames of a model a view holds most of the file.
+    std::vector<std::vector<std::uint8_t>> pieces;
+    std::size_t size = 0;
     int stride = 0;  // 0: elements stand close together
+
+    // Room for so many bytes behind the others, zeros at first.
+    std::span<std::uint8_t> Grow(std::size_t bytes);
+    void Append(std::span<const std::uint8_t> bytes);
   };
   struct sidefile {
     std::string name;
