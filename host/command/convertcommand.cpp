@@ -112,7 +112,7 @@ int Convert(programstate& state, const convertjob& job) {
   out.rig.boneMap = job.boneMap;
   core::scene scene;
   if (from == filekind::Scene) {
-    ReadSceneFile(state.out, job.source, job.scene.For(to), scene);
+    ReadSceneFile(state.out, job.source, out.Reading(job.scene.For(to)), scene);
   } else {
     importchoices in = job.in.choices;
     in.ask = job.alone && job.mdx.empty() && job.batch.Ask(job.in.table);

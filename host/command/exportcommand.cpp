@@ -32,7 +32,7 @@ int Export(programstate& state, const exportjob& job, const std::string& source,
   options.ChooseMdx(target, options.choices.mdx);
   CheckExport(target, options);
   core::scene scene;
-  ReadSceneFile(state.out, source, job.scene.For(KindOf(target)), scene);
+  ReadSceneFile(state.out, source, options.Reading(job.scene.For(KindOf(target))), scene);
   return ExportModel(state.out, host, target, options, job.scene.how.fps, scene);
 }
 

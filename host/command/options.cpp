@@ -286,6 +286,13 @@ void exportoptions::ChooseMdx(const std::string& path, const std::string& named)
   }
 }
 
+gltf::options exportoptions::Reading(gltf::options how) const {
+  if (!sequencesFrom.empty()) {
+    how.sequenceOf = SequenceFinder(ReadSequenceFile(sequencesFrom));
+  }
+  return how;
+}
+
 void exportoptions::RequireApart(const std::vector<std::string>& targets,
                                  const std::string& mdx) const {
   if (targets.size() > 1 && !mdx.empty()) {

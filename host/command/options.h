@@ -10,6 +10,7 @@
 #include "command/run/answers.h"
 #include "command/skeleton/rig.h"
 #include "command/skeleton/sequenceplan.h"
+#include "gltf/gltf.h"
 
 namespace CLI {
 class App;
@@ -67,6 +68,8 @@ struct exportoptions {
   // The mdx that goes with the model, where no window asks for it: the one that the user named, if
   // any, else the one of the model's name.
   void ChooseMdx(const std::string& path, const std::string& named);
+  // How a scene is read for the export: with the rates of the sequence file that it is laid out by.
+  gltf::options Reading(gltf::options how) const;
   // Fails as wrong usage when models of one run would write one side file.
   void RequireApart(const std::vector<std::string>& targets, const std::string& mdx) const;
 };

@@ -7,6 +7,7 @@
 // their front, glTF's counter-clockwise: corners 1 and 2 of a face change places. File units x
 // scale are scene units. Frames are `fps` a second.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,10 @@ struct options {
   // the notes, that all of its keys stand at, a channel's at each frame; it becomes the clip's.
   // Writing: the clip's, from 1 to 1000.
   bool ownRates = false;
+  // Reading, with ownRates: the sequence that a clip of the name is to be; null for none, and then
+  // that of the file's notes counts. A clip that lasts as long as its sequence does, to less than a
+  // frame, has its rate and frames.
+  std::function<const core::clip*(const std::string& name)> sequenceOf = nullptr;
 
   // Reading: what changes a mesh's points over the frames and is no pose. A mesh that has such a
   // change becomes a node of type skin, with joints or without. What is not kept stays as it is at

@@ -244,6 +244,12 @@ class Convert(program.ProgramTest):
         self.marrow("convert", "e.gltf", "d/a.mds", "--sequences", "--force", "--fps", "10",
                     "--loop", "walk=all")
         self.assertIn("idle 0 18 0 10\nwalk 18 11 11 10\n", self.read("d/wolfanim.cfg").decode())
+        # The sequence file tells both where nothing else does, at rates below 20 too.
+        self.marrow("convert", "e.gltf", "d/a.mds", "--sequences-from=wolfanim.cfg", "--sequences",
+                    "--force")
+        self.assertEqual(self.info("d/a.mds")["numFrames"], 95)
+        self.assertIn(numbers, self.read("d/wolfanim.cfg").decode())
+        self.check_frames(self.frames("d/a.mds"), self.frames("a.mds"))
         for option, fault in (("idel=all", "did you mean idle?"), ("walk=22", "21 frames")):
             self.fails(1, "convert", "e.gltf", "x.mds", "--sequences", "--loop", option, "--quiet",
                        saying=["x.mds", fault])

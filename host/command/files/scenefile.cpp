@@ -71,7 +71,8 @@ void SettleRates(console& out, const std::string& path, const gltf::options& how
   }
   if (!own.empty()) {
     out.Note(path,
-             "read at the frames a second of their keys, which --fps overrides: " + JoinedFew(own));
+             "read at the frames a second of their sequences or keys, which --fps overrides: " +
+                 JoinedFew(own));
   }
 }
 

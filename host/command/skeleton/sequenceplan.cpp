@@ -195,6 +195,20 @@ void RestoreLayout(core::scene& scene) {
   Apply(frames, std::move(clips), scene);
 }
 
+std::function<const core::clip*(const std::string& name)> SequenceFinder(
+    const std::vector<sequenceline>& lines) {
+  std::unordered_map<std::string, core::clip> clips;
+  for (const sequenceline& line : lines) {
+    const std::int64_t frames = std::clamp<std::int64_t>(line.frames, 0, kMostFrames);
+    clips.emplace(line.name,
+                  core::clip{line.name, 0, static_cast<int>(frames), line.loop, line.rate});
+  }
+  return [clips = std::move(clips)](const std::string& name) {
+    const auto found = clips.find(SequenceName(name));
+    return found == clips.end() ? nullptr : &found->second;
+  };
+}
+
 void SetLoops(const std::string& path, const std::vector<loopchoice>& loops, core::scene& scene) {
   if (loops.empty()) {
     return;

@@ -2,6 +2,7 @@
 
 // The time line of a skeletal file, after a sequence file.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ std::vector<std::string> LayOutBy(const std::string& path, const std::vector<seq
 // that shared frames. Lays them as they were, when the notes tell and all of them have their
 // lengths still, and equal poses where they are to share a frame.
 void RestoreLayout(core::scene& scene);
+
+// The line of a sequence file for a clip of a scene, by the clip's name; null where it has none.
+std::function<const core::clip*(const std::string& name)> SequenceFinder(
+    const std::vector<sequenceline>& lines);
 
 struct loopchoice {
   std::string name;

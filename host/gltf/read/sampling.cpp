@@ -164,6 +164,13 @@ int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
   return rate;
 }
 
+// Other programs end a clip at a frame of theirs, which is not the sequence's at another rate.
+bool LastsAs(const core::clip& sequence, double length) {
+  constexpr double kCut = 0.99;  // frames; a whole one is a change
+  return sequence.rate > 0 && sequence.frames > 0 &&
+         std::abs(length * sequence.rate - (sequence.frames - 1)) < kCut;
+}
+
 }  // namespace
 
 timeline LayOut(const document& doc, const options& how, valuereader& values) {
@@ -189,10 +196,15 @@ timeline LayOut(const document& doc, const options& how, valuereader& values) {
         length = std::max(length, static_cast<double>(channels.back().back()));
       }
     }
-    const core::clip& told = noted[from.name];
-    const int rate = how.ownRates && !curved ? WholeRateOf(channels, told.rate) : 0;
+    core::clip told = noted[from.name];
+    if (const core::clip* known = how.sequenceOf ? how.sequenceOf(from.name) : nullptr) {
+      told = *known;
+    }
+    const bool kept = how.ownRates && LastsAs(told, length);
+    const bool counts = how.ownRates && !curved && !kept;
+    const int rate = kept ? told.rate : counts ? WholeRateOf(channels, told.rate) : 0;
     line.rates.push_back(rate != 0 ? rate : how.fps);
-    const int frames = FramesOf(length, line.rates.back());
+    const int frames = kept ? told.frames : FramesOf(length, line.rates.back());
     line.clips.push_back({from.name, static_cast<int>(end), frames, told.loop, rate});
     line.lengths.push_back(length);
     end += frames;
