@@ -9,7 +9,7 @@ namespace core {
 // last key beyond the ends. The rotation has the length that the keys' rotations have.
 CORE_API ckey KeyAtFrame(const trackstate& track, int frame);
 // The same as a transform.
-affine LocalAtFrame(const trackstate& track, int frame);
+CORE_API affine LocalAtFrame(const trackstate& track, int frame);
 
 // The rotation at t, from 0 to 1, on the shorter arc from a to b.
 CORE_API cquat Between(const cquat& a, const cquat& b, double t);

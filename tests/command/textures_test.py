@@ -185,6 +185,7 @@ class Shaders(program.ProgramTest):
             ("figure", "Textures/Sfx/Glow", "b.png", [], "textures/sfx/glow"),
             ("models/players/hero/face", None, "face", [], FACE),
             ("models/players/hero/face.001", None, "face.tga", [], FACE),
+            ("models/hero/cloth", None, "models/hero/cloth", [], "models/hero/cloth"),
             ("Textures/Skins/face.jpg", None, None, [], "textures/skins/face.jpg"),
             ("textures/sfx/glow", None, None, [], "textures/sfx/glow"),
             ("figure", None, "models\\players\\hero\\Face.tga", [], FACE),

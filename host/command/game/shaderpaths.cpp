@@ -35,8 +35,10 @@ std::string SuffixFor(const core::imagestate& image) {
 }
 
 std::string Named(const std::string& name, const core::imagestate& image) {
-  const bool suffixed = HasImageSuffix(name) || NamesNothing(image.path);
-  return WithGameSuffix(suffixed ? name : name + SuffixFor(image));
+  // Import names an image that it found for a path without suffix by the whole path.
+  const bool asItIs =
+      HasImageSuffix(name) || NamesNothing(image.path) || WithoutImageSuffix(image.path) == name;
+  return WithGameSuffix(asItIs ? name : name + SuffixFor(image));
 }
 
 std::string ShaderPath(const core::materialstate& state, const std::string& folder) {

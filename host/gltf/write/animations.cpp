@@ -51,13 +51,49 @@ bool Holds(stretch poses, std::size_t which) {
   });
 }
 
+bool Far(const core::vec3& a, const core::vec3& b, double limit) {
+  const core::vec3 apart = a - b;
+  return core::Dot(apart, apart) > limit * limit;
+}
+
+// Of each node of the file: whether it is a joint that stands otherwise at the start than the skin
+// has it at rest. Some programs take the skin's for what a clip does not move.
+std::vector<bool> PosedJoints(const core::scene& scene, const skinning& skins, const layout& plan) {
+  constexpr double kTurned = 1e-5;
+  constexpr double kAway = 1e-3;  // scene units
+  std::vector<int> joints(plan.nodes.size(), -1);
+  for (std::size_t j = 0; j < plan.joints.size(); ++j) {
+    joints[static_cast<std::size_t>(plan.joints[j])] = static_cast<int>(j);
+  }
+  std::vector<bool> posed(plan.nodes.size(), false);
+  for (std::size_t i = 0; i < posed.size(); ++i) {
+    const filenode& node = plan.nodes[i];
+    const int parent = node.parent < 0 ? -1 : joints[static_cast<std::size_t>(node.parent)];
+    if (joints[i] < 0 || parent < 0 || node.track == nullptr) {
+      continue;
+    }
+    core::affine above = skins.Binds()[static_cast<std::size_t>(parent)];
+    if (!core::InvertInPlace(above)) {
+      continue;
+    }
+    const core::affine rest = skins.Binds()[static_cast<std::size_t>(joints[i])] * above;
+    const core::affine pose = core::LocalAtFrame(*node.track, scene.animStart);
+    posed[i] = Far(rest.move, pose.move, kAway);
+    for (int row = 0; row < 3; ++row) {
+      posed[i] = posed[i] || Far(rest.row[row], pose.row[row], kTurned);
+    }
+  }
+  return posed;
+}
+
 class animationwriter {
  public:
   animationwriter(std::vector<core::clip> clips, const layout& plan, const options& how,
                   scenefile& file)
       : clips_(std::move(clips)), made_(clips_.size()), plan_(plan), how_(how), file_(file) {}
 
-  void AddNode(int node, const localpose& rest) {
+  // With `posed`, clips have the node's pose even where nothing of it moves.
+  void AddNode(int node, const localpose& rest, bool posed) {
     const filenode& owner = plan_.nodes[static_cast<std::size_t>(node)];
     poses_.clear();
     for (const core::clip& clip : clips_) {
@@ -68,9 +104,10 @@ class animationwriter {
       }
     }
     for (std::size_t which = 0; which < std::size(kProperties); ++which) {
-      const bool moves = std::any_of(poses_.begin(), poses_.end(), [&](const localpose& pose) {
-        return !Equal(PartOf(pose, which), PartOf(rest, which));
-      });
+      const bool moves =
+          posed || std::any_of(poses_.begin(), poses_.end(), [&](const localpose& pose) {
+            return !Equal(PartOf(pose, which), PartOf(rest, which));
+          });
       if (!moves) {
         continue;
       }
@@ -233,6 +270,8 @@ void WriteAnimations(const core::scene& scene, const skinning& skins, const layo
   if (!named) {
     clips.push_back({kWholeName, scene.animStart, core::LastKeyFrame(scene) - scene.animStart + 1});
   }
+  const std::vector<bool> posed =
+      clips.size() > 1 ? PosedJoints(scene, skins, plan) : std::vector<bool>(plan.nodes.size());
   animationwriter writer(std::move(clips), plan, how, file);
   int still = -1;
   localpose stillRest;
@@ -242,8 +281,8 @@ void WriteAnimations(const core::scene& scene, const skinning& skins, const layo
       continue;
     }
     const localpose rest = PoseAt(*node.track, scene.animStart, how, {}, node.name);
-    if (node.track->keys.size() > 1) {
-      writer.AddNode(static_cast<int>(i), rest);
+    if (node.track->keys.size() > 1 || posed[i]) {
+      writer.AddNode(static_cast<int>(i), rest, posed[i]);
     }
     if (i < meshes.size() && meshes[i] >= 0) {
       if (const core::meshstate* mesh = MorphedMesh(*scene.Nodes()[i], skins); mesh != nullptr) {

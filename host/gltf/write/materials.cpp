@@ -60,6 +60,12 @@ class materialwriter {
   }
 
  private:
+  // Programs that name images without their suffixes leave no other trace of a path that has none.
+  static std::string NameOf(const std::string& path) {
+    std::string last = LastPart(path);
+    return last.find('.') == std::string::npos ? path : last;
+  }
+
   static std::vector<float> Colour(const core::materialstate& state) {
     std::vector<float> parts(std::begin(state.colour), std::end(state.colour));
     for (float& part : parts) {
@@ -77,7 +83,7 @@ class materialwriter {
     const auto [place, fresh] = textures_.try_emplace(image.content.get(), 0);
     if (fresh) {
       const core::pixels& content = *image.content;
-      const std::string name = IsNoImage(image.path) ? "" : ToUtf8(LastPart(image.path));
+      const std::string name = IsNoImage(image.path) ? "" : ToUtf8(NameOf(image.path));
       const bool asItIs = !content.encoded.empty();
       const int source = file_.AddImage(name, asItIs ? content.mimeType : "image/png",
                                         asItIs ? content.encoded : EncodePng(content));

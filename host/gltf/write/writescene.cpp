@@ -23,7 +23,8 @@ namespace gltf {
 namespace {
 
 // One skin for all skinned meshes: they have the joints and the rest pose in common.
-void WriteSkin(const skinning& skins, const layout& plan, const options& how, scenefile& file) {
+void WriteSkin(const skinning& skins, const layout& plan, const std::string& name,
+               const options& how, scenefile& file) {
   const axismap axes(how.front);
   std::vector<float> matrices;
   matrices.reserve(16 * skins.Binds().size());
@@ -38,7 +39,8 @@ void WriteSkin(const skinning& skins, const layout& plan, const options& how, sc
     matrices.insert(matrices.end(), {move.x, move.y, move.z, 1.0F});
   }
   const int view = file.AddView(scenefile::use::kNothing);
-  file.Add("skins", {{"inverseBindMatrices",
+  file.Add("skins", {{"name", ToUtf8(name)},
+                     {"inverseBindMatrices",
                       file.AddFloats(view, matrices, "MAT4", scenefile::bounds::kNone)},
                      {"joints", plan.joints}});
 }
@@ -125,10 +127,11 @@ void Write(const core::scene& scene, const std::string& path, const options& how
   const auto materials = WriteMaterials(scene, file);
   const std::vector<int> meshes = WriteMeshes(scene, skins, materials, how, file, told.warnings);
   WriteNodes(scene, skins, plan, meshes, how, file);
+  const std::string name = core::PathOf(path).stem().string();
   if (!skins.Joints().empty()) {
-    WriteSkin(skins, plan, how, file);
+    WriteSkin(skins, plan, name, how, file);
   }
-  WriteSkeleton(scene, plan, core::PathOf(path).stem().string(), file);
+  WriteSkeleton(scene, plan, name, file);
   WriteAnimations(scene, skins, plan, meshes, how, file);
   file.Save(into);
   told.bind = skins.Residual();
