@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The Blender add-on as a user installs it, with the program of a finished build:
 #   scripts/test-blender.sh [BUILD [PICTURES]]
-# Scenes made by script go into every kind of file and back; faults; the menus in a real window.
+# Scenes made by script go into every kind of file and back, with the add-on and without it; faults;
+# the menus in a real window.
 # With a folder for PICTURES, those of the documentation are made there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -21,6 +22,7 @@ run() { # TEST [COMMAND...]: in a Blender with nothing of this user's
     "$build/bin/marrow" build/marrow_io.zip "$1"
 }
 run test_trips blender --background
+run test_by_hand blender --background
 run test_errors blender --background
 # Mesa draws the window where there is no graphics card.
 window=(xvfb-run -a -s "-screen 0 1600x1000x24" blender --window-geometry 0 0 1500 950

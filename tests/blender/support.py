@@ -18,8 +18,12 @@ for name, kind in (("bool", bool), ("int", int), ("object", object)):
 
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.append(str(HERE.parent / "oracle"))
+import models  # noqa: E402
+
 MARROW, ZIP = (pathlib.Path(path).resolve() for path in sys.argv[sys.argv.index("--") + 1:][:2])
 SCALE = 40
+UNIT = np.radians(models.STEP)
+AIM, TURN = np.sqrt(2) * UNIT, np.sqrt(5) * UNIT  # of a direction and of a bone, cut in steps
 
 
 def install():
@@ -60,6 +64,23 @@ def filmed(frames, objects):
         for obj in objects:
             shots[obj.name].append(world_vertices(obj))
     return {name: np.array(rows) for name, rows in shots.items()}
+
+
+def read(path):
+    if path.suffix == ".mdc":
+        return models.Mdc(path)
+    return models.read_mds(path) if path.suffix == ".mds" else models.read_pair(
+        path, path.with_suffix(".mdx"))
+
+
+def step_bound(model, height):
+    """How far steps reach, in metres: in an mdc one step each way; in a skeleton along the chain
+    and at the vertex."""
+    if isinstance(model, models.Mdc):
+        return np.sqrt(3) * models.GRID / SCALE + 1e-6 * height
+    chains = [sum(model.dists[b] for b in model.chain(bone)) for bone in range(len(model.names))]
+    reach = max((np.linalg.norm(s.offset, axis=1).max() for s in model.surfaces), default=0)
+    return (max(chains) * AIM + reach * TURN) / SCALE + 1e-4 * height
 
 
 def apart(found, wanted):

@@ -6,20 +6,10 @@ import time
 import numpy as np
 
 import support
-from support import SCALE, apart, bpy, filmed, signed_volume, to_blender
+from support import (SCALE, TURN, apart, bpy, filmed, read, signed_volume, step_bound, to_blender)
 
 import models
 import scenes
-
-UNIT = np.radians(models.STEP)
-AIM, TURN = np.sqrt(2) * UNIT, np.sqrt(5) * UNIT  # of a direction and of a bone, cut in steps
-
-
-def read(path):
-    if path.suffix == ".mdc":
-        return models.Mdc(path)
-    return models.read_mds(path) if path.suffix == ".mds" else models.read_pair(
-        path, path.with_suffix(".mdx"))
 
 
 def file_vertices(model):
@@ -28,16 +18,6 @@ def file_vertices(model):
         return {s.name: to_blender(s.verts) for s in model.surfaces}
     poses = [model.pose(frame) for frame in range(len(model.angles))]
     return {s.name: to_blender([s.vertices(*pose) for pose in poses]) for s in model.surfaces}
-
-
-def step_bound(model, height):
-    """How far steps reach, in metres: in an mdc one step each way; in a skeleton along the chain
-    and at the vertex."""
-    if isinstance(model, models.Mdc):
-        return np.sqrt(3) * models.GRID / SCALE + 1e-6 * height
-    chains = [sum(model.dists[b] for b in model.chain(bone)) for bone in range(len(model.names))]
-    reach = max((np.linalg.norm(s.offset, axis=1).max() for s in model.surfaces), default=0)
-    return (max(chains) * AIM + reach * TURN) / SCALE + 1e-4 * height
 
 
 class Trips(support.Case):
