@@ -40,7 +40,13 @@ install(FILES ${CMAKE_BINARY_DIR}/package/marrow.pc DESTINATION ${CMAKE_INSTALL_
   COMPONENT Development)
 
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime)
-# The page for browsers is no part of an installation, nor is what is told of it.
+# What `marrow view` puts a model into, where scripts/web.sh has built it; a built tree has it at the
+# same place.
+set(page ${PROJECT_SOURCE_DIR}/build/web/marrow.html)
+install(FILES ${page} DESTINATION ${CMAKE_INSTALL_DATADIR}/marrow COMPONENT Runtime OPTIONAL)
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_DATADIR}/marrow)
+file(CREATE_LINK ${page} ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_DATADIR}/marrow/marrow.html SYMBOLIC)
+# What is told of the page has pictures as large as the program.
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime
   PATTERN "browser*" EXCLUDE)
 install(FILES examples/sample.glb DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Runtime)

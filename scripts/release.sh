@@ -23,6 +23,11 @@ if [ -z "$native" ]; then
   cmake --build "$windows"
 fi
 
+# Before the packages, which have it.
+if [ -x scripts/web.sh ]; then
+  scripts/web.sh
+fi
+
 rm -rf dist
 mkdir dist
 for build in "$native" "$windows"; do
@@ -37,9 +42,8 @@ if [ -x scripts/blender-addon.sh ]; then
   scripts/blender-addon.sh "$native" "$windows"
   cp build/marrow_io.zip dist/
 fi
-if [ -x scripts/web.sh ]; then
-  scripts/web.sh
-  find build -name marrow.html -exec cp -t dist {} +
+if [ -f build/web/marrow.html ]; then
+  cp -t dist build/web/marrow.html
 fi
 
 cd dist

@@ -29,6 +29,7 @@ void DefineExport(CLI::App& app, programstate& state);
 void DefineConvert(CLI::App& app, programstate& state);
 void DefineInfo(CLI::App& app, programstate& state);
 void DefineSequences(CLI::App& app, programstate& state);
+void DefineView(CLI::App& app, programstate& state);
 
 // What every command has: --quiet with --progress, --module.
 void DefineQuiet(CLI::App& app, programstate& state);

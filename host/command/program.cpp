@@ -35,6 +35,7 @@ void DefineProgram(CLI::App& app, programstate& state) {
   DefineConvert(app, state);
   DefineInfo(app, state);
   DefineSequences(app, state);
+  DefineView(app, state);
   app.footer(kMore);  // of the program alone: commands would take over one that is set before
 }
 

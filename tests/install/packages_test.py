@@ -15,7 +15,7 @@ from running import run
 
 BUILD, SOURCE, LIBDIR = sys.argv[1:4]
 SAMPLE = pathlib.Path(SOURCE) / "examples" / "sample.glb"
-COMMANDS = ("handlers", "import", "export", "convert", "info", "sequences")
+COMMANDS = ("handlers", "import", "export", "convert", "info", "sequences", "view")
 
 
 class Packages(unittest.TestCase):

@@ -239,6 +239,25 @@ async function checkContainers(tab) {
   }
 }
 
+// A page that the command has put a model into, with what is attached to it.
+async function checkView() {
+  const options = ['--attach', 'tag_head=models/sample.mdc:3', '--sequence', 'walk', '--fps', '30', '--facing', '-x'];
+  const file = join(folder, 'view.html');
+  native('view', 'models/sample.mdm', ...options, '--page', pageFile, '-o', file);
+  native('import', 'models/sample.mdm', ...options, '-o', join(folder, 'sample.glb'));
+  const glb = readFileSync(join(folder, 'sample.glb'));
+  assert.ok(glb.includes('image/png'));
+  const tab = await newTab(file);
+  await tab.locator('.models button').first().waitFor();
+  await idle(tab);
+  assert.deepEqual(await messages(tab, 'error'), []);
+  assert.equal(await tab.locator('canvas').getAttribute('aria-label'), 'Model models/sample.mdm');
+  assert.ok(compareGlb((await take(tab, 'glb')).content, glb, 'inside a page') < 1e-4);
+  assert.equal((await tab.evaluate(captureFrame)).length, 4);
+  await tab.close();
+  console.log('a page with a model inside shows it');
+}
+
 // Half of each weight moved to a second set: what is drawn and the box around it stay the same.
 async function checkManyWeights(tab) {
   const glb = readFileSync(sample);
@@ -314,6 +333,27 @@ async function checkRequests(tab) {
   await tab.evaluate(() => delete DataTransferItem.prototype.getAsFileSystemHandle);
 }
 
+// A folder dropped from outside of the browser, which may be read again: R shows what changed in it.
+async function checkDroppedFolder(tab) {
+  const dropped = join(folder, 'dropped');
+  const show = (last) => native('export', sample, '-o', join(dropped, 'a.mdc'), '--end', last);
+  mkdirSync(dropped);
+  show('5');
+  const session = await tab.context().newCDPSession(tab);
+  for (const type of ['dragEnter', 'dragOver', 'drop']) {
+    const data = { items: [], files: [dropped], dragOperationsMask: 1 };
+    await session.send('Input.dispatchDragEvent', { type, x: 600, y: 300, data });
+  }
+  const shows = (frames) =>
+    tab.waitForFunction((wanted) => window.marrowViewer.clips[0]?.frames === wanted, frames, { timeout: 60000 });
+  await shows(6);
+  show('9');
+  await tab.locator('canvas').focus();
+  await tab.keyboard.press('r');
+  await shows(10);
+  assert.deepEqual(await messages(tab, 'error'), []);
+}
+
 const python = (code, ...args) => execFileSync('python3', ['-c', code, ...args]);
 
 async function checkHostile(tab) {
@@ -368,8 +408,10 @@ try {
   await checkExport(tab);
   await checkCompressed(tab);
   await checkContainers(tab);
+  await checkView();
   await checkManyWeights(tab);
   await checkRequests(tab);
+  await checkDroppedFolder(tab);
   assert.deepEqual(faults, []);
   await checkHostile(tab);
   const broken = faults.filter(

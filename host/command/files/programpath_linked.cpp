@@ -5,4 +5,6 @@ namespace command {
 // The module is in the program itself.
 std::string ModuleBesideProgram() { return {}; }
 
+std::string PageBesideProgram() { return {}; }
+
 }  // namespace command

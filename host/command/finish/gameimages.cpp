@@ -28,23 +28,10 @@ bool SameFolder(const std::string& a, const std::string& b) {
   return a == b || std::filesystem::equivalent(core::PathOf(a), core::PathOf(b), error);
 }
 
-// In the order of their say.
-std::vector<std::string> FoldersFor(const std::string& model,
-                                    const std::vector<std::string>& gameFolders) {
-  std::vector<std::string> folders(gameFolders.rbegin(), gameFolders.rend());
-  const std::vector<std::string> own = GameFoldersOf(model);
-  for (std::size_t i = 0; i < own.size(); ++i) {
-    if (std::ranges::none_of(folders, [&](const auto& each) { return SameFolder(each, own[i]); })) {
-      folders.insert(i == 0 ? folders.begin() : folders.end(), own[i]);
-    }
-  }
-  return folders;
-}
-
 class imagesearch {
  public:
   imagesearch(const std::string& model, const std::vector<std::string>& gameFolders)
-      : files_(FoldersFor(model, gameFolders)) {
+      : files_(ImageFolders(model, gameFolders)) {
     if (FoldersAboveModels(model).empty()) {
       beside_ = core::PathOf(model).parent_path().string();
     }
@@ -128,6 +115,18 @@ void TellRefused(console& out, const std::vector<gamefiles::refusal>& refused) {
 }
 
 }  // namespace
+
+std::vector<std::string> ImageFolders(const std::string& model,
+                                      const std::vector<std::string>& gameFolders) {
+  std::vector<std::string> folders(gameFolders.rbegin(), gameFolders.rend());
+  const std::vector<std::string> own = GameFoldersOf(model);
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    if (std::ranges::none_of(folders, [&](const auto& each) { return SameFolder(each, own[i]); })) {
+      folders.insert(i == 0 ? folders.begin() : folders.end(), own[i]);
+    }
+  }
+  return folders;
+}
 
 void SetGamePaths(core::scene& scene) {
   std::unordered_map<std::string, int> uses;

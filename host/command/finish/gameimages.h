@@ -17,6 +17,10 @@ namespace command {
 void FindGameImages(console& out, const std::string& path,
                     const std::vector<std::string>& gameFolders, core::scene& scene);
 
+// The game's folders that the images of a model are looked for in, in the order of their say.
+std::vector<std::string> ImageFolders(const std::string& model,
+                                      const std::vector<std::string>& gameFolders);
+
 // Gives the scene's materials the paths that the games know, in place of those on this disk, and
 // their names: a path without its suffix, which other programs keep where they drop all else.
 void SetGamePaths(core::scene& scene);
