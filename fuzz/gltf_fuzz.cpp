@@ -14,8 +14,8 @@ std::vector<bytes> GoodFiles() {
 #ifdef MARROW_COMPRESSED_GLTF
           MeshoptGltf("TRIANGLES").Binary(),
           MeshoptGltf("INDICES").Binary(),
-          DracoGltf(dracomethod::kSequential).Binary(),
-          DracoGltf(dracomethod::kEdgebreaker).Binary()
+          DracoGltf(dracomethod::Sequential).Binary(),
+          DracoGltf(dracomethod::Edgebreaker).Binary()
 #endif
   };
 }

@@ -1,3 +1,3 @@
 // Numbers that the picker's resource and its code share; read by the resource compiler too.
-#define kPickerDialog 1
-#define kPickerList 1000
+#define PICKER_DIALOG 1
+#define PICKER_LIST 1000

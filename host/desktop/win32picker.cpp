@@ -21,7 +21,7 @@ struct choice {
 void Open(HWND window, const choice& asked) {
   SetWindowTextA(window, asked.title);
   SetDlgItemTextA(window, IDOK, asked.button);
-  HWND list = GetDlgItem(window, kPickerList);
+  HWND list = GetDlgItem(window, PICKER_LIST);
   for (cnode* node : *asked.candidates) {
     SendMessageA(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(node->GetName()));
   }
@@ -30,7 +30,7 @@ void Open(HWND window, const choice& asked) {
 
 // False when no row is selected.
 bool Take(HWND window, choice& asked) {
-  const LRESULT row = SendDlgItemMessageA(window, kPickerList, LB_GETCURSEL, 0, 0);
+  const LRESULT row = SendDlgItemMessageA(window, PICKER_LIST, LB_GETCURSEL, 0, 0);
   if (row < 0) {
     return false;
   }
@@ -49,9 +49,9 @@ INT_PTR CALLBACK Procedure(HWND window, UINT message, WPARAM wide, LPARAM parame
   }
   const int id = LOWORD(wide);
   const int code = HIWORD(wide);
-  if (id == kPickerList && code == LBN_SELCHANGE) {
+  if (id == PICKER_LIST && code == LBN_SELCHANGE) {
     EnableWindow(GetDlgItem(window, IDOK), TRUE);
-  } else if (id == IDOK || (id == kPickerList && code == LBN_DBLCLK)) {
+  } else if (id == IDOK || (id == PICKER_LIST && code == LBN_DBLCLK)) {
     if (Take(window, *asked)) {
       EndDialog(window, 1);
     }
@@ -75,7 +75,7 @@ HINSTANCE Library() {
 cnode* PickFromWindow(const std::vector<cnode*>& candidates, const char* title,
                       const char* button) {
   choice asked{&candidates, title, button, nullptr};
-  DialogBoxParamA(Library(), MAKEINTRESOURCEA(kPickerDialog), GetActiveWindow(), Procedure,
+  DialogBoxParamA(Library(), MAKEINTRESOURCEA(PICKER_DIALOG), GetActiveWindow(), Procedure,
                   reinterpret_cast<LPARAM>(&asked));
   return asked.node;
 }

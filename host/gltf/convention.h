@@ -21,12 +21,12 @@ namespace gltf {
 class axismap {
  public:
   explicit axismap(facing front)
-      : z_(front == facing::kPlusZ    ? 1.0
-           : front == facing::kMinusZ ? -1.0
-                                      : 0.0),
-        x_(front == facing::kPlusX    ? 1.0
-           : front == facing::kMinusX ? -1.0
-                                      : 0.0) {}
+      : z_(front == facing::PlusZ    ? 1.0
+           : front == facing::MinusZ ? -1.0
+                                     : 0.0),
+        x_(front == facing::PlusX    ? 1.0
+           : front == facing::MinusX ? -1.0
+                                     : 0.0) {}
 
   core::vec3 ToScene(const core::vec3& p) const {
     return {z_ * p.z + x_ * p.x, z_ * p.x - x_ * p.z, p.y};

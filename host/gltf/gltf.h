@@ -17,12 +17,12 @@
 namespace gltf {
 
 // The axis of the file that its front looks along: what becomes the scene's +X.
-enum class facing { kPlusZ, kMinusZ, kPlusX, kMinusX };
+enum class facing { PlusZ, MinusZ, PlusX, MinusX };
 
 struct options {
   double scale = 1.0;  // above 0
   double fps = 20.0;   // above 0
-  facing front = facing::kPlusZ;
+  facing front = facing::PlusZ;
   // A clip's own rate goes before `fps`. Reading: the whole one, of 20 or more or its sequence's in
   // the notes, that all of its keys stand at, a channel's at each frame; it becomes the clip's.
   // Writing: the clip's, from 1 to 1000.

@@ -117,7 +117,7 @@ TEST_F(ReadCompressed, SmallScenesAreTheSame) {
     accessor.erase("sparse");
   }
   const core::scene& whole = Loaded(model);
-  for (const dracomethod method : {dracomethod::kSequential, dracomethod::kEdgebreaker}) {
+  for (const dracomethod method : {dracomethod::Sequential, dracomethod::Edgebreaker}) {
     gltfmodel packed = DracoGltf(method);
     for (json& accessor : packed.Accessors()) {
       accessor.erase("sparse");
@@ -154,7 +154,7 @@ TEST_F(ReadCompressed, TheSampleIsTheSame) {
 }
 
 TEST_F(ReadCompressed, FaultsNameThePlace) {
-  const gltfmodel mesh = DracoGltf(dracomethod::kEdgebreaker);
+  const gltfmodel mesh = DracoGltf(dracomethod::Edgebreaker);
   const std::string view = "/bufferViews/1/extensions/EXT_meshopt_compression";
   const std::string part = "/meshes/0/primitives/0/extensions/KHR_draco_mesh_compression";
   const std::string viewPlace = "buffer view 1, extensions, EXT_meshopt_compression: ";

@@ -112,10 +112,10 @@ TEST_F(ReadGeometry, TheFrontLooksAlongX) {
   const struct {
     gltf::facing front;
     cpoint3 place;
-  } cases[] = {{gltf::facing::kPlusZ, {3, 1, 2}},
-               {gltf::facing::kMinusZ, {-3, -1, 2}},
-               {gltf::facing::kPlusX, {1, -3, 2}},
-               {gltf::facing::kMinusX, {-1, 3, 2}}};
+  } cases[] = {{gltf::facing::PlusZ, {3, 1, 2}},
+               {gltf::facing::MinusZ, {-3, -1, 2}},
+               {gltf::facing::PlusX, {1, -3, 2}},
+               {gltf::facing::MinusX, {-1, 3, 2}}};
   gltfmodel model;
   const int mesh = model.Triangle({0.5F, 1, 3, 0, 0, 0, 1, 0, 0});
   // (x, y, z) x (2, 1, 3), turned a quarter about the up axis to (z, y, -x), and moved.

@@ -108,8 +108,8 @@ TEST(Hostile, GltfText) {
 #ifdef MARROW_COMPRESSED_GLTF
 TEST(Hostile, CompressedGltf) {
   ExpectSafe(MeshoptGltf().Binary(), 0, {{0, 20}}, ReadGltf);
-  ExpectSafe(DracoGltf(dracomethod::kSequential).Binary(), 0, {}, ReadGltf);
-  ExpectSafe(DracoGltf(dracomethod::kEdgebreaker).Binary(), 0, {}, ReadGltf);
+  ExpectSafe(DracoGltf(dracomethod::Sequential).Binary(), 0, {}, ReadGltf);
+  ExpectSafe(DracoGltf(dracomethod::Edgebreaker).Binary(), 0, {}, ReadGltf);
 }
 #endif
 

@@ -160,8 +160,8 @@ gltfmodel DracoGltf(dracomethod method) {
                    draco::PointIndex(corners[i + 4])}});
   }
   draco::ExpertEncoder encoder(mesh);
-  encoder.SetEncodingMethod(method == dracomethod::kSequential ? draco::MESH_SEQUENTIAL_ENCODING
-                                                               : draco::MESH_EDGEBREAKER_ENCODING);
+  encoder.SetEncodingMethod(method == dracomethod::Sequential ? draco::MESH_SEQUENTIAL_ENCODING
+                                                              : draco::MESH_EDGEBREAKER_ENCODING);
   for (const char* name : {"POSITION", "NORMAL", "TEXCOORD_0"}) {
     encoder.SetAttributeQuantization(ids[name], 14);
   }

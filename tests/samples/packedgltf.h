@@ -8,7 +8,7 @@
 // TRIANGLES or INDICES; the uncompressed views lie in a buffer without content.
 gltfmodel MeshoptGltf(const std::string& trianglesMode = "TRIANGLES");
 
-enum class dracomethod { kSequential, kEdgebreaker };
+enum class dracomethod { Sequential, Edgebreaker };
 
 // The skin's triangles, without sparse values.
 gltfmodel DracoGltf(dracomethod method);

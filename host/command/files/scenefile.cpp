@@ -83,10 +83,10 @@ void sceneoptions::Define(CLI::App& app) {
                          "Units of the games to one unit of the scene file, which is a metre")
               ->option_text("S")
               ->capture_default_str();
-  const std::map<std::string, gltf::facing> fronts{{"+z", gltf::facing::kPlusZ},
-                                                   {"-z", gltf::facing::kMinusZ},
-                                                   {"+x", gltf::facing::kPlusX},
-                                                   {"-x", gltf::facing::kMinusX}};
+  const std::map<std::string, gltf::facing> fronts{{"+z", gltf::facing::PlusZ},
+                                                   {"-z", gltf::facing::MinusZ},
+                                                   {"+x", gltf::facing::PlusX},
+                                                   {"-x", gltf::facing::MinusX}};
   facing = app.add_option("--facing", how.front,
                           "Axis of the scene file that its character looks along: +z, -z, +x or -x "
                           "(default +z); in the games it looks along +x")

@@ -236,8 +236,8 @@ void ReadMeshes(const jsonobject& root, document& doc) {
       piece.indices = part.Index("indices", doc.accessors.size());
       piece.material = part.Index("material", doc.materials.size());
       const std::int64_t mode =
-          part.Whole("mode", static_cast<std::int64_t>(primitivemode::kTriangles));
-      if (mode > static_cast<std::int64_t>(primitivemode::kFan)) {
+          part.Whole("mode", static_cast<std::int64_t>(primitivemode::Triangles));
+      if (mode > static_cast<std::int64_t>(primitivemode::Fan)) {
         part.Fail("mode " + std::to_string(mode) + " is none");
       }
       piece.mode = static_cast<primitivemode>(mode);
@@ -396,13 +396,13 @@ void ReadScenes(const jsonobject& root, document& doc) {
 interpolation InterpolationOf(const jsonobject& from) {
   const std::string way = from.Text("interpolation");
   if (way.empty() || way == "LINEAR") {
-    return interpolation::kLinear;
+    return interpolation::Linear;
   }
   if (way == "STEP") {
-    return interpolation::kStep;
+    return interpolation::Step;
   }
   if (way == "CUBICSPLINE") {
-    return interpolation::kCubic;
+    return interpolation::Cubic;
   }
   from.Fail("interpolation \"" + way + "\" is none");
 }
@@ -416,10 +416,10 @@ void ReadChannel(const jsonobject& from, document& doc, animation& made) {
   if (path == "translation" || path == "rotation" || path == "scale" || path == "weights") {
     if (node >= 0) {
       made.channels.push_back({index, node,
-                               path == "translation" ? target::kMove
-                               : path == "rotation"  ? target::kRotation
-                               : path == "scale"     ? target::kScale
-                                                     : target::kWeights});
+                               path == "translation" ? target::Translation
+                               : path == "rotation"  ? target::Rotation
+                               : path == "scale"     ? target::Scale
+                                                     : target::Weights});
     }
   } else {
     doc.hasOtherAnimation = true;

@@ -28,8 +28,8 @@ struct filebuffer {
   bool isUnpacked = false;            // no part of the file
 };
 
-enum class packing { kAttributes, kTriangles, kIndices };
-enum class packfilter { kNone, kOctahedral, kQuaternion, kExponential };
+enum class packing { Attributes, Triangles, Indices };
+enum class packfilter { None, Octahedral, Quaternion, Exponential };
 
 // Where the compressed form of a buffer view lies, and what it holds: stride and mode fit each
 // other, and count x stride is the view's length.
@@ -39,8 +39,8 @@ struct packedview {
   std::int64_t length = 0;
   std::int64_t stride = 0;
   std::int64_t count = 0;
-  packing mode = packing::kAttributes;
-  packfilter filter = packfilter::kNone;
+  packing mode = packing::Attributes;
+  packfilter filter = packfilter::None;
 };
 
 struct bufferview {
@@ -53,21 +53,21 @@ struct bufferview {
 
 // The numbers that files have for the types of components.
 enum class component {
-  kInt8 = 5120,
-  kUint8 = 5121,
-  kInt16 = 5122,
-  kUint16 = 5123,
-  kUint32 = 5125,
-  kFloat = 5126
+  Int8 = 5120,
+  Uint8 = 5121,
+  Int16 = 5122,
+  Uint16 = 5123,
+  Uint32 = 5125,
+  Float = 5126
 };
 
-enum class shape { kScalar, kVec2, kVec3, kVec4, kMat2, kMat3, kMat4 };
+enum class shape { Scalar, Vec2, Vec3, Vec4, Mat2, Mat3, Mat4 };
 
 struct sparsevalues {
   std::int64_t count = 0;
   int indexView = -1;
   std::int64_t indexOffset = 0;
-  component indexType = component::kUint32;
+  component indexType = component::Uint32;
   int valueView = -1;
   std::int64_t valueOffset = 0;
 };
@@ -76,8 +76,8 @@ struct accessor {
   int view = -1;  // none: all zero
   std::int64_t offset = 0;
   std::int64_t count = 0;
-  component type = component::kFloat;
-  shape form = shape::kScalar;
+  component type = component::Float;
+  shape form = shape::Scalar;
   bool normalized = false;
   sparsevalues sparse;
 };
@@ -106,7 +106,7 @@ struct material {
   std::optional<texturetransform> coordinates;
 };
 
-enum class primitivemode { kPoints, kLines, kLineLoop, kLineStrip, kTriangles, kStrip, kFan };
+enum class primitivemode { Points, Lines, LineLoop, LineStrip, Triangles, Strip, Fan };
 
 // Accessors of a morph target's displacements.
 struct morph {
@@ -124,7 +124,7 @@ struct primitive {
   std::map<std::string, int> attributes;  // accessors
   int indices = -1;
   int material = -1;
-  primitivemode mode = primitivemode::kTriangles;
+  primitivemode mode = primitivemode::Triangles;
   std::vector<morph> targets;
   packedmesh packed;
   std::string place;
@@ -172,21 +172,21 @@ struct skin {
   int inverseBind = -1;  // accessor; none: identities
 };
 
-enum class interpolation { kLinear, kStep, kCubic };
+enum class interpolation { Linear, Step, Cubic };
 
 struct sampler {
   int input = -1;
   int output = -1;
-  interpolation way = interpolation::kLinear;
+  interpolation way = interpolation::Linear;
   std::string place;
 };
 
-enum class target { kMove, kRotation, kScale, kWeights };
+enum class target { Translation, Rotation, Scale, Weights };
 
 struct channel {
   int sampler = -1;
   int node = -1;
-  target path = target::kMove;
+  target path = target::Translation;
 };
 
 struct animation {

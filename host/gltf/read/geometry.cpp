@@ -19,7 +19,7 @@ std::vector<std::uint32_t> CornersOf(const primitive& part, std::size_t count,
     std::iota(corners.begin(), corners.end(), 0U);
     return corners;
   }
-  corners = values.Indices(part.indices, shape::kScalar, part.place + ": its indices");
+  corners = values.Indices(part.indices, shape::Scalar, part.place + ": its indices");
   for (std::size_t i = 0; i < corners.size(); ++i) {
     if (corners[i] >= count) {
       throw badfile(part.place + ": index " + std::to_string(i) + " is vertex " +
@@ -39,7 +39,7 @@ void AddFace(std::vector<triangle>& faces, const triangle& face) {
 std::vector<triangle> FacesOf(const primitive& part, std::size_t count, valuereader& values) {
   const std::vector<std::uint32_t> corners = CornersOf(part, count, values);
   std::vector<triangle> faces;
-  if (part.mode == primitivemode::kTriangles) {
+  if (part.mode == primitivemode::Triangles) {
     if (corners.size() % 3 != 0) {
       throw badfile(part.place + ": " + std::to_string(corners.size()) +
                     " corners are no whole triangles");
@@ -51,7 +51,7 @@ std::vector<triangle> FacesOf(const primitive& part, std::size_t count, valuerea
     return faces;
   }
   for (std::size_t i = 0; i + 2 < corners.size(); ++i) {
-    if (part.mode == primitivemode::kFan) {
+    if (part.mode == primitivemode::Fan) {
       AddFace(faces, {corners[i + 1], corners[i + 2], corners[0]});
     } else {
       AddFace(faces, {corners[i], corners[i + 1 + i % 2], corners[i + 2 - i % 2]});
@@ -83,10 +83,10 @@ void ReadTargets(const primitive& part, valuereader& values, geometry& made) {
   made.targets.reserve(part.targets.size());
   for (std::size_t t = 0; t < part.targets.size(); ++t) {
     const std::string place = part.place + ", morph target " + std::to_string(t) + ": ";
-    made.targets.push_back({PerVertex(part.targets[t].positions, place + "POSITION", shape::kVec3,
-                                      3, made.count, values),
-                            PerVertex(part.targets[t].normals, place + "NORMAL", shape::kVec3, 3,
-                                      made.count, values)});
+    made.targets.push_back(
+        {PerVertex(part.targets[t].positions, place + "POSITION", shape::Vec3, 3, made.count,
+                   values),
+         PerVertex(part.targets[t].normals, place + "NORMAL", shape::Vec3, 3, made.count, values)});
   }
 }
 
@@ -112,10 +112,10 @@ void UndoRounding(std::vector<std::vector<float>>& weights, std::size_t count, d
 
 // Step of a component that stands for a fraction; 0 for floats.
 double StepOf(component type) {
-  if (type == component::kFloat) {
+  if (type == component::Float) {
     return 0.0;
   }
-  return type == component::kUint8 ? 1.0 / 255.0 : 1.0 / 65535.0;
+  return type == component::Uint8 ? 1.0 / 255.0 : 1.0 / 65535.0;
 }
 
 void ReadWeights(const document& doc, const primitive& part, valuereader& values, geometry& made) {
@@ -128,11 +128,11 @@ void ReadWeights(const document& doc, const primitive& part, valuereader& values
     if (index < 0 || from < 0) {
       break;
     }
-    made.joints.push_back(values.Indices(index, shape::kVec4, part.place + ": " + joints));
+    made.joints.push_back(values.Indices(index, shape::Vec4, part.place + ": " + joints));
     if (made.joints.back().size() != 4 * made.count) {
       throw badfile(part.place + ": " + joints + " has another number of entries than POSITION");
     }
-    made.weights.push_back(Attribute(part, weights, shape::kVec4, 4, made.count, values));
+    made.weights.push_back(Attribute(part, weights, shape::Vec4, 4, made.count, values));
     step = std::max(step, StepOf(doc.accessors[static_cast<std::size_t>(from)].type));
   }
   if (step > 0.0) {
@@ -197,11 +197,11 @@ geometry ReadGeometry(const document& doc, const primitive& part, const wantedpa
                       valuereader& values) {
   geometry made;
   made.positions =
-      values.Floats(part.Attribute("POSITION"), shape::kVec3, part.place + ": POSITION");
+      values.Floats(part.Attribute("POSITION"), shape::Vec3, part.place + ": POSITION");
   made.count = made.positions.size() / 3;
   made.faces = FacesOf(part, made.count, values);
-  made.normals = Attribute(part, "NORMAL", shape::kVec3, 3, made.count, values);
-  made.coordinates = Attribute(part, wanted.coordinates, shape::kVec2, 2, made.count, values);
+  made.normals = Attribute(part, "NORMAL", shape::Vec3, 3, made.count, values);
+  made.coordinates = Attribute(part, wanted.coordinates, shape::Vec2, 2, made.count, values);
   if (wanted.joints) {
     ReadWeights(doc, part, values, made);
   }

@@ -44,7 +44,7 @@ std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const 
   std::vector<std::vector<placed>> channels(doc.nodes.size());
   for (std::size_t clip = 0; clip < doc.animations.size(); ++clip) {
     for (const channel& moved : doc.animations[clip].channels) {
-      if (moved.path == target::kWeights) {
+      if (moved.path == target::Weights) {
         channels[At(moved.node)].push_back({&doc.animations[clip], &moved, clip});
       }
     }

@@ -125,7 +125,7 @@ void FindBones(const document& doc, plan& made) {
 
 bool HasTriangles(const document& doc, const primitive& part) {
   const int positions = part.Attribute("POSITION");
-  return part.mode >= primitivemode::kTriangles && positions >= 0 &&
+  return part.mode >= primitivemode::Triangles && positions >= 0 &&
          doc.accessors[At(positions)].count > 0;
 }
 
@@ -140,7 +140,7 @@ plan MakePlan(const document& doc) {
   made.order = OrderOf(doc, made);
   for (const animation& clip : doc.animations) {
     for (const channel& moved : clip.channels) {
-      if (moved.path != target::kWeights) {
+      if (moved.path != target::Weights) {
         made.nodes[At(moved.node)].animated = true;
       }
     }

@@ -148,7 +148,7 @@ class posemaker {
     channels_.resize(doc_.nodes.size());
     for (std::size_t clip = 0; clip < doc_.animations.size(); ++clip) {
       for (const channel& moved : doc_.animations[clip].channels) {
-        if (moved.path == target::kWeights) {
+        if (moved.path == target::Weights) {
           continue;
         }
         // A clip has one channel for each part of a node's pose: the last that it names.

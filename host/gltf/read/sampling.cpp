@@ -19,7 +19,7 @@ namespace {
 constexpr std::int64_t kMostSceneFrames = std::int64_t{1} << 20;
 
 std::vector<float> TimesOf(const sampler& from, valuereader& values) {
-  std::vector<float> times = values.Floats(from.input, shape::kScalar, from.place + ": its times");
+  std::vector<float> times = values.Floats(from.input, shape::Scalar, from.place + ": its times");
   if (times.empty() || !std::is_sorted(times.begin(), times.end())) {
     throw badfile(from.place + ": its times do not ascend");
   }
@@ -65,19 +65,19 @@ struct curve {
   // A component of key `key`: its value, or the tangent before (-1) or behind (1) it.
   double Component(std::size_t key, std::size_t c, int tangent = 0) const {
     const std::size_t entry =
-        way == interpolation::kCubic ? 3 * key + static_cast<std::size_t>(1 + tangent) : key;
+        way == interpolation::Cubic ? 3 * key + static_cast<std::size_t>(1 + tangent) : key;
     return keys[entry * each + c];
   }
 
   // Between two keys as the interpolation says; rotations on an arc are the caller's.
   double Value(const keyspan& at, std::size_t c) const {
     const double from = Component(at.key, c);
-    if (at.way == 0.0 || way == interpolation::kStep) {
+    if (at.way == 0.0 || way == interpolation::Step) {
       return from;
     }
     const double to = Component(at.key + 1, c);
     const double u = at.way;
-    if (way == interpolation::kLinear) {
+    if (way == interpolation::Linear) {
       return from + (to - from) * u;
     }
     const double out = Component(at.key, c, 1) * at.seconds;
@@ -93,7 +93,7 @@ struct curve {
   cquat Key(std::size_t key) const { return Rotation({key, 0.0, 0.0}); }
 
   cquat Rotation(const keyspan& at) const {
-    if (way == interpolation::kLinear && at.way != 0.0) {
+    if (way == interpolation::Linear && at.way != 0.0) {
       return core::Between(Key(at.key), Key(at.key + 1), at.way);
     }
     cquat made;
@@ -109,7 +109,7 @@ struct curve {
 curve CurveOf(const sampler& from, shape form, std::size_t each, valuereader& values) {
   curve made{TimesOf(from, values), values.Floats(from.output, form, from.place + ": its values"),
              each, from.way};
-  const std::size_t entries = from.way == interpolation::kCubic ? 3 : 1;
+  const std::size_t entries = from.way == interpolation::Cubic ? 3 : 1;
   if (made.keys.size() != made.times.size() * entries * made.each) {
     throw badfile(from.place + ": it has " + std::to_string(made.keys.size() / made.each) +
                   " values for " + std::to_string(made.times.size()) + " times");
@@ -120,7 +120,7 @@ curve CurveOf(const sampler& from, shape form, std::size_t each, valuereader& va
 // Where a clip of this length is sampled for the frame. A step at a frame's own time is taken at
 // that frame, however the two times were rounded.
 double TimeOf(int frame, double fps, double length, interpolation way) {
-  const double ahead = way == interpolation::kStep ? kWholeFrame / fps : 0.0;
+  const double ahead = way == interpolation::Step ? kWholeFrame / fps : 0.0;
   return std::min(static_cast<double>(FrameTime(frame, fps)), length) + ahead;
 }
 
@@ -190,7 +190,7 @@ timeline LayOut(const document& doc, const options& how, valuereader& values) {
     std::unordered_set<int> seen;  // channels share their times
     for (const int index : used) {
       const sampler& part = from.samplers[static_cast<std::size_t>(index)];
-      curved = curved || part.way == interpolation::kCubic;
+      curved = curved || part.way == interpolation::Cubic;
       if (seen.insert(part.input).second) {
         channels.push_back(TimesOf(part, values));
         length = std::max(length, static_cast<double>(channels.back().back()));
@@ -219,24 +219,24 @@ timeline LayOut(const document& doc, const options& how, valuereader& values) {
 
 void Sample(const animation& from, const channel& moved, const core::clip& clip, double length,
             double fps, valuereader& values, transform* frames) {
-  const bool turns = moved.path == target::kRotation;
+  const bool turns = moved.path == target::Rotation;
   const curve keys =
       CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)],
-              turns ? shape::kVec4 : shape::kVec3, turns ? std::size_t{4} : std::size_t{3}, values);
+              turns ? shape::Vec4 : shape::Vec3, turns ? std::size_t{4} : std::size_t{3}, values);
   keywalk walk(keys.times);
   for (int frame = 0; frame < clip.frames; ++frame) {
     const keyspan at = walk.At(TimeOf(frame, fps, length, keys.way));
     switch (moved.path) {
-      case target::kMove:
+      case target::Translation:
         frames[frame].move = keys.Vector(at);
         break;
-      case target::kRotation:
+      case target::Rotation:
         frames[frame].rotation = keys.Rotation(at);
         break;
-      case target::kScale:
+      case target::Scale:
         frames[frame].scale = keys.Vector(at);
         break;
-      case target::kWeights:
+      case target::Weights:
         break;
     }
   }
@@ -245,7 +245,7 @@ void Sample(const animation& from, const channel& moved, const core::clip& clip,
 void SampleWeights(const animation& from, const channel& moved, const core::clip& clip,
                    double length, double fps, std::size_t numTargets, valuereader& values,
                    const std::function<void(const std::vector<float>&)>& take) {
-  const curve keys = CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)], shape::kScalar,
+  const curve keys = CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)], shape::Scalar,
                              numTargets, values);
   keywalk walk(keys.times);
   std::vector<float> weights(numTargets);

@@ -224,7 +224,7 @@ std::vector<surfacemaker::binding> surfacemaker::BindingsOf(int index, bool skin
   std::vector<float> matrices;
   if (bound.inverseBind >= 0) {
     const std::string place = "skin " + std::to_string(skinIndex) + ": inverseBindMatrices";
-    matrices = values_.Floats(bound.inverseBind, shape::kMat4, place);
+    matrices = values_.Floats(bound.inverseBind, shape::Mat4, place);
     if (matrices.size() < 16 * bound.joints.size()) {
       throw badfile(place + " has " + std::to_string(matrices.size() / 16) + " matrices for " +
                     std::to_string(bound.joints.size()) + " joints");

@@ -23,11 +23,11 @@ constexpr std::int64_t kNumComponents[] = {1, 2, 3, 4, 4, 9, 16};
 
 std::int64_t SizeOf(component type) {
   switch (type) {
-    case component::kInt8:
-    case component::kUint8:
+    case component::Int8:
+    case component::Uint8:
       return 1;
-    case component::kInt16:
-    case component::kUint16:
+    case component::Int16:
+    case component::Uint16:
       return 2;
     default:
       return 4;
@@ -63,17 +63,17 @@ void CopyNumbers(const unsigned char* data, std::int64_t stride, std::size_t cou
 void Copy(component type, bool normalized, const unsigned char* data, std::int64_t stride,
           std::size_t count, std::size_t each, float* to) {
   switch (type) {
-    case component::kInt8:
+    case component::Int8:
       return CopyNumbers<std::int8_t>(data, stride, count, each, normalized, to);
-    case component::kUint8:
+    case component::Uint8:
       return CopyNumbers<std::uint8_t>(data, stride, count, each, normalized, to);
-    case component::kInt16:
+    case component::Int16:
       return CopyNumbers<std::int16_t>(data, stride, count, each, normalized, to);
-    case component::kUint16:
+    case component::Uint16:
       return CopyNumbers<std::uint16_t>(data, stride, count, each, normalized, to);
-    case component::kUint32:
+    case component::Uint32:
       return CopyNumbers<std::uint32_t>(data, stride, count, each, normalized, to);
-    case component::kFloat:
+    case component::Float:
       return CopyElements<float>(data, stride, count, each, to, [](float value) { return value; });
   }
 }
@@ -82,9 +82,9 @@ void Copy(component type, bool /*normalized*/, const unsigned char* data, std::i
           std::size_t count, std::size_t each, std::uint32_t* to) {
   const auto same = [](auto value) { return static_cast<std::uint32_t>(value); };
   switch (type) {
-    case component::kUint8:
+    case component::Uint8:
       return CopyElements<std::uint8_t>(data, stride, count, each, to, same);
-    case component::kUint16:
+    case component::Uint16:
       return CopyElements<std::uint16_t>(data, stride, count, each, to, same);
     default:
       return CopyElements<std::uint32_t>(data, stride, count, each, to, same);
@@ -92,7 +92,7 @@ void Copy(component type, bool /*normalized*/, const unsigned char* data, std::i
 }
 
 bool IsUnsigned(component type) {
-  return type == component::kUint8 || type == component::kUint16 || type == component::kUint32;
+  return type == component::Uint8 || type == component::Uint16 || type == component::Uint32;
 }
 
 }  // namespace

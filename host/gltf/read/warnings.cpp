@@ -43,7 +43,7 @@ struct findings {
 };
 
 void LookAtPrimitive(const document& doc, const primitive& part, findings& found) {
-  if (part.mode < primitivemode::kTriangles) {
+  if (part.mode < primitivemode::Triangles) {
     found.lines.Add(part.place);
     return;
   }

@@ -207,7 +207,7 @@ class animationwriter {
   void Write(std::size_t c, int node, std::size_t which, int times) {
     const property& what = kProperties[which];
     AddSampler(c, node, what.path, times,
-               file_.AddFloats(View(), values_, what.type, scenefile::bounds::kNone));
+               file_.AddFloats(View(), values_, what.type, scenefile::bounds::None));
   }
 
   void AddSampler(std::size_t c, int node, const char* path, int times, int output) {
@@ -237,14 +237,14 @@ class animationwriter {
       for (int k = 0; k < frames; ++k) {
         times.push_back(FrameTime(k, rate));
       }
-      place->second = file_.AddFloats(View(), times, "SCALAR", scenefile::bounds::kWritten);
+      place->second = file_.AddFloats(View(), times, "SCALAR", scenefile::bounds::Written);
     }
     return place->second;
   }
 
   int View() {
     if (view_ < 0) {
-      view_ = file_.AddView(scenefile::use::kNothing);
+      view_ = file_.AddView(scenefile::use::Nothing);
     }
     return view_;
   }

@@ -70,8 +70,8 @@ class meshwriter {
   }
 
   int Vertices(const std::vector<float>& values, const char* type,
-               scenefile::bounds wanted = scenefile::bounds::kNone) {
-    return file_.AddFloats(file_.AddView(scenefile::use::kVertices), values, type, wanted);
+               scenefile::bounds wanted = scenefile::bounds::None) {
+    return file_.AddFloats(file_.AddView(scenefile::use::Vertices), values, type, wanted);
   }
 
   // Normals that targets turn are in bytes as theirs are, so that a target can take them away
@@ -103,9 +103,9 @@ class meshwriter {
     }
     CheckFinite(node, places, 3, "vertex");
     CheckFinite(node, coordinates, 2, "texture vertex");
-    attributes["POSITION"] = Vertices(places, "VEC3", scenefile::bounds::kWritten);
+    attributes["POSITION"] = Vertices(places, "VEC3", scenefile::bounds::Written);
     attributes["NORMAL"] =
-        turns ? file_.AddPacked(normals, scenefile::packing::kInt8, scenefile::bounds::kNone)
+        turns ? file_.AddPacked(normals, scenefile::packing::Int8, scenefile::bounds::None)
               : Vertices(normals, "VEC3");
     if (textured) {
       attributes["TEXCOORD_0"] = Vertices(coordinates, "VEC2");
@@ -150,8 +150,8 @@ class meshwriter {
     }
     const std::vector<float>& values = Spread(from, mesh, 1.0 / scale_);
     return WithinOne(values) && kShortStep <= kFinest * extent
-               ? file_.AddPacked(values, scenefile::packing::kInt16, scenefile::bounds::kWritten)
-               : Vertices(values, "VEC3", scenefile::bounds::kWritten);
+               ? file_.AddPacked(values, scenefile::packing::Int16, scenefile::bounds::Written)
+               : Vertices(values, "VEC3", scenefile::bounds::Written);
   }
 
   // In bytes, which turn a normal by up to 0.4 degrees, where they hold the differences: two unit
@@ -159,7 +159,7 @@ class meshwriter {
   int NormalDisplacements(const std::vector<cpoint3>& from, const cexpmesh& mesh) {
     const std::vector<float>& values = Spread(from, mesh, 1.0);
     return WithinOne(values)
-               ? file_.AddPacked(values, scenefile::packing::kInt8, scenefile::bounds::kNone)
+               ? file_.AddPacked(values, scenefile::packing::Int8, scenefile::bounds::None)
                : Vertices(values, "VEC3");
   }
 

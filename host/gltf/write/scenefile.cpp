@@ -129,7 +129,7 @@ int scenefile::AddFloats(int view, std::span<const float> values, const char* ty
   data.Append(BytesOf(values));
   const std::size_t components = Components(type);
   const int accessor = AddAccessor(view, offset, kFloat, values.size() / components, type);
-  if (wanted == bounds::kWritten) {
+  if (wanted == bounds::Written) {
     std::vector<float> low(values.begin(),
                            values.begin() + static_cast<std::ptrdiff_t>(components));
     std::vector<float> high = low;
@@ -149,7 +149,7 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
   constexpr std::size_t kStride = Padded(3 * sizeof(T));
   const std::size_t count = values.size() / 3;
   if (view < 0) {
-    view = AddView(use::kVertices);
+    view = AddView(use::Vertices);
     views_.back().stride = kStride;
   }
   viewdata& data = views_[static_cast<std::size_t>(view)];
@@ -173,7 +173,7 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
   const int accessor = AddAccessor(view, offset, componentType, count, "VEC3");
   ordered_json& entry = At("accessors", accessor);
   entry["normalized"] = true;
-  if (wanted == bounds::kWritten) {
+  if (wanted == bounds::Written) {
     entry["min"] = low;
     entry["max"] = high;
   }
@@ -186,8 +186,8 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
 }
 
 int scenefile::AddPacked(std::span<const float> values, packing how, bounds wanted) {
-  return how == packing::kInt8 ? Pack<std::int8_t>(byteView_, values, kSignedByte, wanted)
-                               : Pack<std::int16_t>(shortView_, values, kSignedShort, wanted);
+  return how == packing::Int8 ? Pack<std::int8_t>(byteView_, values, kSignedByte, wanted)
+                              : Pack<std::int16_t>(shortView_, values, kSignedShort, wanted);
 }
 
 int scenefile::AddZeros(std::size_t count) {
@@ -199,8 +199,8 @@ int scenefile::AddZeros(std::size_t count) {
 }
 
 int scenefile::AddSparse(std::size_t count, std::span<const placedvalue> values) {
-  const int places = AddView(use::kNothing);
-  const int numbers = AddView(use::kNothing);
+  const int places = AddView(use::Nothing);
+  const int numbers = AddView(use::Nothing);
   const auto append = [this](int view, const auto& value) {
     views_[static_cast<std::size_t>(view)].Append(BytesOf(std::span(&value, 1)));
   };
@@ -233,12 +233,12 @@ int scenefile::AddWhole(use purpose, std::span<const std::uint32_t> values, int 
 int scenefile::AddIndices(std::span<const std::uint32_t> values) {
   const std::uint32_t largest = *std::max_element(values.begin(), values.end());
   if (largest < UINT8_MAX) {
-    return AddWhole<std::uint8_t>(use::kIndices, values, kByte, "SCALAR");
+    return AddWhole<std::uint8_t>(use::Indices, values, kByte, "SCALAR");
   }
   if (largest < UINT16_MAX) {
-    return AddWhole<std::uint16_t>(use::kIndices, values, kShort, "SCALAR");
+    return AddWhole<std::uint16_t>(use::Indices, values, kShort, "SCALAR");
   }
-  return AddWhole<std::uint32_t>(use::kIndices, values, kInt, "SCALAR");
+  return AddWhole<std::uint32_t>(use::Indices, values, kInt, "SCALAR");
 }
 
 int scenefile::AddJoints(std::span<const std::uint32_t> values) {
@@ -246,8 +246,8 @@ int scenefile::AddJoints(std::span<const std::uint32_t> values) {
   if (largest > UINT16_MAX) {
     throw writefault("the scene has more than 65536 joints, and a file holds no more");
   }
-  return largest <= UINT8_MAX ? AddWhole<std::uint8_t>(use::kVertices, values, kByte, "VEC4")
-                              : AddWhole<std::uint16_t>(use::kVertices, values, kShort, "VEC4");
+  return largest <= UINT8_MAX ? AddWhole<std::uint8_t>(use::Vertices, values, kByte, "VEC4")
+                              : AddWhole<std::uint16_t>(use::Vertices, values, kShort, "VEC4");
 }
 
 int scenefile::AddImage(const std::string& name, const std::string& mimeType,
@@ -263,7 +263,7 @@ int scenefile::AddImage(const std::string& name, const std::string& mimeType,
     images_.push_back({file, std::move(bytes)});
   } else {
     image["mimeType"] = mimeType;
-    image["bufferView"] = AddView(use::kNothing);
+    image["bufferView"] = AddView(use::Nothing);
     views_.back().size = bytes.size();
     views_.back().pieces.push_back(std::move(bytes));
   }
@@ -283,8 +283,8 @@ void scenefile::Save(files::replacement& into) {
     if (each.stride != 0) {
       entry["byteStride"] = each.stride;
     }
-    if (each.purpose != use::kNothing) {
-      entry["target"] = each.purpose == use::kVertices ? kVertexTarget : kIndexTarget;
+    if (each.purpose != use::Nothing) {
+      entry["target"] = each.purpose == use::Vertices ? kVertexTarget : kIndexTarget;
     }
     Add("bufferViews", std::move(entry));
     data.insert(data.end(), each.pieces.begin(), each.pieces.end());

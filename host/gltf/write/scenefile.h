@@ -26,16 +26,16 @@ class scenefile {
   void SetScene(ordered_json scene);
 
   // What a view is for: the file says so of a mesh's data and of nothing else.
-  enum class use { kNothing, kVertices, kIndices };
+  enum class use { Nothing, Vertices, Indices };
   int AddView(use purpose);
 
   // Adds the values behind what the view has, and an accessor for them. `type` is "VEC3" and the
   // like; not empty. Bounds are the least and largest of each component.
-  enum class bounds { kNone, kWritten };
+  enum class bounds { None, Written };
   int AddFloats(int view, std::span<const float> values, const char* type, bounds wanted);
   // Three for each element, from -1 to 1, in normalized bytes or shorts, each element at a multiple
   // of 4 bytes in a view that all of the kind share. The file then needs KHR_mesh_quantization.
-  enum class packing { kInt8, kInt16 };
+  enum class packing { Int8, Int16 };
   int AddPacked(std::span<const float> values, packing how, bounds wanted);
   // Three floats of 0 for each element, which take no bytes.
   int AddZeros(std::size_t count);
@@ -59,7 +59,7 @@ class scenefile {
 
  private:
   struct viewdata {
-    use purpose = use::kNothing;
+    use purpose = use::Nothing;
     // Pieces that never move: with all frames of a model a view holds most of the file.
     std::vector<std::vector<std::uint8_t>> pieces;
     std::size_t size = 0;

@@ -38,10 +38,10 @@ void WriteSkin(const skinning& skins, const layout& plan, const std::string& nam
     const cpoint3 move = core::ToPoint(turned.move * (1.0 / how.scale));
     matrices.insert(matrices.end(), {move.x, move.y, move.z, 1.0F});
   }
-  const int view = file.AddView(scenefile::use::kNothing);
+  const int view = file.AddView(scenefile::use::Nothing);
   file.Add("skins", {{"name", ToUtf8(name)},
                      {"inverseBindMatrices",
-                      file.AddFloats(view, matrices, "MAT4", scenefile::bounds::kNone)},
+                      file.AddFloats(view, matrices, "MAT4", scenefile::bounds::None)},
                      {"joints", plan.joints}});
 }
 

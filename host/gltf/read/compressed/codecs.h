@@ -20,7 +20,7 @@ bool UnpackView(const packedview& from, const fileview& data, std::uint8_t* to);
 // A list of a compressed mesh.
 struct unpackedlist {
   int id = 0;  // in the compressed data
-  component type = component::kFloat;
+  component type = component::Float;
   std::int64_t each = 1;  // components
   // Out: element after element, one for each vertex.
   std::vector<std::uint8_t> values;

@@ -36,26 +36,26 @@ Value NamedValue(const jsonobject& from, const char* key, const char* missing,
 }
 
 void CheckStride(const jsonobject& from, const packedview& view) {
-  const bool isIndices = view.mode != packing::kAttributes;
+  const bool isIndices = view.mode != packing::Attributes;
   bool good = isIndices ? view.stride == 2 || view.stride == 4
                         : view.stride > 0 && view.stride <= kMostStride && view.stride % 4 == 0;
   switch (view.filter) {
-    case packfilter::kOctahedral:
+    case packfilter::Octahedral:
       good = good && !isIndices && (view.stride == 4 || view.stride == 8);
       break;
-    case packfilter::kQuaternion:
+    case packfilter::Quaternion:
       good = good && !isIndices && view.stride == 8;
       break;
-    case packfilter::kExponential:
+    case packfilter::Exponential:
       good = good && !isIndices;
       break;
-    case packfilter::kNone:
+    case packfilter::None:
       break;
   }
   if (!good) {
     from.Fail("byteStride " + std::to_string(view.stride) + " does not fit its mode and filter");
   }
-  if (view.mode == packing::kTriangles && view.count % 3 != 0) {
+  if (view.mode == packing::Triangles && view.count % 3 != 0) {
     from.Fail("count " + std::to_string(view.count) + " is no whole number of triangles");
   }
 }
@@ -153,7 +153,7 @@ class decompressor {
     if (!HasCodecs()) {
       throw badfile(part.place + ": " + MissingCompression(kDraco));
     }
-    if (part.mode < primitivemode::kTriangles || part.indices < 0) {
+    if (part.mode < primitivemode::Triangles || part.indices < 0) {
       throw badfile(part.place + ": it is compressed and no indexed triangles");
     }
     std::vector<std::pair<std::string, int>> left;  // attributes with their ids
@@ -175,7 +175,7 @@ class decompressor {
     }
     const std::int64_t count = doc_.accessors[static_cast<std::size_t>(part.indices)].count;
     // A strip has a triangle for each corner but two.
-    mesh.mostFaces = part.mode == primitivemode::kTriangles ? count / 3 : count;
+    mesh.mostFaces = part.mode == primitivemode::Triangles ? count / 3 : count;
     mesh.room = room_;
     const std::string fault = UnpackMesh(ViewOf(doc_, part.packed.view, part.place), mesh);
     if (!fault.empty()) {
@@ -188,7 +188,7 @@ class decompressor {
           AddAccessor(doc_, like, mesh.vertices, std::move(mesh.lists[i].values));
     }
     accessor corners;
-    corners.type = component::kUint32;
+    corners.type = component::Uint32;
     known_[KeyOf(part)] = AddAccessor(doc_, corners, 3 * mesh.faces, std::move(mesh.corners));
     TakeKnown(part, left);
   }
@@ -221,7 +221,7 @@ class decompressor {
       part.attributes[attribute.first] = known_[KeyOf(part, attribute)];
     }
     part.indices = corners->second;
-    part.mode = primitivemode::kTriangles;
+    part.mode = primitivemode::Triangles;
     return true;
   }
 
@@ -261,14 +261,14 @@ packedview PackedViewOf(const jsonobject& view, const document& doc) {
   made.stride = from.Whole("byteStride");
   made.count = from.Whole("count");
   made.mode = NamedValue<packing>(from, "mode", "",
-                                  {{"ATTRIBUTES", packing::kAttributes},
-                                   {"TRIANGLES", packing::kTriangles},
-                                   {"INDICES", packing::kIndices}});
+                                  {{"ATTRIBUTES", packing::Attributes},
+                                   {"TRIANGLES", packing::Triangles},
+                                   {"INDICES", packing::Indices}});
   made.filter = NamedValue<packfilter>(from, "filter", "NONE",
-                                       {{"NONE", packfilter::kNone},
-                                        {"OCTAHEDRAL", packfilter::kOctahedral},
-                                        {"QUATERNION", packfilter::kQuaternion},
-                                        {"EXPONENTIAL", packfilter::kExponential}});
+                                       {{"NONE", packfilter::None},
+                                        {"OCTAHEDRAL", packfilter::Octahedral},
+                                        {"QUATERNION", packfilter::Quaternion},
+                                        {"EXPONENTIAL", packfilter::Exponential}});
   CheckStride(from, made);
   if (made.count * made.stride != view.Whole("byteLength")) {
     from.Fail("count x byteStride is not the buffer view's byteLength");

@@ -102,17 +102,17 @@ bool CopyValues(const draco::PointAttribute& from, std::uint32_t count, unpacked
 
 bool CopyValues(const draco::PointAttribute& from, std::uint32_t count, unpackedlist& to) {
   switch (to.type) {
-    case component::kInt8:
+    case component::Int8:
       return CopyValues<std::int8_t>(from, count, to);
-    case component::kUint8:
+    case component::Uint8:
       return CopyValues<std::uint8_t>(from, count, to);
-    case component::kInt16:
+    case component::Int16:
       return CopyValues<std::int16_t>(from, count, to);
-    case component::kUint16:
+    case component::Uint16:
       return CopyValues<std::uint16_t>(from, count, to);
-    case component::kUint32:
+    case component::Uint32:
       return CopyValues<std::uint32_t>(from, count, to);
-    case component::kFloat:
+    case component::Float:
       return CopyValues<float>(from, count, to);
   }
   return false;

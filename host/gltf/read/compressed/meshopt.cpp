@@ -12,13 +12,13 @@ bool UnpackView(const packedview& from, const fileview& data, std::uint8_t* to) 
   const auto size = static_cast<std::size_t>(data.Size());
   int fault = 0;
   switch (from.mode) {
-    case packing::kAttributes:
+    case packing::Attributes:
       fault = meshopt_decodeVertexBuffer(to, count, stride, data.Data(), size);
       break;
-    case packing::kTriangles:
+    case packing::Triangles:
       fault = meshopt_decodeIndexBuffer(to, count, stride, data.Data(), size);
       break;
-    case packing::kIndices:
+    case packing::Indices:
       fault = meshopt_decodeIndexSequence(to, count, stride, data.Data(), size);
       break;
   }
@@ -26,15 +26,15 @@ bool UnpackView(const packedview& from, const fileview& data, std::uint8_t* to) 
     return false;
   }
   switch (from.filter) {
-    case packfilter::kNone:
+    case packfilter::None:
       break;
-    case packfilter::kOctahedral:
+    case packfilter::Octahedral:
       meshopt_decodeFilterOct(to, count, stride);
       break;
-    case packfilter::kQuaternion:
+    case packfilter::Quaternion:
       meshopt_decodeFilterQuat(to, count, stride);
       break;
-    case packfilter::kExponential:
+    case packfilter::Exponential:
       meshopt_decodeFilterExp(to, count, stride);
       break;
   }
