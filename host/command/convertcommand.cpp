@@ -38,14 +38,14 @@ void CheckConversion(const convertjob& job, filekind from, filekind to) {
                   "OUT --mdx FILE",
                   kExitUsage);
   }
-  if (from == filekind::Mdc && to == filekind::Mdx) {
+  if (!IsSkeletal(from) && from != filekind::Scene && to == filekind::Mdx) {
     throw failure(job.target, "an mdc model has no bones, so there is nothing to put in an mdx",
                   kExitUsage);
   }
-  if (!job.mdx.empty() && from != filekind::Mdm && to != filekind::Mdm) {
+  if (!job.mdx.empty() && !FormatOf(from).IsPair() && !FormatOf(to).IsPair()) {
     throw failure(job.mdx, "--mdx makes no sense here: neither file is an mdm model", kExitUsage);
   }
-  if (!job.mdx.empty() && from != filekind::Mdm && !job.out.writeMdx) {
+  if (!job.mdx.empty() && !FormatOf(from).IsPair() && !job.out.writeMdx) {
     throw failure(job.mdx, "--mdx and --no-mdx exclude each other", kExitUsage);
   }
   for (const CLI::Option* option : {job.scene.scale, job.scene.facing, job.scene.fps}) {
@@ -74,7 +74,7 @@ void RequireFramesKept(const convertjob& job, const importchoices& in, const std
   if (asked || !IsSkeletal(from)) {
     return;
   }
-  const bool pair = from == filekind::Mdm;
+  const bool pair = FormatOf(from).IsPair();
   const std::string animated = pair ? SkeletonOf(job.source, job.mdx) : job.source;
   const auto replaced = [&](const std::string& target) {
     std::error_code error;
@@ -83,7 +83,7 @@ void RequireFramesKept(const convertjob& job, const importchoices& in, const std
   if (!replaced(job.target) && !replaced(targetMdx)) {
     return;
   }
-  const filekind kind = pair ? filekind::Mdx : from;
+  const filekind kind = FormatOf(from).skeleton;
   const std::int64_t frames = FramesOf(animated, kind);
   if (scene.animEnd + std::int64_t{1} < frames) {
     throw failure(job.target, "not converted in place: of the " + std::to_string(frames) +
@@ -102,7 +102,7 @@ int Convert(programstate& state, const convertjob& job) {
   CheckConversion(job, from, to);
   exportoptions out = job.out;
   out.choices.ask = job.alone && job.mdx.empty() && job.batch.Ask(out.table);
-  out.ChooseMdx(job.target, from == filekind::Mdm ? "" : job.mdx);
+  out.ChooseMdx(job.target, FormatOf(from).IsPair() ? "" : job.mdx);
   if (to != filekind::Scene) {
     host.ExporterOf(job.target);
     CheckExport(job.target, out);
@@ -116,7 +116,7 @@ int Convert(programstate& state, const convertjob& job) {
   } else {
     importchoices in = job.in.choices;
     in.ask = job.alone && job.mdx.empty() && job.batch.Ask(job.in.table);
-    in.mdx = from == filekind::Mdm ? job.mdx : std::string();
+    in.mdx = FormatOf(from).IsPair() ? job.mdx : std::string();
     in.boneMap = job.boneMap;
     in.shapes = !IsSkeletal(to);
     in.images = to == filekind::Scene;
@@ -125,7 +125,7 @@ int Convert(programstate& state, const convertjob& job) {
     if (code != kExitDone) {
       return code;
     }
-    if (from == filekind::Mdc && !in.shapes && scene.animEnd > scene.animStart) {
+    if (FormatOf(from).vertexFrames && !in.shapes && scene.animEnd > scene.animStart) {
       state.out.Warning(
           job.target, "surfaces keep the shape that they have in the first frame of " + job.source +
                           ", since bones cannot move each vertex on its own");
@@ -134,7 +134,7 @@ int Convert(programstate& state, const convertjob& job) {
     if (IsSkeletal(from)) {
       scene.animStart = 0;
       scene.animEnd = core::LastKeyFrame(scene);
-      RequireFramesKept(job, in, to == filekind::Mdm ? out.choices.mdx : "", scene);
+      RequireFramesKept(job, in, FormatOf(to).IsPair() ? out.choices.mdx : "", scene);
     }
   }
   if (to == filekind::Scene) {
@@ -158,7 +158,7 @@ int ConvertAll(programstate& state, const convertjob& job) {
                   "--to KIND",
                   kExitUsage);
   }
-  job.out.RequireApart(targets, KindOf(sources.front()) == filekind::Mdm ? "" : job.mdx);
+  job.out.RequireApart(targets, FormatOf(KindOf(sources.front())).IsPair() ? "" : job.mdx);
   return ForEachInput(state.out, sources, job.output.jobs, [&](std::size_t i) {
     convertjob each = job;
     each.alone = sources.size() == 1;
@@ -180,8 +180,9 @@ void DefineConvert(CLI::App& app, programstate& state) {
                    "(.glb, .gltf, .mdc, .mds, .mdm with the .mdx of the same name, or .mdx); with "
                    "-o or --to, files to read alone")
       ->required();
-  job->output.Define(*command, "The file to write", "OUT",
-                     {"glb", "gltf", "mdc", "mds", "mdm", "mdx"});
+  job->output.Define(
+      *command, "The file to write", "OUT",
+      SuffixesOf(KindsThat([](const format& row) { return !row.suffixes[0].empty(); })));
   command
       ->add_option("--mdx", job->mdx,
                    "The mdx file of the file to read, if that is an mdm, else of the one to write "

@@ -46,7 +46,8 @@ void DefineExport(CLI::App& app, programstate& state) {
   job->output.Define(*command,
                      "The model to write: an mdc, mds, mdm or mdx file, of which an old one stays "
                      "untouched until the new one reads back whole",
-                     "MODEL", {"mdc", "mds", "mdm", "mdx"});
+                     "MODEL",
+                     SuffixesOf(KindsThat([](const format& row) { return row.IsModel(); })));
   job->options.Define(*command);
   CLI::Option* mdx =
       command
@@ -56,9 +57,9 @@ void DefineExport(CLI::App& app, programstate& state) {
           ->option_text("FILE")
           ->group("Export");
   mdx->excludes(job->options.noMdx);
-  job->options.table.Add(mdx, {filekind::Mdm});
+  job->options.table.Add(mdx, KindsThat([](const format& row) { return row.IsPair(); }));
   job->options.table.Add(DefineBoneMap(*command, job->options.rig.boneMap)->group("Export"),
-                         {filekind::Mds, filekind::Mdm, filekind::Mdx});
+                         KindsThat([](const format& row) { return row.skeletal; }));
   job->scene.Define(*command);
   job->scene.DefineReading(*command);
   job->batch.Define(*command);

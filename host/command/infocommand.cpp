@@ -7,6 +7,7 @@
 #include "command/describe/describe.h"
 #include "command/failure.h"
 #include "command/files/scenefile.h"
+#include "command/wording.h"
 
 namespace command {
 
@@ -22,10 +23,11 @@ struct infojob {
 description Describe(programstate& state, const infojob& job, std::string& fault) {
   const filekind kind = KindOf(job.path);
   if (kind == filekind::Other) {
-    throw failure(
-        job.path,
-        "is " + KindText(kind) + ": .glb, .gltf, .mdc, .mds, .mdm and .mdx can be looked into",
-        kExitUsage);
+    throw failure(job.path,
+                  "is " + KindText(kind) + "; info reads " +
+                      Joined(SuffixesOf(
+                          KindsThat([](const format& row) { return !row.suffixes[0].empty(); }))),
+                  kExitUsage);
   }
   if (kind == filekind::Scene) {
     core::scene scene;

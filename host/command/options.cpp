@@ -94,7 +94,11 @@ bool optiontable::AnyGiven() const {
 
 void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
   constexpr char kGroup[] = "Import";
-  const std::vector<filekind> skeletal{filekind::Mds, filekind::Mdm};
+  const std::vector<filekind> surfaces = KindsThat([](const format& row) { return row.surfaces; });
+  const std::vector<filekind> vertexFrames =
+      KindsThat([](const format& row) { return row.vertexFrames; });
+  const std::vector<filekind> skeletal =
+      KindsThat([](const format& row) { return row.skeletal && row.surfaces; });
   CLI::Option* frame =
       app.add_option(
              "--frame", choices.frame,
@@ -126,7 +130,7 @@ void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
   frame->excludes(frames)->excludes(clip);
   for (CLI::Option* option : {frame, frames, clip, noNormals}) {
     option->group(kGroup);
-    table.Add(option, {filekind::Mdc});
+    table.Add(option, vertexFrames);
   }
 
   table.Add(
@@ -138,7 +142,7 @@ void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
           ->allow_extra_args(false)
           ->option_text("DIR")
           ->group(kGroup),
-      {filekind::Mdc, filekind::Mds, filekind::Mdm});
+      surfaces);
   CLI::Option* skin =
       app.add_option("--skin", skins,
                      "The .skin file beside the model that says which images its surfaces wear "
@@ -174,29 +178,30 @@ void importoptions::Define(CLI::App& app, const std::string& noSkeleton) {
 
 void exportoptions::Define(CLI::App& app) {
   constexpr char kGroup[] = "Export";
-  const std::vector<filekind> ranged{filekind::Mdc, filekind::Mds, filekind::Mdm, filekind::Mdx};
-  const std::vector<filekind> skeletal{filekind::Mds, filekind::Mdm, filekind::Mdx};
+  const std::vector<filekind> models = KindsThat([](const format& row) { return row.IsModel(); });
+  const std::vector<filekind> surfaces = KindsThat([](const format& row) { return row.surfaces; });
+  const std::vector<filekind> skeletal = KindsThat([](const format& row) { return row.skeletal; });
   table.Add(
       app.add_option("--start", choices.start, "First frame to export (default: the scene's first)")
           ->option_text("N")
           ->group(kGroup),
-      ranged);
+      models);
   table.Add(app.add_option("--end", choices.end,
                            "Last frame to export, itself included (default: the scene's last)")
                 ->option_text("N")
                 ->group(kGroup),
-            ranged);
+            models);
   table.Add(app.add_option("--origin", choices.origin,
                            "Node whose place at frame 0 is the model's origin (default: the "
                            "scene's origin)")
                 ->option_text("NODE")
                 ->group(kGroup),
-            ranged);
+            models);
   table.Add(AddOff(app, "--no-models-dir", choices.modelsDir,
                    "Of an mdc: do not put \"models/\" before names that are not in a models "
                    "folder")
                 ->group(kGroup),
-            {filekind::Mdc});
+            KindsThat([](const format& row) { return row.vertexFrames; }));
   CLI::Option* sequencesFlag =
       app.add_flag("--sequences", sequences,
                    "Write the scene's clips as the model's sequence file too: wolfanim.cfg beside "
@@ -227,19 +232,19 @@ void exportoptions::Define(CLI::App& app) {
   table.Add(app.add_flag("--write-skin", skin,
                          "Write the surfaces' shaders as NAME.skin beside the model too")
                 ->group(kGroup),
-            {filekind::Mds, filekind::Mdm});
+            KindsThat([](const format& row) { return row.skeletal && row.surfaces; }));
   table.Add(app.add_flag("--write-images", images,
                          "Write the scene's images too, as TGA or JPEG at the paths that the model "
                          "stores, below the folder above its models folder")
                 ->group(kGroup),
-            {filekind::Mdc, filekind::Mds, filekind::Mdm});
+            surfaces);
   app.add_flag("--force", force,
                "Replace files that are there, of --sequences, --write-skin and --write-images")
       ->group(kGroup);
   noMdx = AddOff(app, "--no-mdx", writeMdx,
                  "Of an mdm: do not write the mdx file with its skeleton and animation")
               ->group(kGroup);
-  table.Add(noMdx, {filekind::Mdm});
+  table.Add(noMdx, KindsThat([](const format& row) { return row.IsPair(); }));
   for (CLI::Option* option :
        {app.add_option("--bones", rig.bones.only,
                        "The joints that become bones, by name: * stands for any text, ? for a "
@@ -270,18 +275,18 @@ void exportoptions::Define(CLI::App& app) {
              "Leave the normals as the handler writes them: 0 in an mdc, in the space of the "
              "rest pose in an mds or mdm. Without this they are those that the games light by")
           ->group(kGroup),
-      {filekind::Mdc, filekind::Mds, filekind::Mdm});
+      surfaces);
   table.Add(
       app.add_option("--shader-dir", shaderDir,
                      "The folder, as models/players/hero, of materials that have no path of "
                      "the game: neither as game_path, nor as their name, nor as their image's")
           ->option_text("DIR")
           ->group(kGroup),
-      {filekind::Mdc, filekind::Mds, filekind::Mdm});
+      surfaces);
 }
 
 void exportoptions::ChooseMdx(const std::string& path, const std::string& named) {
-  if (KindOf(path) == filekind::Mdm && !choices.ask) {
+  if (FormatOf(KindOf(path)).IsPair() && !choices.ask) {
     choices.mdx = !writeMdx ? "" : named.empty() ? WithSuffix(path, ".mdx") : named;
   }
 }

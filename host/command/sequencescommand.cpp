@@ -28,9 +28,9 @@ int InitSequences(programstate& state, const sequencesjob& job) {
   }
   RequireReadable(job.model);
   std::string animated = job.model;
-  if (kind == filekind::Mdm) {
+  if (FormatOf(kind).IsPair()) {
     animated = SkeletonOf(job.model, job.mdx);
-    kind = filekind::Mdx;
+    kind = FormatOf(kind).skeleton;
   } else if (!job.mdx.empty()) {
     throw failure(job.model, "--mdx is for an mdm model", kExitUsage);
   }

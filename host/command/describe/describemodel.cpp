@@ -3,10 +3,7 @@
 
 #include "command/describe/describe.h"
 #include "command/files/modellimits.h"
-#include "mdc/mdcfile.h"
-#include "mdmmdx/mdmfile.h"
-#include "mdmmdx/mdxfile.h"
-#include "mds/mdsfile.h"
+#include "command/files/readers.h"
 
 namespace command {
 
@@ -260,32 +257,23 @@ description Describe(const cmdxfile& file) {
   return whole;
 }
 
-// A file that is refused has its tables up to what does not hold.
-template <class File>
-description DescribeFile(const std::string& path, modelfindings& found) {
-  File file;
-  if (!file.Load(path.c_str())) {
-    found.fault = file.Fault().empty() ? "it cannot be read" : file.Fault();
-  }
-  if (found.fault.empty()) {
-    found.limits = PassedLimits(file);
-  }
-  return file.header == nullptr ? description::object() : Describe(file);
-}
-
 }  // namespace
 
 description DescribeModel(const std::string& path, filekind kind, modelfindings& found) {
-  switch (kind) {
-    case filekind::Mdc:
-      return DescribeFile<cmdcfile>(path, found);
-    case filekind::Mds:
-      return DescribeFile<cmdsfile>(path, found);
-    case filekind::Mdm:
-      return DescribeFile<cmdmfile>(path, found);
-    default:
-      return DescribeFile<cmdxfile>(path, found);
-  }
+  description whole = description::object();
+  WithReader(kind, [&](auto&& file) {
+    // A file that is refused has its tables up to what does not hold.
+    if (!file.Load(path.c_str())) {
+      found.fault = file.Fault().empty() ? "it cannot be read" : file.Fault();
+    }
+    if (found.fault.empty()) {
+      found.limits = PassedLimits(file);
+    }
+    if (file.header != nullptr) {
+      whole = Describe(file);
+    }
+  });
+  return whole;
 }
 
 }  // namespace command

@@ -5,12 +5,10 @@
 
 #include "command/failure.h"
 #include "command/files/modellimits.h"
+#include "command/files/readers.h"
+#include "command/surfaces.h"
 #include "command/wording.h"
 #include "core/state.h"
-#include "mdc/mdcfile.h"
-#include "mdmmdx/mdmfile.h"
-#include "mdmmdx/mdxfile.h"
-#include "mds/mdsfile.h"
 
 namespace command {
 
@@ -45,30 +43,17 @@ foundmodel Found(const cmdxfile& file) {
   return {header.numFrames, header.numBones, {}, {}, header.ofsEnd};
 }
 
-// Loads the file with its format's reader and hands it on; the fault where it does not hold.
+// Loads the file and hands it on; the fault where it does not hold.
 template <class File, class Use>
-std::string Load(const std::string& path, Use&& use) {
-  File file;
-  if (!file.Load(path.c_str())) {
-    return FaultText(file.Fault());
-  }
-  return use(file);
+std::string Load(File& file, const std::string& path, Use&& use) {
+  return file.Load(path.c_str()) ? use(file) : FaultText(file.Fault());
 }
 
 template <class Use>
 std::string LoadKind(const std::string& path, filekind kind, Use&& use) {
-  switch (kind) {
-    case filekind::Mdc:
-      return Load<cmdcfile>(path, use);
-    case filekind::Mds:
-      return Load<cmdsfile>(path, use);
-    case filekind::Mdm:
-      return Load<cmdmfile>(path, use);
-    case filekind::Mdx:
-      return Load<cmdxfile>(path, use);
-    default:
-      return "it is no model";
-  }
+  std::string fault = "it is no model";
+  WithReader(kind, [&](auto&& file) { fault = Load(file, path, use); });
+  return fault;
 }
 
 std::string Difference(const char* what, const std::optional<std::int64_t>& expected,
@@ -134,33 +119,31 @@ std::int64_t CountNodes(const core::scene& scene, Predicate&& counts) {
 
 expectedmodel ExpectedOf(const core::scene& scene, filekind kind,
                          const std::optional<framerange>& range) {
-  const auto skins = CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeSkin; });
   const auto bones = CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeBone; });
   const auto tagBones =
       CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeBone && IsTag(node); });
+  const format& kept = FormatOf(kind);
   expectedmodel expected;
-  if (kind != filekind::Mdm && range) {
+  if (range && (kept.vertexFrames || kept.HasBones())) {
     expected.frames = range->frames;
   }
-  switch (kind) {
-    case filekind::Mdc:
+  if (kept.HasBones()) {
+    expected.bones = kept.tags == tagsource::Bones ? bones : bones - tagBones;
+  }
+  if (kept.surfaces) {
+    expected.surfaces = kept.skeletal ? std::ssize(SkinsOf(scene)) : std::ssize(SurfacesOf(scene));
+  }
+  switch (kept.tags) {
+    case tagsource::Nodes:
       expected.tags = CountNodes(scene, IsTag);
-      expected.surfaces =
-          skins + CountNodes(scene, [](cnode& node) { return node.GetType() == kNodeMesh; });
       break;
-    case filekind::Mds:
-      expected.bones = bones;
+    case tagsource::Bones:
       expected.tags = tagBones;
-      expected.surfaces = skins;
       break;
-    case filekind::Mdm:
+    case tagsource::OtherBones:
       expected.tags = bones == tagBones ? 0 : tagBones;
-      expected.surfaces = skins;
       break;
-    case filekind::Mdx:
-      expected.bones = bones - tagBones;
-      break;
-    default:
+    case tagsource::None:
       break;
   }
   return expected;
@@ -189,8 +172,10 @@ std::string FaultOfWritten(const std::string& path, filekind kind, const expecte
 }
 
 std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath) {
-  return Load<cmdmfile>(mdmPath, [&](const cmdmfile& mesh) {
-    return Load<cmdxfile>(mdxPath, [&](const cmdxfile& skeleton) {
+  cmdmfile mesh;
+  cmdxfile skeleton;
+  return Load(mesh, mdmPath, [&](const cmdmfile& /*mesh*/) {
+    return Load(skeleton, mdxPath, [&](const cmdxfile& /*skeleton*/) {
       std::string fault;
       mesh.FitsTo(skeleton, fault);
       return fault;
@@ -206,8 +191,8 @@ std::string WhyRefused(const std::string& path, const std::string& mdxPath,
   if (!fault.empty()) {
     return "is refused: " + fault;
   }
-  if (kind == filekind::Mdm) {
-    fault = LoadKind(mdxPath, filekind::Mdx, holds);
+  if (FormatOf(kind).IsPair()) {
+    fault = LoadKind(mdxPath, FormatOf(kind).skeleton, holds);
     if (!fault.empty()) {
       return "cannot be imported with " + mdxPath + ", which is refused: " + fault;
     }

@@ -40,45 +40,6 @@ std::string SuffixOf(const std::string& path) {
   return extension.empty() ? extension : extension.substr(1);
 }
 
-filekind KindOf(const std::string& path) {
-  const std::string suffix = SuffixOf(path);
-  if (suffix == "glb" || suffix == "gltf") {
-    return filekind::Scene;
-  }
-  if (suffix == "mdc") {
-    return filekind::Mdc;
-  }
-  if (suffix == "mds") {
-    return filekind::Mds;
-  }
-  if (suffix == "mdm") {
-    return filekind::Mdm;
-  }
-  return suffix == "mdx" ? filekind::Mdx : filekind::Other;
-}
-
-std::string KindText(filekind kind) {
-  switch (kind) {
-    case filekind::Scene:
-      return "a glTF scene";
-    case filekind::Mdc:
-      return "an mdc model";
-    case filekind::Mds:
-      return "an mds model";
-    case filekind::Mdm:
-      return "an mdm model";
-    case filekind::Mdx:
-      return "an mdx skeleton";
-    case filekind::Other:
-      break;
-  }
-  return "no kind of file that Marrow knows";
-}
-
-bool IsSkeletal(filekind kind) {
-  return kind == filekind::Mds || kind == filekind::Mdm || kind == filekind::Mdx;
-}
-
 void RequireReadable(const std::string& path) {
   std::error_code error;
   const fs::file_status status = fs::status(core::PathOf(path), error);

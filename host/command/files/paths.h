@@ -7,17 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "command/files/formats.h"
 #include "sampling/storednames.h"
 
 namespace command {
-
-enum class filekind { Other, Scene, Mdc, Mds, Mdm, Mdx };
-
-// By the suffix, in any case of letters.
-filekind KindOf(const std::string& path);
-// "an mds model", "a glTF scene".
-std::string KindText(filekind kind);
-bool IsSkeletal(filekind kind);
 
 // The suffix in lower case and without its dot; empty for none.
 std::string SuffixOf(const std::string& path);

@@ -117,14 +117,15 @@ void sceneoptions::DefineShapes(CLI::App& app, optiontable& table) {
           ->check(CLI::IsMember({"linear", "step"}))
           ->option_text("linear|step")
           ->group("Import"),
-      {filekind::Mdc});
+      KindsThat([](const format& row) { return row.vertexFrames; }));
 }
 
 gltf::options sceneoptions::For(filekind kind) const {
   gltf::options chosen = how;
-  chosen.keepMorphTargets = kind == filekind::Mdc || kind == filekind::Scene;
-  chosen.keepChangingScale = kind == filekind::Mdc;
-  chosen.grid = kind == filekind::Mdc ? double{kMdcUnitsPerStep} : 0.0;
+  const bool vertexFrames = FormatOf(kind).vertexFrames;
+  chosen.keepMorphTargets = vertexFrames || kind == filekind::Scene;
+  chosen.keepChangingScale = vertexFrames;
+  chosen.grid = vertexFrames ? double{kMdcUnitsPerStep} : 0.0;
   return chosen;
 }
 

@@ -4,17 +4,18 @@
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+#include <type_traits>
 #include <vector>
 
+#include "command/files/readers.h"
 #include "command/finish/normals.h"
 #include "command/finish/openmodel.h"
+#include "command/surfaces.h"
 #include "core/deform.h"
 #include "core/smooth.h"
 #include "core/state.h"
 #include "gltf/write/fault.h"
 #include "gltf/write/skinning.h"
-#include "mdmmdx/mdmfile.h"
-#include "mds/mdsfile.h"
 
 namespace command {
 
@@ -47,16 +48,6 @@ double Degrees(const core::vec3& a, const cpoint3& b) {
 // Of a rotation.
 core::vec3 TurnBack(const core::vec3& v, const core::affine& m) {
   return {core::Dot(v, m.row[0]), core::Dot(v, m.row[1]), core::Dot(v, m.row[2])};
-}
-
-std::vector<cskin*> SkinsOf(const core::scene& scene) {
-  std::vector<cskin*> skins;
-  for (cnode* node : scene.Nodes()) {
-    if (node->GetType() == kNodeSkin) {
-      skins.push_back(static_cast<cskin*>(node));
-    }
-  }
-  return skins;
 }
 
 class normaltaker {
@@ -189,23 +180,17 @@ void Take(console& out, const std::string& path, const skelmesh& file, core::sce
   }
 }
 
-template <class File>
-void LoadAndTake(console& out, const std::string& path, core::scene& scene) {
-  File file;
-  if (LoadAgain(path, path, file)) {
-    Take(out, path, file, scene);
-  }
-}
-
 }  // namespace
 
 void TakeFileNormals(console& out, const std::string& path, filekind kind, core::scene& scene) {
   try {
-    if (kind == filekind::Mds) {
-      LoadAndTake<cmdsfile>(out, path, scene);
-    } else if (kind == filekind::Mdm) {
-      LoadAndTake<cmdmfile>(out, path, scene);
-    }
+    WithReader(kind, [&]<class File>(File&& file) {
+      if constexpr (std::is_base_of_v<skelmesh, File>) {
+        if (LoadAgain(path, path, file)) {
+          Take(out, path, file, scene);
+        }
+      }
+    });
   } catch (const gltf::writefault& fault) {
     out.Warning(path, "its normals are not taken: " + std::string(fault.what()));
   }

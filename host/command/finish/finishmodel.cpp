@@ -10,14 +10,12 @@
 
 #include "binary/filewriter.h"
 #include "command/failure.h"
+#include "command/files/readers.h"
 #include "command/finish/normals.h"
 #include "command/finish/openmodel.h"
 #include "command/finish/shaders.h"
 #include "command/finish/torso.h"
 #include "files/disk.h"
-#include "mdmmdx/mdmfile.h"
-#include "mdmmdx/mdxfile.h"
-#include "mds/mdsfile.h"
 
 namespace command {
 
@@ -91,48 +89,60 @@ void Rewrite(const std::string& told, const std::string& path, Change&& change) 
   }
 }
 
+// What is done in a file of each format; whether anything was.
+struct finisher {
+  console& out;
+  const std::string& told;
+  const finishsteps& steps;
+  const core::scene& scene;
+  const std::optional<framerange>& range;
+
+  bool Finish(const cmdcfile& file) const {
+    const std::optional<int> start = FirstFrame(file, scene, range);
+    if (start) {
+      SetFrameBounds(file, scene, *start);
+      if (steps.normals) {
+        SetMdcNormals(file, scene, *start);
+      }
+    } else if (steps.normals) {
+      out.Warning(told,
+                  "its normals are not set, since the window does not tell which frames were "
+                  "chosen; --start and --end do");
+    }
+    return SetShaders(file, scene) || start.has_value();
+  }
+  bool Finish(const cmdsfile& file) const {
+    const bool skins = FinishSkins(file);
+    return FinishTorso(file) || skins;
+  }
+  bool Finish(const cmdmfile& file) const { return FinishSkins(file); }
+  bool Finish(const cmdxfile& file) const { return FinishTorso(file); }
+
+ private:
+  bool FinishSkins(const skelmesh& file) const {
+    if (steps.normals) {
+      SetSkinNormals(file, scene);
+    }
+    return SetShaders(file, scene) || steps.normals;
+  }
+  template <class File>
+  bool FinishTorso(const File& file) const {
+    if (steps.torso) {
+      SetTorso(file, *steps.torso);
+    }
+    return steps.torso.has_value();
+  }
+};
+
 }  // namespace
 
 void FinishModel(console& out, const std::string& told, const std::string& path, filekind kind,
                  const finishsteps& steps, const core::scene& scene,
                  const std::optional<framerange>& range) {
-  const auto skins = [&](const auto& file) {
-    if (steps.normals) {
-      SetSkinNormals(file, scene);
-    }
-    return SetShaders(file, scene) || steps.normals;
-  };
-  const auto torso = [&](const auto& file) {
-    if (steps.torso) {
-      SetTorso(file, *steps.torso);
-    }
-    return steps.torso.has_value();
-  };
-  if (kind == filekind::Mdc) {
-    Rewrite<cmdcfile>(told, path, [&](const cmdcfile& file) {
-      const std::optional<int> start = FirstFrame(file, scene, range);
-      if (start) {
-        SetFrameBounds(file, scene, *start);
-        if (steps.normals) {
-          SetMdcNormals(file, scene, *start);
-        }
-      } else if (steps.normals) {
-        out.Warning(told,
-                    "its normals are not set, since the window does not tell which frames "
-                    "were chosen; --start and --end do");
-      }
-      return SetShaders(file, scene) || start.has_value();
-    });
-  } else if (kind == filekind::Mds) {
-    Rewrite<cmdsfile>(told, path, [&](const cmdsfile& file) {
-      const bool lit = skins(file);
-      return torso(file) || lit;
-    });
-  } else if (kind == filekind::Mdm) {
-    Rewrite<cmdmfile>(told, path, skins);
-  } else if (kind == filekind::Mdx) {
-    Rewrite<cmdxfile>(told, path, torso);
-  }
+  const finisher finish{out, told, steps, scene, range};
+  WithReader(kind, [&]<class File>(File&& /*empty*/) {
+    Rewrite<File>(told, path, [&](const File& file) { return finish.Finish(file); });
+  });
 }
 
 }  // namespace command

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command/finish/openmodel.h"
+#include "command/surfaces.h"
 #include "core/deform.h"
 #include "core/pose.h"
 #include "core/state.h"
@@ -38,12 +39,7 @@ struct source {
 };
 
 std::vector<source> SourcesOf(const cmdcfile& file, const core::scene& scene) {
-  std::vector<cnode*> nodes;
-  for (cnode* node : scene.Nodes()) {
-    if (node->GetType() == kNodeMesh || node->GetType() == kNodeSkin) {
-      nodes.push_back(node);
-    }
-  }
+  const std::vector<cnode*> nodes = SurfacesOf(scene);
   RequireCount(file.surfaces.size(), nodes.size(), "surfaces");
   std::vector<source> sources(nodes.size());
   for (std::size_t s = 0; s < nodes.size(); ++s) {
@@ -169,20 +165,15 @@ void SetMdcNormals(const cmdcfile& file, const core::scene& scene, int start) {
 }
 
 void SetSkinNormals(const skelmesh& file, const core::scene& scene) {
-  std::size_t s = 0;
-  for (cnode* node : scene.Nodes()) {
-    if (node->GetType() != kNodeSkin) {
-      continue;
-    }
-    if (s == file.surfaces.size()) {
-      RequireCount(s, s + 1, "surfaces");
-    }
-    auto& skin = static_cast<cskin&>(*node);
+  const std::vector<cskin*> skins = SkinsOf(scene);
+  RequireCount(file.surfaces.size(), skins.size(), "surfaces");
+  for (std::size_t s = 0; s < skins.size(); ++s) {
+    cskin& skin = *skins[s];
     const core::skinstate& state = skin.Skin();
     cexpmesh mesh;
     mesh.BuildFromSkin(&skin, 2);
     const skelsurfentry& entry = file.surfaces[s];
-    RequireVertices(entry.numVerts, mesh, s++);
+    RequireVertices(entry.numVerts, mesh, s);
     cvertexwalk walk = file.Vertices(entry);
     for (std::int32_t v = 0; v < mesh.numVerts; ++v, walk.Next()) {
       const core::skinstretch& weights = state.stretches[mesh.vertMap.Data()[v]];

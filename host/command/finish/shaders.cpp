@@ -6,21 +6,21 @@
 
 #include "command/files/paths.h"
 #include "command/finish/openmodel.h"
+#include "command/surfaces.h"
 #include "core/state.h"
 
 namespace command {
 
 namespace {
 
-// The path of each surface; "" where the handler's stays. Skeletal models have skins alone.
-std::vector<std::string> PathsOf(const core::scene& scene, bool meshes) {
+// The path of each surface; "" where the handler's stays.
+template <class Node>
+std::vector<std::string> PathsOf(const std::vector<Node*>& surfaces) {
   std::vector<std::string> paths;
-  for (cnode* node : scene.Nodes()) {
-    if (node->GetType() == kNodeSkin || (meshes && node->GetType() == kNodeMesh)) {
-      const cmaterial* const material = node->GetMaterial();
-      const std::string path = material == nullptr ? "" : Folded(material->State().gamePath);
-      paths.push_back(path.find('/') == std::string::npos ? "" : path);
-    }
+  for (cnode* node : surfaces) {
+    const cmaterial* const material = node->GetMaterial();
+    const std::string path = material == nullptr ? "" : Folded(material->State().gamePath);
+    paths.push_back(path.find('/') == std::string::npos ? "" : path);
   }
   return paths;
 }
@@ -39,7 +39,7 @@ bool Set(const namefield<Size>& shader, const std::string& path) {
 }  // namespace
 
 bool SetShaders(const cmdcfile& file, const core::scene& scene) {
-  const std::vector<std::string> paths = PathsOf(scene, true);
+  const std::vector<std::string> paths = PathsOf(SurfacesOf(scene));
   bool changed = false;
   for (std::size_t s = 0; s < std::min(paths.size(), file.surfaces.size()); ++s) {
     if (file.surfaces[s].numShaders > 0) {
@@ -50,7 +50,7 @@ bool SetShaders(const cmdcfile& file, const core::scene& scene) {
 }
 
 bool SetShaders(const skelmesh& file, const core::scene& scene) {
-  const std::vector<std::string> paths = PathsOf(scene, false);
+  const std::vector<std::string> paths = PathsOf(SkinsOf(scene));
   bool changed = false;
   for (std::size_t s = 0; s < std::min(paths.size(), file.surfaces.size()); ++s) {
     changed = Set(file.surfaces[s].surface->shader, paths[s]) || changed;

@@ -25,8 +25,7 @@ static_assert(offsetof(mdsHeader, name) == kNameOffset &&
 
 headername NameFor(const std::string& path, filekind kind, bool modelsDir) {
   headername name{};
-  SetName(name,
-          (kind == filekind::Mdc ? MakeModelsPath(path, modelsDir) : GetModelName(path)).c_str());
+  SetName(name, (IsSkeletal(kind) ? GetModelName(path) : MakeModelsPath(path, modelsDir)).c_str());
   return name;
 }
 

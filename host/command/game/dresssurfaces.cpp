@@ -1,30 +1,21 @@
 #include "command/game/dresssurfaces.h"
 
 #include <new>
+#include <type_traits>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
+#include "command/files/readers.h"
 #include "command/finish/openmodel.h"
 #include "command/game/gamepath.h"
 #include "command/game/skinrows.h"
+#include "command/surfaces.h"
 #include "core/state.h"
-#include "mdmmdx/mdmfile.h"
-#include "mds/mdsfile.h"
 
 namespace command {
 
 namespace {
-
-std::vector<cnode*> SurfacesOf(const core::scene& scene) {
-  std::vector<cnode*> surfaces;
-  for (cnode* node : scene.Nodes()) {
-    if (node->GetType() == kNodeSkin || node->GetType() == kNodeMesh) {
-      surfaces.push_back(node);
-    }
-  }
-  return surfaces;
-}
 
 class dresser {
  public:
@@ -67,11 +58,9 @@ class dresser {
   std::unordered_set<cmaterial*> taken_;
 };
 
-template <class File>
-void Dress(const std::string& path, const std::string& skin, core::scene& scene) {
-  const std::vector<cnode*> nodes = SurfacesOf(scene);
-  File file;
-  if (nodes.empty() || !LoadAgain(path, path, file) || nodes.size() != file.surfaces.size()) {
+void Dress(const std::vector<cnode*>& nodes, const skelmesh& file, const std::string& skin,
+           core::scene& scene) {
+  if (nodes.size() != file.surfaces.size()) {
     return;
   }
   dresser dress(scene,
@@ -85,11 +74,17 @@ void Dress(const std::string& path, const std::string& skin, core::scene& scene)
 
 void DressSurfaces(const std::string& path, filekind kind, const std::string& skin,
                    core::scene& scene) {
-  if (kind == filekind::Mds) {
-    Dress<cmdsfile>(path, skin, scene);
-  } else if (kind == filekind::Mdm) {
-    Dress<cmdmfile>(path, skin, scene);
+  const std::vector<cnode*> nodes = SurfacesOf(scene);
+  if (nodes.empty()) {
+    return;
   }
+  WithReader(kind, [&]<class File>(File&& file) {
+    if constexpr (std::is_base_of_v<skelmesh, File>) {
+      if (LoadAgain(path, path, file)) {
+        Dress(nodes, file, skin, scene);
+      }
+    }
+  });
 }
 
 }  // namespace command

@@ -42,7 +42,7 @@ void TellWhatIsLeftOut(console& out, const std::string& path, filekind kind,
       meshes.emplace_back(node->GetName());
     }
   }
-  if ((kind == filekind::Mds || kind == filekind::Mdm) && !meshes.empty()) {
+  if (FormatOf(kind).surfaces && IsSkeletal(kind) && !meshes.empty()) {
     out.Warning(path,
                 "meshes that no skeleton moves are left out, since the format has surfaces "
                 "of skins only: " +
@@ -202,7 +202,7 @@ void CheckExport(const std::string& path, const exportoptions& options) {
     throw failure(path, "--force goes with --sequences, --write-skin or --write-images",
                   kExitUsage);
   }
-  if (kind == filekind::Mdm && options.sequences && !options.writeMdx) {
+  if (FormatOf(kind).IsPair() && options.sequences && !options.writeMdx) {
     throw failure(path,
                   "--sequences and --no-mdx exclude each other: the sequence file of an mdm "
                   "lies beside its mdx",
@@ -213,6 +213,7 @@ void CheckExport(const std::string& path, const exportoptions& options) {
 int ExportModel(console& out, modelhost& host, const std::string& path,
                 const exportoptions& options, double fps, core::scene& scene) {
   const filekind kind = KindOf(path);
+  const format& kept = FormatOf(kind);
   std::string mdx = MdxToWrite(options.choices.mdx);
   const module::handler& handler = host.ExporterOf(path);
   exportchoices choices = options.choices;
@@ -220,7 +221,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   if (!scene.Nodes().empty()) {
     const std::size_t origin = OriginOf(path, choices.origin, scene);
     if (IsSkeletal(kind)) {
-      const bool animated = kind != filekind::Mdm || !mdx.empty();
+      const bool animated = !kept.IsPair() || !mdx.empty();
       rig = PrepareRig(out, path, animated, options.rig, scene);
     }
     TellNames(out, path, kind, scene);
@@ -249,7 +250,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   CheckMdxPath(skeleton.written);
   choices.mdx = skeleton.written;
-  if (kind == filekind::Mdc) {
+  if (kept.vertexFrames) {
     choices.mostFrames = kMostMdcFrames;
   }
   exportanswers answers(choices);
@@ -278,7 +279,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   const std::optional<framerange>& range = answers.Range();
   finishsteps finish = options.finish;
   if (rig.torso != nullptr) {
-    finish.torso = BoneNumber(scene, kind == filekind::Mdm ? filekind::Mdx : kind, *rig.torso);
+    finish.torso = BoneNumber(scene, kept.skeleton, *rig.torso);
   }
   SetStoredName(model.written, FullPath(path), kind, choices.modelsDir);
   FinishModel(out, path, model.written, kind, finish, scene, range);
@@ -294,8 +295,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   newsequences sequences;
   if (options.sequences && range) {
-    sequences =
-        AddSequences(out, set, kind == filekind::Mdm ? mdx : path, options, *range, fps, scene);
+    sequences = AddSequences(out, set, kept.IsPair() ? mdx : path, options, *range, fps, scene);
   }
   set.Commit();
   TellRootBone(out, path, rig.root);
@@ -307,7 +307,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   TellWritten(out, path, written);
   if (!mdx.empty()) {
     TellWritten(out, mdx, writtenMdx);
-  } else if (kind == filekind::Mdm) {
+  } else if (kept.IsPair()) {
     out.Note(path, "its skeleton and animation are not written");
   }
   if (!sequences.lines.empty()) {

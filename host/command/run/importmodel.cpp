@@ -50,13 +50,13 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   const module::handler& handler = host.ImporterOf(path);
   RequireReadable(path);
   importchoices chosen = choices;
-  if (KindOf(path) == filekind::Mdm && !chosen.ask) {
+  if (FormatOf(KindOf(path)).IsPair() && !chosen.ask) {
     CheckMdxPath(chosen.mdx);
     chosen.mdx = SkeletonOf(path, chosen.mdx);
     CheckMdxPath(chosen.mdx);
   }
   std::optional<mdcframes> frames;
-  if (KindOf(path) == filekind::Mdc && !chosen.ask) {
+  if (FormatOf(KindOf(path)).vertexFrames && !chosen.ask) {
     frames.emplace(path);
     frames->Choose(chosen);
     if (!chosen.frame) {
@@ -83,7 +83,7 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
     out.Warning(path, warning);
   }
   TellWhatChanged(out, path, chosen, answers);
-  if (KindOf(path) == filekind::Mdc && !frames) {
+  if (FormatOf(KindOf(path)).vertexFrames && !frames) {
     chosen.frame = answers.Frame();
     frames.emplace(path);
     frames->Choose(chosen);

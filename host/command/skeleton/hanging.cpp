@@ -44,7 +44,8 @@ std::vector<cnode*> InHierarchyOrder(core::scene& scene) {
 }
 
 bool IsListedBone(const cnode& node, filekind kind) {
-  return node.State().type == kNodeBone && (kind == filekind::Mds || !IsTagName(node.State().name));
+  return node.State().type == kNodeBone &&
+         (FormatOf(kind).tags == tagsource::Bones || !IsTagName(node.State().name));
 }
 
 ckey KeyUnder(const cnode& parent, const cnode& node, int frame, bool& rigid) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "command/surfaces.h"
 #include "core/state.h"
 #include "skeletal/standardbones.h"
 
@@ -11,8 +12,9 @@ namespace command {
 namespace {
 
 bool IsTagOf(const cnode& node, filekind kind) {
-  return IsTagName(node.State().name) &&
-         (kind == filekind::Mdc || node.State().type == kNodeBone) && kind != filekind::Mdx;
+  const tagsource tags = FormatOf(kind).tags;
+  return tags != tagsource::None && IsTagName(node.State().name) &&
+         (tags == tagsource::Nodes || node.State().type == kNodeBone);
 }
 
 void TellApart(const std::vector<cnode*>& nodes, std::vector<std::string>& changed) {
@@ -51,15 +53,14 @@ std::string StartOf(const std::string& name, std::size_t length) {
 
 std::vector<std::string> TellCutNamesApart(core::scene& scene, filekind kind) {
   std::vector<cnode*> bones;
-  std::vector<cnode*> surfaces;
   for (cnode* node : scene.Nodes()) {
-    const int type = node->GetType();
-    if (type == kNodeSkin || (type == kNodeMesh && kind == filekind::Mdc)) {
-      surfaces.push_back(node);
-    }
-    if (kind == filekind::Mdc ? IsTagOf(*node, kind) : type == kNodeBone) {
+    if (IsSkeletal(kind) ? node->GetType() == kNodeBone : IsTagOf(*node, kind)) {
       bones.push_back(node);
     }
+  }
+  std::vector<cnode*> surfaces = SurfacesOf(scene);
+  if (IsSkeletal(kind)) {
+    std::erase_if(surfaces, [](cnode* node) { return node->GetType() != kNodeSkin; });
   }
   std::vector<std::string> changed;
   TellApart(bones, changed);

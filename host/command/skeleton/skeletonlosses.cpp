@@ -73,16 +73,17 @@ std::string FarthestFew(std::vector<boneloss> losses) {
 
 std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
                                         const framerange& range) {
+  const bool tagBones = FormatOf(kind).tags == tagsource::Bones;
   std::vector<cnode*> bones;
   std::vector<cnode*> tags;
   for (cnode* node : scene.Nodes()) {
     if (node->GetType() == kNodeBone) {
-      (kind != filekind::Mds && IsTagName(node->GetName()) ? tags : bones).push_back(node);
+      (!tagBones && IsTagName(node->GetName()) ? tags : bones).push_back(node);
     }
   }
   const std::unordered_set<const cnode*> listed(bones.begin(), bones.end());
   std::vector<std::string> lines;
-  if (kind == filekind::Mdm) {
+  if (FormatOf(kind).IsPair()) {
     std::vector<loss> shifted;
     for (cnode* tag : tags) {
       if (cnode* const parent = tag->GetParent(); listed.contains(parent)) {

@@ -1,0 +1,17 @@
+#pragma once
+
+// The nodes of a scene that are the surfaces of a model, in the scene's order, which is that of the
+// exporters and the importers. The scene keeps them.
+
+#include <vector>
+
+#include "core/scene.h"
+
+namespace command {
+
+// Of a skeletal model.
+std::vector<cskin*> SkinsOf(const core::scene& scene);
+// Of a model with frames of vertices: skins and meshes; and all that an importer brings in.
+std::vector<cnode*> SurfacesOf(const core::scene& scene);
+
+}  // namespace command
