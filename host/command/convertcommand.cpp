@@ -43,22 +43,20 @@ void CheckConversion(const convertjob& job, filekind from, filekind to) {
                   kExitUsage);
   }
   if (!job.mdx.empty() && !FormatOf(from).IsPair() && !FormatOf(to).IsPair()) {
-    throw failure(job.mdx, "--mdx makes no sense here: neither file is an mdm model", kExitUsage);
+    throw failure(job.mdx, "--mdx is for an mdm model, and neither file is one", kExitUsage);
   }
   if (!job.mdx.empty() && !FormatOf(from).IsPair() && !job.out.writeMdx) {
     throw failure(job.mdx, "--mdx and --no-mdx exclude each other", kExitUsage);
   }
   for (const CLI::Option* option : {job.scene.scale, job.scene.facing, job.scene.fps}) {
     if (option->count() > 0 && from != filekind::Scene && to != filekind::Scene) {
-      throw failure(option->get_name(), "makes no sense between two models: it is for scene files",
+      throw failure(option->get_name(), "applies to scene files, and neither file is one",
                     kExitUsage);
     }
   }
   if (!job.boneMap.empty() &&
       (from == filekind::Scene ? !IsSkeletal(to) : to != filekind::Scene || !IsSkeletal(from))) {
-    throw failure(job.boneMap,
-                  "--bone-map makes no sense here: it is between a scene and a skeletal model",
-                  kExitUsage);
+    throw failure(job.boneMap, "--bone-map needs a scene and a skeletal model", kExitUsage);
   }
   job.in.table.RequireFor(from, job.source);
   job.out.table.RequireFor(to, job.target);

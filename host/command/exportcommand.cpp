@@ -44,8 +44,8 @@ void DefineExport(CLI::App& app, programstate& state) {
   command->add_option("SCENE", job->sources, "The scene: a .glb or .gltf file, or several")
       ->required();
   job->output.Define(*command,
-                     "The model to write: an mdc, mds, mdm or mdx file, of which an old one stays "
-                     "untouched until the new one reads back whole",
+                     "The model to write: an mdc, mds, mdm or mdx file, of which an old one is "
+                     "kept until the new one reads back whole",
                      "MODEL",
                      SuffixesOf(KindsThat([](const format& row) { return row.IsModel(); })));
   job->options.Define(*command);

@@ -55,7 +55,7 @@ void ShowInfo(programstate& state, const infojob& job) {
                : DescriptionText(whole);
   std::fputs(text.c_str(), stdout);
   if (!fault.empty()) {
-    throw failure(job.path, "is refused: " + fault);
+    throw failure(job.path, fault);
   }
 }
 

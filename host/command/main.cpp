@@ -31,7 +31,8 @@ std::string Fault(const CLI::App& app, const CLI::ParseError& wrong) {
           names.push_back("--" + name);
         }
       }
-      return typed + " is no option of " + command.get_name() + command::DidYouMean(typed, names);
+      return typed + " is not an option of " + command.get_name() +
+             command::DidYouMean(typed, names);
     }
   }
   // The parser misses a command before it looks at what stands in its place.

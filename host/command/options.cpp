@@ -37,7 +37,7 @@ framestretch StretchOf(const std::string& text, const std::string& option) {
     at = *at == '-' ? number(at + 1, end, made.last) : nullptr;
   }
   if (at != end || made.last < made.first) {
-    throw CLI::ValidationError(option, text + " is no range of frames as 10-19");
+    throw CLI::ValidationError(option, text + " is not a range of frames such as 10-19");
   }
   return made;
 }
@@ -45,7 +45,7 @@ framestretch StretchOf(const std::string& text, const std::string& option) {
 framestretch ClipOf(const std::string& text) {
   const std::size_t equals = text.rfind('=');
   if (equals == std::string::npos || equals == 0) {
-    throw CLI::ValidationError("--clip", text + " is no clip as walk=10-19");
+    throw CLI::ValidationError("--clip", text + " is not a clip such as walk=10-19");
   }
   framestretch made = StretchOf(text.substr(equals + 1), "--clip");
   made.name = text.substr(0, equals);
@@ -64,7 +64,7 @@ loopchoice LoopOf(const std::string& text) {
       return made;
     }
   }
-  throw CLI::ValidationError("--loop", text + " is no loop as walk=12 or walk=all");
+  throw CLI::ValidationError("--loop", text + " is not a loop such as walk=12 or walk=all");
 }
 
 }  // namespace
@@ -81,8 +81,8 @@ void optiontable::RequireFor(filekind kind, const std::string& path) const {
         kinds.push_back(KindText(fit));
       }
       throw failure(path,
-                    entry.option->get_name() + " makes no sense with " + KindText(kind) +
-                        ": it is for " + Joined(kinds),
+                    entry.option->get_name() + " does not apply to " + KindText(kind) +
+                        ", only to " + Joined(kinds),
                     kExitUsage);
     }
   }
@@ -192,7 +192,7 @@ void exportoptions::Define(CLI::App& app) {
                 ->group(kGroup),
             models);
   table.Add(app.add_option("--origin", choices.origin,
-                           "Node whose place at frame 0 is the model's origin (default: the "
+                           "Node whose position at frame 0 is the model's origin (default: the "
                            "scene's origin)")
                 ->option_text("NODE")
                 ->group(kGroup),
@@ -206,7 +206,7 @@ void exportoptions::Define(CLI::App& app) {
       app.add_flag("--sequences", sequences,
                    "Write the scene's clips as the model's sequence file too: wolfanim.cfg beside "
                    "an mds, NAME.aninc beside an mdx. Each line has name, first frame, frames, "
-                   "frames that loop, frames a second. One that is there stays as it is")
+                   "frames that loop, frames a second. An existing one is kept")
           ->group(kGroup);
   table.Add(sequencesFlag, skeletal);
   CLI::Option* loop =
@@ -239,7 +239,7 @@ void exportoptions::Define(CLI::App& app) {
                 ->group(kGroup),
             surfaces);
   app.add_flag("--force", force,
-               "Replace files that are there, of --sequences, --write-skin and --write-images")
+               "Replace existing files of --sequences, --write-skin and --write-images")
       ->group(kGroup);
   noMdx = AddOff(app, "--no-mdx", writeMdx,
                  "Of an mdm: do not write the mdx file with its skeleton and animation")
@@ -329,7 +329,7 @@ CLI::Option* DefineBoneMap(CLI::App& app, std::string& path) {
   return app
       .add_option("--bone-map", path,
                   "A text file with lines Name in scene = Name in game: bones are renamed by it, "
-                  "from the scene's names to the games' on export, the other way on import")
+                  "from the scene's names to the games' on export, and back on import")
       ->option_text("FILE");
 }
 

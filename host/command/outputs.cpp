@@ -50,12 +50,12 @@ std::vector<std::string> outputoptions::For(const std::vector<std::string>& inpu
   const bool folder = IsFolder(target);
   if (inputs.size() == 1 && !target.empty() && !folder) {
     if (!kind.empty() && SuffixOf(target) != kind) {
-      throw failure(target, "is no " + kind + " file, as --to says", kExitUsage);
+      throw failure(target, "does not end in ." + kind + ", as --to says", kExitUsage);
     }
     return {target};
   }
   if (!target.empty() && !folder) {
-    throw failure(target, "is no folder: with several inputs -o names one", kExitUsage);
+    throw failure(target, "is not a folder, which -o has to name for several inputs", kExitUsage);
   }
   const std::string& suffix = kind.empty() ? usual : kind;
   if (suffix.empty()) {

@@ -38,7 +38,7 @@ int InitSequences(programstate& state, const sequencesjob& job) {
   const std::string path = SequenceFileOf(animated, kind);
   std::error_code error;
   if (!job.force && std::filesystem::exists(core::PathOf(path), error)) {
-    throw failure(path, "is there already; --force replaces it");
+    throw failure(path, "already exists, kept; use --force to replace it");
   }
   const std::vector<sequenceline> lines = WholeSequence(frames, job.fps);
   files::replacement set(state.out.Warnings());

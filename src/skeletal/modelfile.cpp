@@ -81,7 +81,7 @@ bool cmodelfile::ParseSurface(skelmesh& mesh, std::int64_t offset, std::int32_t 
   }
   const skelSurface& surface = *entry.surface;
   if (surface.ident != surfaceIdent) {
-    return fault("ident is " + std::to_string(surface.ident) + " in place of " +
+    return fault("ident is " + std::to_string(surface.ident) + " instead of " +
                  std::to_string(surfaceIdent));
   }
   entry.numVerts = CountOf(surface.numVerts);

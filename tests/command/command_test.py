@@ -80,13 +80,13 @@ class Usage(program.ProgramTest):
             ("--sequences", "export", SAMPLE, "-o", "x.mdc", "--sequences"),
             ("--no-mdx", "export", SAMPLE, "-o", "x.mdm", "--sequences", "--no-mdx"),
             ("--no-mdx", "export", SAMPLE, "-o", "x.mdm", "--mdx", "x.mdx", "--no-mdx"),
-            ("--scle is no option of export; did you mean --scale?", "export", SAMPLE, "--scle",
+            ("--scle is not an option of export; did you mean --scale?", "export", SAMPLE, "--scle",
              "2"),
-            ("--bath is no option of info (", "info", SAMPLE, "--bath"),
+            ("--bath is not an option of info (", "info", SAMPLE, "--bath"),
             ("did you mean --sequence?", "import", "--sequnce=x", "a.mds", "-o", "x.glb"),
             ("did you mean export?", "exprot", SAMPLE),
             ("which kind", "export", SAMPLE),
-            ("is no folder", "export", SAMPLE, "x.glb", "-o", "y.mds"),
+            ("is not a folder", "export", SAMPLE, "x.glb", "-o", "y.mds"),
             ("as another input is", "export", SAMPLE, SAMPLE, "--to", "mds", "-o", "."),
             ("names one file", "export", SAMPLE, "x.glb", "--to", "mdm", "-o", ".", "--mdx", "m"),
             ("one sequence file", "export", SAMPLE, "x.glb", "--to", "mds", "-o", ".",
@@ -96,7 +96,7 @@ class Usage(program.ProgramTest):
             ("--to KIND", "convert", "a.mds"),
             ("same file", "export", SAMPLE, "-o", "x.mdm", "--mdx", "./x.mdm"),
             ("255", "export", SAMPLE, "-o", "x.mdm", "--mdx", "d/" * 130 + "x.mdx"),
-            ("no kind of file", "info", "x.obj"),
+            ("unknown kind of file", "info", "x.obj"),
         ):
             self.fails(2, *arguments, saying=[saying])
         self.assertEqual(self.names(), before)

@@ -136,7 +136,7 @@ class Textures(program.ProgramTest):
         model = self.place("main/models/players/hero")
         self.skin("main/models/players/hero", FACE)
         self.write("main/" + FACE, "no image")
-        self.assertEqual(self.image(model, saying=["face.tga is no image"])[1], 0)
+        self.assertEqual(self.image(model, saying=["face.tga is not an image"])[1], 0)
         self.write("out.tga", tga(1))
         self.place("main/models/players/hero", "mdm")
         self.skin("main/models/players/hero", "../out.tga")
@@ -158,7 +158,7 @@ class Textures(program.ProgramTest):
         self.write("mod/pak0.pk3", pk3((FACE, tga(4))))
         self.assertEqual(self.image(model, "--game-dir=main", "--game-dir=mod"), (FACE, 4))
         self.write("main/pak2.pk3", "no archive")
-        self.image(model, saying=["pak2.pk3: is not looked into: "])
+        self.image(model, saying=["pak2.pk3: is skipped: "])
 
     @unittest.skipIf("MARROW_NO_ARCHIVES" in os.environ, "a build without archives")
     def test_archives_that_lie(self):

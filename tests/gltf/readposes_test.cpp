@@ -16,8 +16,7 @@ TEST_F(ReadPoses, ScaleThatChangesIsLeftOutAndSaid) {
   model.Channel(0, arm, "translation", {0, 1}, {0, 0, 0, 3, 0, 0});
   ASSERT_TRUE(Read(model)) << told.fault;
   ASSERT_EQ(told.warnings.size(), 1U);
-  EXPECT_NE(told.warnings[0].find("scale that changes during a clip is left out: arm"),
-            std::string::npos);
+  EXPECT_NE(told.warnings[0].find("animated scale is left out: arm"), std::string::npos);
   for (const ckey& key : Node("arm")->State().track->State().keys) {
     EXPECT_EQ((key.scale - MakePt3(1, 1, 1)).Length(), 0.0F);
   }

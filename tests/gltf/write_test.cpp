@@ -284,7 +284,7 @@ TEST_F(gltfwrite, AFaultLeavesTheOldFile) {
       {"node \"broken\": vertex 1 is not a finite number",
        [&] { mesh->SetVert(1, MakePt3(0.0F, NAN, 0.0F)); },
        [&] { mesh->SetVert(1, MakePt3(0.0F, 3.0F, 0.0F)); }},
-      {"node \"broken\": its transform is not a finite one at frame 0",
+      {"node \"broken\": its transform is not finite at frame 0",
        [&] {
          SetKeys(*mesh, {KeyAt(0, MakePt3(std::numeric_limits<float>::infinity(), 0.0F, 0.0F))});
        },

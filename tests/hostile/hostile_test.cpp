@@ -128,7 +128,7 @@ TEST(SkeletalReaders, FaultsNameTheirPlace) {
                {bones + 80 + 64, 2, "bone 1 names parent 2: a parent stands before its child"},
                {bones + 80 + 64, 3, ""},
                {bones + 80 + 64, -2, ""},
-               {second, 9, "surface 1: ident is 9 in place of 8"},
+               {second, 9, "surface 1: ident is 9 instead of 8"},
                {second + 176 + 32, 3, "surface 1: vertex 0 names bone 3 of 3"},
                {second + 176 + 32, -1, ""},
                {second + 172, 0, ""},
@@ -231,7 +231,7 @@ TEST(Readers, OrderAndSharing) {
   EXPECT_EQ(NamesIn<cmdmfile>(mdm, {{80, 0}, {84, -1}, {88, -4}, {92, 1 << 30}}), "");
   // Both lists are looked into, so that all that is wrong is told.
   EXPECT_EQ(NamesIn<cmdmfile>(mdm, {{100, 8}, {92, -1}}),
-            "surface 0: ident is 8 in place of 9; tag 0 does not lie inside the file");
+            "surface 0: ident is 8 instead of 9; tag 0 does not lie inside the file");
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ TEST_F(HelperBones, WithoutThemStretchedBonesFurtherTopsAndMovingTagsAreTold) {
             names{"bones keep the distance from their parent that they have in frame 0: far by up "
                   "to 8, near by up to 1"});
   EXPECT_EQ(losses(filekind::Mdm, 5),
-            names{"tags keep the place on their parent that they have in frame 0: tag_a by up to "
+            names{"tags keep their position on the parent from frame 0: tag_a by up to "
                   "2.83"});
   AddStill("second", nullptr, {9, 5, 0});
   EXPECT_EQ(

@@ -264,7 +264,7 @@ description DescribeModel(const std::string& path, filekind kind, modelfindings&
   WithReader(kind, [&](auto&& file) {
     // A file that is refused has its tables up to what does not hold.
     if (!file.Load(path.c_str())) {
-      found.fault = file.Fault().empty() ? "it cannot be read" : file.Fault();
+      found.fault = file.Fault().empty() ? "cannot be read" : file.Fault();
     }
     if (found.fault.empty()) {
       found.limits = PassedLimits(file);

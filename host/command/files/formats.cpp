@@ -14,7 +14,7 @@ constexpr auto kNoTags = tagsource::None;
 
 // In the order of filekind: kind, suffixes, text, surfaces, vertexFrames, skeletal, skeleton, tags.
 constexpr format kFormats[] = {
-    {Other, {}, "no kind of file that Marrow knows", false, false, false, Other, kNoTags},
+    {Other, {}, "an unknown kind of file", false, false, false, Other, kNoTags},
     {Scene, {"glb", "gltf"}, "a glTF scene", false, false, false, Other, kNoTags},
     {Mdc, {"mdc"}, "an mdc model", true, true, false, Other, tagsource::Nodes},
     {Mds, {"mds"}, "an mds model", true, false, true, Mds, tagsource::Bones},

@@ -23,7 +23,7 @@ struct foundmodel {
 };
 
 std::string FaultText(const std::string& fault) {
-  return fault.empty() ? "it cannot be read, or is larger than 2 GiB" : fault;
+  return fault.empty() ? "cannot be read, or is larger than 2 GiB" : fault;
 }
 
 foundmodel Found(const cmdcfile& file) {
@@ -51,7 +51,7 @@ std::string Load(File& file, const std::string& path, Use&& use) {
 
 template <class Use>
 std::string LoadKind(const std::string& path, filekind kind, Use&& use) {
-  std::string fault = "it is no model";
+  std::string fault = "is not a model";
   WithReader(kind, [&](auto&& file) { fault = Load(file, path, use); });
   return fault;
 }
@@ -189,16 +189,16 @@ std::string WhyRefused(const std::string& path, const std::string& mdxPath,
   const auto holds = [&](const auto& file) { return FaultOfFrame(file, frame.value_or(0)); };
   std::string fault = LoadKind(path, kind, holds);
   if (!fault.empty()) {
-    return "is refused: " + fault;
+    return fault;
   }
   if (FormatOf(kind).IsPair()) {
     fault = LoadKind(mdxPath, FormatOf(kind).skeleton, holds);
     if (!fault.empty()) {
-      return "cannot be imported with " + mdxPath + ", which is refused: " + fault;
+      return "cannot be imported with " + mdxPath + ": " + fault;
     }
     fault = FaultOfPair(path, mdxPath);
     if (!fault.empty()) {
-      return "does not fit to " + mdxPath + ": " + fault;
+      return "does not match " + mdxPath + ": " + fault;
     }
   }
   return "the run failed; perhaps there was not enough memory";
@@ -211,7 +211,7 @@ std::int64_t FramesOf(const std::string& path, filekind kind) {
     return std::string();
   });
   if (!fault.empty()) {
-    throw failure(path, "is refused: " + fault);
+    throw failure(path, fault);
   }
   return frames;
 }

@@ -51,7 +51,7 @@ void TellBindResidual(console& out, const core::scene& scene, const std::string&
                       const gltf::bindresidual& bind) {
   const double size = SizeOfSkins(scene);
   if (bind.largest > kBindNoise * size) {
-    out.Warning(path, "the weights agree with no rest pose: in the best one a vertex is up to " +
+    out.Warning(path, "no rest pose fits all weights: in the best one a vertex is up to " +
                           Short(bind.largest) + " units off (" + Short(bind.mean) +
                           " in the mean) on a model of " + Short(size));
   }
@@ -138,7 +138,7 @@ void ReadSceneFile(console& out, const std::string& path, const gltf::options& h
     out.Warning(path, warning);
   }
   if (!read) {
-    throw failure(path, "is refused: " + told.fault);
+    throw failure(path, told.fault);
   }
   SettleRates(out, path, how, scene);
 }
@@ -151,7 +151,7 @@ void WriteSceneFile(console& out, const core::scene& scene, const std::string& p
     out.Warning(path, warning);
   }
   if (!written) {
-    throw failure(path, "could not be written: " + told.fault);
+    throw failure(path, "not written: " + told.fault);
   }
   TellBindResidual(out, scene, path, told.bind);
   // A file has a clip only with a node that it moves.

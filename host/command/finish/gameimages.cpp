@@ -68,7 +68,7 @@ class imagesearch {
     if (content != nullptr && core::FindFile(image.State().path) == file.place) {
       return true;
     }
-    std::string fault = "is no image";
+    std::string fault = "is not an image";
     std::shared_ptr<const core::pixels> found;
     if (file.within == nullptr) {
       cimage loaded;
@@ -107,7 +107,7 @@ std::string PathInGame(const cmaterial& material) {
 
 void TellRefused(console& out, const std::vector<gamefiles::refusal>& refused) {
   for (const gamefiles::refusal& each : refused) {
-    out.Warning(each.path, "is not looked into: " + each.fault);
+    out.Warning(each.path, "is skipped: " + each.fault);
     if (!ReadsArchives()) {
       return;  // one for all
     }

@@ -166,8 +166,7 @@ class surfaceframes {
 
 mdcframes::mdcframes(const std::string& path) : path_(path) {
   if (!file_.Load(path.c_str())) {
-    throw failure(path,
-                  "is refused: " + (file_.Fault().empty() ? "it cannot be read" : file_.Fault()));
+    throw failure(path, (file_.Fault().empty() ? "cannot be read" : file_.Fault()));
   }
   last_ = file_.header->numFrames - 1;
 }
@@ -197,8 +196,7 @@ void mdcframes::Choose(const importchoices& choices) {
   }
   for (int frame = first_; frame <= last_; ++frame) {
     if (std::string fault; !file_.HoldsFrame(frame, fault)) {
-      throw failure(path_, "is refused: " + fault +
-                               (first_ < last_ ? "; --frame or --frames takes others" : ""));
+      throw failure(path_, fault + (first_ < last_ ? "; --frame or --frames takes others" : ""));
     }
   }
 }

@@ -15,7 +15,7 @@ template <class File>
 bool LoadAgain(const std::string& told, const std::string& path, File& file) {
   const bool loaded = file.Load(path.c_str());
   if (!loaded && file.Fault().empty()) {
-    throw failure(told, "cannot be read a second time");
+    throw failure(told, "cannot be read again");
   }
   return loaded;
 }

@@ -43,7 +43,8 @@ bool HasWeights(const cnode& node) {
 attachment AttachmentOf(const std::string& text) {
   const std::size_t equals = text.find('=');
   if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
-    throw CLI::ValidationError("--attach", text + " is no tag and model as tag_head=head.mdc");
+    throw CLI::ValidationError("--attach",
+                               text + " is not a tag and a model such as tag_head=head.mdc");
   }
   attachment made{text.substr(0, equals), text.substr(equals + 1), {}};
   const std::size_t colon = made.model.rfind(':');

@@ -90,7 +90,7 @@ void TellWhatWasHelped(console& out, const std::string& path, const helperbones&
   if (!made.hung.empty()) {
     parts.push_back(
         Counted(std::ssize(made.hung), "further top bone") +
-        " hung on a bone, since a skeleton has one place for all top bones; without, they "
+        " hung on a bone, since a skeleton has one position for all top bones; without, they "
         "would be off: " +
         FarthestFew(made.hung));
   }
@@ -290,7 +290,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     FinishModel(out, mdx, skeleton.written, filekind::Mdx, finish, scene, range);
     writtenMdx = CheckWritten(skeleton, scene, range, host.WriteFault());
     if (const std::string fault = FaultOfPair(model.written, skeleton.written); !fault.empty()) {
-      throw NotWritten(path, "does not fit to " + mdx + ": " + fault);
+      throw NotWritten(path, "does not match " + mdx + ": " + fault);
     }
   }
   newsequences sequences;

@@ -73,7 +73,7 @@ modelhost::modelhost(console& out, const std::string& modulePath) : out_(out) {
   std::string error;
   module_ = module::library::Load(path, error);
   if (!module_) {
-    throw failure(path, "is no module: " + error);
+    throw failure(path, "cannot be loaded as a module: " + error);
   }
 }
 

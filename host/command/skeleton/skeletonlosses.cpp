@@ -93,8 +93,7 @@ std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
       }
     }
     Measure(shifted, range);
-    Tell(lines, "tags keep the place on their parent that they have in frame 0",
-         std::move(shifted));
+    Tell(lines, "tags keep their position on the parent from frame 0", std::move(shifted));
     return lines;
   }
   std::vector<loss> stretched;

@@ -87,13 +87,13 @@ void CheckVersion(const jsonobject& root) {
   }
   const std::string least = asset.Text("minVersion");
   if (!least.empty() && least != "2.0") {
-    throw badfile("it asks for a reader of glTF " + least);
+    throw badfile("needs a reader of glTF " + least);
   }
   for (const std::string& extension : root.Texts("extensionsRequired")) {
     if (!IsUnderstood(extension)) {
       throw badfile(IsCompression(extension)
                         ? MissingCompression(extension)
-                        : "it needs the glTF extension " + extension + ", which is not read");
+                        : "needs the glTF extension " + extension + ", which is not supported");
     }
   }
 }
@@ -109,7 +109,7 @@ component ComponentOf(const jsonobject& from) {
     case 5126:
       return static_cast<component>(type);
     default:
-      from.Fail("componentType " + std::to_string(type) + " is none");
+      from.Fail("unsupported component type " + std::to_string(type));
   }
 }
 
@@ -121,7 +121,7 @@ shape ShapeOf(const jsonobject& from) {
       return static_cast<shape>(i);
     }
   }
-  from.Fail("type \"" + type + "\" is none");
+  from.Fail("unsupported accessor type \"" + type + "\"");
 }
 
 void ReadBuffers(const jsonobject& root, document& doc) {
@@ -238,7 +238,7 @@ void ReadMeshes(const jsonobject& root, document& doc) {
       const std::int64_t mode =
           part.Whole("mode", static_cast<std::int64_t>(primitivemode::Triangles));
       if (mode > static_cast<std::int64_t>(primitivemode::Fan)) {
-        part.Fail("mode " + std::to_string(mode) + " is none");
+        part.Fail("unsupported primitive mode " + std::to_string(mode));
       }
       piece.mode = static_cast<primitivemode>(mode);
       piece.packed = PackedMeshOf(part, doc);
@@ -404,7 +404,7 @@ interpolation InterpolationOf(const jsonobject& from) {
   if (way == "CUBICSPLINE") {
     return interpolation::Cubic;
   }
-  from.Fail("interpolation \"" + way + "\" is none");
+  from.Fail("unsupported interpolation \"" + way + "\"");
 }
 
 void ReadChannel(const jsonobject& from, document& doc, animation& made) {
@@ -448,9 +448,9 @@ nlohmann::json ParseText(const fileview& text) {
   try {
     return nlohmann::json::parse(text.Data(), text.Data() + text.Size());
   } catch (const nlohmann::json::parse_error& error) {
-    throw badfile("the JSON text breaks off or is none at byte " + std::to_string(error.byte));
+    throw badfile("invalid JSON at byte " + std::to_string(error.byte));
   } catch (const nlohmann::json::exception&) {
-    throw badfile("the JSON text has a number that is too large");
+    throw badfile("invalid JSON: a number is too large");
   }
 }
 

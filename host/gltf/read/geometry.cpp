@@ -42,7 +42,7 @@ std::vector<triangle> FacesOf(const primitive& part, std::size_t count, valuerea
   if (part.mode == primitivemode::Triangles) {
     if (corners.size() % 3 != 0) {
       throw badfile(part.place + ": " + std::to_string(corners.size()) +
-                    " corners are no whole triangles");
+                    " indices do not make whole triangles");
     }
     faces.reserve(corners.size() / 3);
     for (std::size_t i = 0; i < corners.size(); i += 3) {

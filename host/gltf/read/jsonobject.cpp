@@ -30,7 +30,7 @@ std::string jsonobject::Text(const char* key) const {
     return {};
   }
   if (!value->is_string()) {
-    Fail(std::string(key) + " is no text");
+    Fail(std::string(key) + " is not a string");
   }
   return value->get<std::string>();
 }
@@ -49,7 +49,7 @@ double jsonobject::Number(const char* key, double missing) const {
     return missing;
   }
   if (!value->is_number()) {
-    Fail(std::string(key) + " is no number");
+    Fail(std::string(key) + " is not a number");
   }
   return value->get<double>();
 }
@@ -58,7 +58,7 @@ std::int64_t jsonobject::Whole(const char* key, std::int64_t missing) const {
   const double number = Number(key, static_cast<double>(missing));
   if (!(number >= 0.0) || number >= static_cast<double>(kMostWhole) ||
       number != std::floor(number)) {
-    Fail(std::string(key) + " is no whole number in range");
+    Fail(std::string(key) + " is not a whole number in range");
   }
   return static_cast<std::int64_t>(number);
 }
@@ -72,11 +72,12 @@ std::int64_t jsonobject::Whole(const char* key) const {
 
 int jsonobject::IndexOf(const json& value, const char* key, std::size_t size) const {
   if (!value.is_number()) {
-    Fail(std::string(key) + " is no number");
+    Fail(std::string(key) + " is not a number");
   }
   const double index = value.get<double>();
   if (!(index >= 0.0) || index >= static_cast<double>(size) || index != std::floor(index)) {
-    Fail(std::string(key) + " names what is not there");
+    Fail(std::string(key) + ": index " + value.dump() + " does not exist (the file has " +
+         std::to_string(size) + ")");
   }
   return static_cast<int>(index);
 }
@@ -98,7 +99,7 @@ std::vector<int> jsonobject::Indices(const char* key, std::size_t size) const {
   std::vector<int> indices;
   if (const json* list = Find(key)) {
     if (!list->is_array()) {
-      Fail(std::string(key) + " is no list");
+      Fail(std::string(key) + " is not an array");
     }
     indices.reserve(list->size());
     for (const json& value : *list) {
@@ -112,11 +113,11 @@ std::vector<double> jsonobject::Numbers(const char* key, std::size_t count) cons
   std::vector<double> numbers;
   if (const json* list = Find(key)) {
     if (!list->is_array() || list->size() != count) {
-      Fail(std::string(key) + " is no list of " + std::to_string(count) + " numbers");
+      Fail(std::string(key) + " is not an array of " + std::to_string(count) + " numbers");
     }
     for (const json& value : *list) {
       if (!value.is_number()) {
-        Fail(std::string(key) + " is no list of " + std::to_string(count) + " numbers");
+        Fail(std::string(key) + " is not an array of " + std::to_string(count) + " numbers");
       }
       numbers.push_back(value.get<double>());
     }
@@ -128,11 +129,11 @@ std::vector<std::string> jsonobject::Texts(const char* key) const {
   std::vector<std::string> texts;
   if (const json* list = Find(key)) {
     if (!list->is_array()) {
-      Fail(std::string(key) + " is no list");
+      Fail(std::string(key) + " is not an array");
     }
     for (const json& value : *list) {
       if (!value.is_string()) {
-        Fail(std::string(key) + " is no list of texts");
+        Fail(std::string(key) + " is not an array of strings");
       }
       texts.push_back(value.get<std::string>());
     }
@@ -150,7 +151,7 @@ std::vector<jsonobject> jsonobject::Objects(const char* key, const char* name) c
   std::vector<jsonobject> objects;
   if (const json* list = Find(key)) {
     if (!list->is_array()) {
-      Fail(std::string(key) + " is no list");
+      Fail(std::string(key) + " is not an array");
     }
     objects.reserve(list->size());
     const std::string before = (place_.empty() ? "" : place_ + ", ") + name + " ";

@@ -225,7 +225,7 @@ class posemaker {
     }
     for (const ckey& key : pose.keys) {
       if (!IsFinite(key)) {
-        throw badfile("node " + std::to_string(index) + ": its place is out of range");
+        throw badfile("node " + std::to_string(index) + ": translation out of range");
       }
     }
   }

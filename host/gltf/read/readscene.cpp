@@ -219,7 +219,7 @@ bool ReadLoaded(loadedfile file, const std::string& path, const options& how, co
 bool ReadScene(const std::string& path, const options& how, core::scene& scene, report& told) {
   loadedfile file;
   if (!LoadWholeFile(path.c_str(), file)) {
-    told.fault = "it cannot be read, or it is empty";
+    told.fault = "cannot be read, or is empty";
     return false;
   }
   return ReadLoaded(std::move(file), path, how, scene, told);

@@ -125,8 +125,8 @@ std::vector<std::string> LeftOut(const document& doc, const plan& nodes, const p
   Tell("vertex colours are left out", found.colours, lines);
   Tell("texture coordinates beyond those of the colour image are left out", found.coordinates,
        lines);
-  Tell("scale that changes during a clip is left out", scaled, lines);
-  Tell("nodes that turn below a scale of unequal axes keep their shape, which the scale would bend",
+  Tell("animated scale is left out", scaled, lines);
+  Tell("rotated nodes under a non-uniform scale keep their shape, which the scale would shear",
        bent, lines);
   if (doc.numOtherTextures > 0) {
     lines.push_back("textures that are no material's colour are left out: " +

@@ -56,7 +56,7 @@ localpose PoseAt(const core::trackstate& track, int frame, const options& how,
   pose.scale = ToArray(axes.ScaleToFile(core::ToVec(key.scale)));
   SetTurn(key.rot, axes, near, pose);
   if (!IsFinite(pose)) {
-    throw writefault("node \"" + name + "\": its transform is not a finite one at frame " +
+    throw writefault("node \"" + name + "\": its transform is not finite at frame " +
                      std::to_string(frame));
   }
   return pose;

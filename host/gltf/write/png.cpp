@@ -25,7 +25,7 @@ std::vector<std::uint8_t> EncodePng(const core::pixels& image) {
   if (stbi_write_png_to_func(Append, &bytes, image.width, image.height, components,
                              rgb.empty() ? image.rgba.data() : rgb.data(),
                              components * image.width) == 0) {
-    throw writefault("an image cannot be turned into a PNG");
+    throw writefault("an image cannot be encoded as PNG");
   }
   return bytes;
 }

@@ -244,7 +244,7 @@ int scenefile::AddIndices(std::span<const std::uint32_t> values) {
 int scenefile::AddJoints(std::span<const std::uint32_t> values) {
   const std::uint32_t largest = *std::max_element(values.begin(), values.end());
   if (largest > UINT16_MAX) {
-    throw writefault("the scene has more than 65536 joints, and a file holds no more");
+    throw writefault("the scene has more than 65536 joints, the most that a file holds");
   }
   return largest <= UINT8_MAX ? AddWhole<std::uint8_t>(use::Vertices, values, kByte, "VEC4")
                               : AddWhole<std::uint16_t>(use::Vertices, values, kShort, "VEC4");

@@ -171,7 +171,7 @@ void skinning::TakeVertex(const core::scene& scene, const cskin& skin, std::size
   const std::size_t count = vertices_.weights.size() - begin;
   if (count == 0) {
     if (!IsFinite(state.mesh.verts[vertex])) {
-      FailAt(skin, "vertex " + std::to_string(vertex) + " is not a finite place");
+      FailAt(skin, "vertex " + std::to_string(vertex) + " has no finite position");
     }
     vertices_.weights.push_back(
         {static_cast<std::uint32_t>(first_.size()) + static_cast<std::uint32_t>(skin.State().index),
@@ -210,7 +210,7 @@ void skinning::Recover(const core::scene& scene) {
     const cnode& node = *scene.Nodes()[each.node];
     pose.push_back(core::WorldAtFrame(node, scene.animStart));
     if (!IsFinite(pose.back())) {
-      FailAt(node, "its place is not a finite one at frame " + std::to_string(scene.animStart));
+      FailAt(node, "its position is not finite at frame " + std::to_string(scene.animStart));
     }
   }
   binds_ = RecoverBinds(vertices_, pose);

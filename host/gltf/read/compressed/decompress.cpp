@@ -56,7 +56,7 @@ void CheckStride(const jsonobject& from, const packedview& view) {
     from.Fail("byteStride " + std::to_string(view.stride) + " does not fit its mode and filter");
   }
   if (view.mode == packing::Triangles && view.count % 3 != 0) {
-    from.Fail("count " + std::to_string(view.count) + " is no whole number of triangles");
+    from.Fail("count " + std::to_string(view.count) + " is not a whole number of triangles");
   }
 }
 
@@ -154,7 +154,7 @@ class decompressor {
       throw badfile(part.place + ": " + MissingCompression(kDraco));
     }
     if (part.mode < primitivemode::Triangles || part.indices < 0) {
-      throw badfile(part.place + ": it is compressed and no indexed triangles");
+      throw badfile(part.place + ": compressed, but not indexed triangles");
     }
     std::vector<std::pair<std::string, int>> left;  // attributes with their ids
     for (const auto& attribute : part.packed.ids) {
