@@ -125,7 +125,7 @@ bool InvertInPlace(affine& transform) {
   result.row[0] = vec3{bc.x, ca.x, ab.x} * f;
   result.row[1] = vec3{bc.y, ca.y, ab.y} * f;
   result.row[2] = vec3{bc.z, ca.z, ab.z} * f;
-  result.move = Turn(transform.move, result) * -1.0;
+  result.translation = TransformVector(transform.translation, result) * -1.0;
   transform = result;
   return true;
 }

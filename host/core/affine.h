@@ -41,25 +41,28 @@ inline vec3 Unit(const vec3& v) {
 inline bool IsZero(const vec3& v) { return v.x == 0.0 && v.y == 0.0 && v.z == 0.0; }
 
 // Rows of a 3x3 part and a translation: the point p goes to p.x * row[0] + p.y * row[1] +
-// p.z * row[2] + move.
+// p.z * row[2] + translation.
 struct affine {
   vec3 row[3] = {{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, 0.0, 1.0}};
-  vec3 move;
+  vec3 translation;
 };
 
-inline vec3 Turn(const vec3& p, const affine& m) {
+inline vec3 TransformVector(const vec3& p, const affine& m) {
   return m.row[0] * p.x + m.row[1] * p.y + m.row[2] * p.z;
 }
 
 // a is applied first.
 inline affine operator*(const affine& a, const affine& b) {
-  return {{Turn(a.row[0], b), Turn(a.row[1], b), Turn(a.row[2], b)}, Turn(a.move, b) + b.move};
+  return {
+      {TransformVector(a.row[0], b), TransformVector(a.row[1], b), TransformVector(a.row[2], b)},
+      TransformVector(a.translation, b) + b.translation};
 }
 
 inline double Volume(const affine& m) { return Dot(m.row[0], Cross(m.row[1], m.row[2])); }
 
-// What turns normals where the transform moves points: its inverse transposed, up to a positive
-// factor, so that a transform without an inverse has one too. A mirror keeps outward normals so.
+// What transforms normals where the transform applies to points: its inverse transposed, up to a
+// positive factor, so that a transform without an inverse has one too. A mirror keeps outward
+// normals so.
 inline affine ForNormals(const affine& m) {
   const double sign = Volume(m) < 0.0 ? -1.0 : 1.0;
   return {{Cross(m.row[1], m.row[2]) * sign, Cross(m.row[2], m.row[0]) * sign,
@@ -67,8 +70,8 @@ inline affine ForNormals(const affine& m) {
           {}};
 }
 
-// The same without its size and move, so that what it does to a normal keeps the normal's length
-// where the transform has one scale.
+// The same without its size and translation, so that what it does to a normal keeps the normal's
+// length where the transform has one scale.
 inline affine OfUnitSize(const affine& m) {
   const double size = std::cbrt(std::abs(Volume(m)));
   const double factor = size > 0.0 ? 1.0 / size : 1.0;
@@ -84,7 +87,7 @@ inline affine ToAffine(const cmatrix4& matrix) {
 inline cmatrix4 ToMatrix(const affine& transform) {
   cmatrix4 result;
   for (int i = 0; i < 4; ++i) {
-    const vec3& row = i < 3 ? transform.row[i] : transform.move;
+    const vec3& row = i < 3 ? transform.row[i] : transform.translation;
     result.m[i][0] = static_cast<float>(row.x);
     result.m[i][1] = static_cast<float>(row.y);
     result.m[i][2] = static_cast<float>(row.z);

@@ -8,13 +8,13 @@ namespace {
 
 // Gives the array `count` zero entries. What it held stays when there is no memory.
 template <class T>
-void Renew(T*& elements, std::int32_t& room, std::int32_t& held, std::int32_t count) {
+void Renew(T*& elements, std::int32_t& capacity, std::int32_t& held, std::int32_t count) {
   count = std::max(count, 0);
-  if (count > room) {
+  if (count > capacity) {
     T* renewed = new T[static_cast<std::size_t>(count)];
     delete[] elements;
     elements = renewed;
-    room = count;
+    capacity = count;
   }
   std::fill_n(elements, count, T{0});
   held = count;

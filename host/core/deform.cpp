@@ -75,7 +75,7 @@ std::unique_ptr<deformer> Prepare(const skinstate& skin) {
 deformer::jointmatrix MatrixOf(const affine& transform) {
   deformer::jointmatrix matrix;
   for (int i = 0; i < 4; ++i) {
-    const vec3& row = i < 3 ? transform.row[i] : transform.move;
+    const vec3& row = i < 3 ? transform.row[i] : transform.translation;
     matrix.m[i][0] = static_cast<float>(row.x);
     matrix.m[i][1] = static_cast<float>(row.y);
     matrix.m[i][2] = static_cast<float>(row.z);
@@ -152,8 +152,8 @@ void Rest(deformer& work, const meshstate& mesh, const affine* stretch, std::siz
     normal = UnitOr(ToVec(Sum(normal, work.turned[v])), normal);
   }
   if (stretch != nullptr) {
-    position = ToPoint(Turn(ToVec(position), *stretch) + stretch->move);
-    normal = UnitOr(Turn(ToVec(normal), ForNormals(*stretch)), normal);
+    position = ToPoint(TransformVector(ToVec(position), *stretch) + stretch->translation);
+    normal = UnitOr(TransformVector(ToVec(normal), ForNormals(*stretch)), normal);
   }
   work.positions[v] = mesh.grid > 0.0F ? OnGrid(position, mesh.grid) : position;
   work.normals[v] = normal;
@@ -175,7 +175,7 @@ cpoint3 BlendNormal(const deformer& work, const meshstate& mesh, std::size_t v) 
 }
 
 template <bool kMorphs>
-void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const cpoint3& move,
+void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const cpoint3& offset,
            bool withNormals) {
   for (std::size_t v = 0; v < work.positions.size(); ++v) {
     const std::uint32_t first = work.starts[v];
@@ -197,9 +197,9 @@ void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const c
       }
     }
     const float missing = 1.0F - sum[3];
-    work.positions[v].x = sum[0] + missing * move.x;
-    work.positions[v].y = sum[1] + missing * move.y;
-    work.positions[v].z = sum[2] + missing * move.z;
+    work.positions[v].x = sum[0] + missing * offset.x;
+    work.positions[v].y = sum[1] + missing * offset.y;
+    work.positions[v].z = sum[2] + missing * offset.z;
     if (!withNormals) {
       continue;
     }
@@ -229,13 +229,13 @@ const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
   SetMatrices(work, toLocal, frame);
   // The joints' matrices carry the move into local space once for each unit of weight; what the
   // weights of a vertex lack to 1 is made up for, since they are not normalised.
-  const cpoint3 move = ToPoint(toLocal.move);
+  const cpoint3 offset = ToPoint(toLocal.translation);
   const affine* const stretch = StretchAt(skin, frame);
   if (state.mesh.morph != nullptr) {
     SumTargets(work, state.mesh, frame, withNormals);
-    Blend<true>(work, state.mesh, stretch, move, withNormals);
+    Blend<true>(work, state.mesh, stretch, offset, withNormals);
   } else {
-    Blend<false>(work, state.mesh, stretch, move, withNormals);
+    Blend<false>(work, state.mesh, stretch, offset, withNormals);
   }
   return work;
 }

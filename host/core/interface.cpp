@@ -65,7 +65,7 @@ int Interface::GetNodesHierarchy(culongarray& indices) {
   }
   const core::scene& scene = core::scene::Current();
   std::vector<bool> listed(static_cast<std::size_t>(count));
-  std::vector<int> way;
+  std::vector<int> chain;
   std::uint32_t* next = indices.Data();
   for (const cnode* node : scene.Nodes()) {
     for (const cnode* at = node; at != nullptr; at = at->State().parent) {
@@ -73,12 +73,12 @@ int Interface::GetNodesHierarchy(culongarray& indices) {
         if (listed[static_cast<std::size_t>(at->State().index)]) {
           break;
         }
-        way.push_back(at->State().index);
+        chain.push_back(at->State().index);
       }
     }
-    for (; !way.empty(); way.pop_back()) {
-      listed[static_cast<std::size_t>(way.back())] = true;
-      *next++ = static_cast<std::uint32_t>(way.back());
+    for (; !chain.empty(); chain.pop_back()) {
+      listed[static_cast<std::size_t>(chain.back())] = true;
+      *next++ = static_cast<std::uint32_t>(chain.back());
     }
   }
   return 1;

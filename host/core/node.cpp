@@ -74,7 +74,7 @@ void cnode::SetMaterial(cmaterial* material) { state_->material = material; }
 cmaterial* cnode::GetMaterial() { return state_->material; }
 
 cpoint3 cnode::GetPosAtFrame(int frame) {
-  return core::ToPoint(core::WorldAtFrame(*this, frame).move);
+  return core::ToPoint(core::WorldAtFrame(*this, frame).translation);
 }
 
 cquat cnode::GetRotAtFrame(int frame) {

@@ -47,19 +47,19 @@ class ascent {
 }  // namespace
 
 posecache::frameview posecache::At(int frame, std::size_t numNodes) {
-  if (numNodes > room_ || slots_.empty()) {
+  if (numNodes > capacity_ || slots_.empty()) {
     // A scene that still grows while poses are asked for does not start over at each node.
-    const std::size_t room = slots_.empty() ? numNodes : std::max(numNodes, 2 * room_);
+    const std::size_t capacity = slots_.empty() ? numNodes : std::max(numNodes, 2 * capacity_);
     std::vector<slot> slots(
-        std::clamp(kCacheBytes / (room * sizeof(entry)), std::size_t{2}, kMostSlots));
+        std::clamp(kCacheBytes / (capacity * sizeof(entry)), std::size_t{2}, kMostSlots));
     slots_ = std::move(slots);
-    room_ = room;
+    capacity_ = capacity;
   }
   const auto count = static_cast<std::int64_t>(slots_.size());
   const std::int64_t rest = frame % count;
   slot& place = slots_[static_cast<std::size_t>(rest < 0 ? rest + count : rest)];
   if (!place.entries) {
-    place.entries = std::make_unique<entry[]>(room_);
+    place.entries = std::make_unique<entry[]>(capacity_);
   }
   if (place.stamp == 0 || place.frame != frame || place.change != Changes()) {
     place.frame = frame;
@@ -79,7 +79,7 @@ affine WorldAtFrame(const cnode& node, int frame) {
       return own.world;
     }
   }
-  ascent way;
+  ascent chain;
   affine world;
   for (const cnode* at = &node; at != nullptr; at = at->State().parent) {
     const nodestate& state = at->State();
@@ -87,10 +87,10 @@ affine WorldAtFrame(const cnode& node, int frame) {
       world = view.entries[state.index].world;
       break;
     }
-    way.Push(&state);
+    chain.Push(&state);
   }
-  while (!way.Empty()) {
-    const nodestate& state = *way.Pop();
+  while (!chain.Empty()) {
+    const nodestate& state = *chain.Pop();
     world = LocalAtFrame(state.track->State(), frame) * world;
     if (owner != nullptr && state.owner == owner) {
       view.entries[state.index] = {world, view.stamp};

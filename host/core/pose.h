@@ -40,7 +40,7 @@ class posecache {
   };
 
   std::vector<slot> slots_;
-  std::size_t room_ = 0;  // entries a slot
+  std::size_t capacity_ = 0;  // entries a slot
   std::uint64_t lastStamp_ = 0;
 };
 

@@ -15,22 +15,22 @@ namespace {
 // place, otherwise it moves there.
 core::skinstretch& WithRoom(core::skinstate& skin, int vertex, std::uint32_t wanted) {
   core::skinstretch& stretch = skin.stretches[static_cast<std::size_t>(vertex)];
-  if (wanted <= stretch.room) {
+  if (wanted <= stretch.capacity) {
     return stretch;
   }
   const std::size_t size = skin.weights.size();
-  if (stretch.room != 0 && stretch.first + stretch.room != size) {
-    const std::uint32_t room = std::max(wanted, 2 * stretch.room);
-    skin.weights.resize(size + room);
-    std::copy_n(skin.weights.begin() + static_cast<std::ptrdiff_t>(stretch.first), stretch.room,
+  if (stretch.capacity != 0 && stretch.first + stretch.capacity != size) {
+    const std::uint32_t capacity = std::max(wanted, 2 * stretch.capacity);
+    skin.weights.resize(size + capacity);
+    std::copy_n(skin.weights.begin() + static_cast<std::ptrdiff_t>(stretch.first), stretch.capacity,
                 skin.weights.begin() + static_cast<std::ptrdiff_t>(size));
     stretch.first = size;
-    stretch.room = room;
+    stretch.capacity = capacity;
   } else {
-    const std::size_t first = stretch.room == 0 ? size : stretch.first;
+    const std::size_t first = stretch.capacity == 0 ? size : stretch.first;
     skin.weights.resize(first + wanted);
     stretch.first = first;
-    stretch.room = wanted;
+    stretch.capacity = wanted;
   }
   return stretch;
 }

@@ -111,8 +111,8 @@ inline cpoint3 OnGrid(cpoint3 point, float grid) {
 // Weights of one vertex: a stretch of skinstate::weights.
 struct skinstretch {
   std::size_t first = 0;
-  std::uint32_t room = 0;   // entries that the stretch has
-  std::uint32_t count = 0;  // entries that count as the vertex's weights
+  std::uint32_t capacity = 0;  // entries that the stretch has
+  std::uint32_t count = 0;     // entries that count as the vertex's weights
 };
 
 struct CORE_API skinstate {

@@ -15,7 +15,7 @@ affine FromKey(const ckey& key) {
   result.row[0] = result.row[0] * key.scale.x;
   result.row[1] = result.row[1] * key.scale.y;
   result.row[2] = result.row[2] * key.scale.z;
-  result.move = ToVec(key.pos);
+  result.translation = ToVec(key.pos);
   return result;
 }
 

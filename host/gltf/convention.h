@@ -47,12 +47,12 @@ class axismap {
   core::affine ToScene(const core::affine& m) const {
     return {{ToScene(m.row[2] * z_ + m.row[0] * x_), ToScene(m.row[0] * z_ - m.row[2] * x_),
              ToScene(m.row[1])},
-            ToScene(m.move)};
+            ToScene(m.translation)};
   }
   core::affine ToFile(const core::affine& m) const {
     return {{ToFile(m.row[0] * x_ + m.row[1] * z_), ToFile(m.row[2]),
              ToFile(m.row[0] * z_ - m.row[1] * x_)},
-            ToFile(m.move)};
+            ToFile(m.translation)};
   }
 
  private:

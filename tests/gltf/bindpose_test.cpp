@@ -21,11 +21,11 @@ affine Motion(const vec3& axis, double degrees, const vec3& move) {
   for (vec3& row : result.row) {
     row = row * c + core::Cross(u, row) * s + u * (core::Dot(u, row) * (1.0 - c));
   }
-  result.move = move;
+  result.translation = move;
   return result;
 }
 
-vec3 Apply(const vec3& p, const affine& m) { return core::Turn(p, m) + m.move; }
+vec3 Apply(const vec3& p, const affine& m) { return core::TransformVector(p, m) + m.translation; }
 
 double Distance(const vec3& a, const vec3& b) { return std::sqrt(core::Dot(a - b, a - b)); }
 
@@ -173,9 +173,9 @@ TEST(BindPose, TheRestPoseStandsWhereTheFirstFrameDoes) {
   const std::vector<affine> found = gltf::RecoverBinds(r.vertices, r.pose);
   const double least = AwayFromPose(r.vertices, found, r.pose);
   for (int n = 0; n < 40; ++n) {
-    const affine back = Motion({}, 0.0, r.pose[0].move * -1.0);
+    const affine back = Motion({}, 0.0, r.pose[0].translation * -1.0);
     const affine nudge = back * Motion(r.Point(1.0), r.Number(-1.0, 1.0), r.Point(0.2)) *
-                         Motion({}, 0.0, r.pose[0].move);
+                         Motion({}, 0.0, r.pose[0].translation);
     std::vector<affine> moved = found;
     for (affine& bind : moved) {
       bind = bind * nudge;

@@ -46,7 +46,7 @@ double Degrees(const core::vec3& a, const cpoint3& b) {
 }
 
 // Of a rotation.
-core::vec3 TurnBack(const core::vec3& v, const core::affine& m) {
+core::vec3 RotateBack(const core::vec3& v, const core::affine& m) {
   return {core::Dot(v, m.row[0]), core::Dot(v, m.row[1]), core::Dot(v, m.row[2])};
 }
 
@@ -72,9 +72,9 @@ class normaltaker {
   const agreement& Agreement() const { return agreement_; }
   bool Any() const { return !surfaces_.empty(); }
 
-  void Set(reading way) {
+  void Set(reading chosen) {
     for (surface& each : surfaces_) {
-      SetSurface(each, way);
+      SetSurface(each, chosen);
     }
     scene_.Invalidate();
   }
@@ -114,26 +114,27 @@ class normaltaker {
       made.bind.push_back(bind);
       if (bind != nullptr && !core::IsZero(own)) {
         agreement_.restPose += Degrees(own, made.rest.normals[v]);
-        agreement_.firstBone += Degrees(core::Turn(own, *bind), made.rest.normals[v]);
+        agreement_.firstBone += Degrees(core::TransformVector(own, *bind), made.rest.normals[v]);
         ++agreement_.count;
       }
     }
   }
 
-  void SetSurface(surface& from, reading way) {
+  void SetSurface(surface& from, reading chosen) {
     core::skinstate& state = from.skin->Skin();
     state.mesh.verts = std::move(from.rest.verts);
     state.mesh.normals = std::move(from.rest.normals);
     for (std::size_t v = 0; v < state.mesh.verts.size(); ++v) {
       cpoint3& normal = state.mesh.normals[v];
-      if (!core::IsZero(from.own[v]) && from.bind[v] != nullptr && way != reading::Smoothed) {
-        normal = core::ToPoint(way == reading::RestPose ? from.own[v]
-                                                        : core::Turn(from.own[v], *from.bind[v]));
+      if (!core::IsZero(from.own[v]) && from.bind[v] != nullptr && chosen != reading::Smoothed) {
+        normal = core::ToPoint(chosen == reading::RestPose
+                                   ? from.own[v]
+                                   : core::TransformVector(from.own[v], *from.bind[v]));
       }
       const core::skinstretch& weights = state.stretches[v];
       for (std::size_t i = weights.first; i < weights.first + weights.count; ++i) {
         if (const core::affine* const bind = BindOf(state.weights[i])) {
-          state.weights[i].normal = core::ToPoint(TurnBack(core::ToVec(normal), *bind));
+          state.weights[i].normal = core::ToPoint(RotateBack(core::ToVec(normal), *bind));
         }
       }
     }

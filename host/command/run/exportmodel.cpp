@@ -125,7 +125,7 @@ failure NotWritten(const std::string& path, const std::string& cause) {
   return {path, (old ? "not written, the previous file is kept: " : "not written: ") + cause};
 }
 
-// A model on its way to its name.
+// A model that is written beside its target.
 struct newmodel {
   std::string path;     // as the user named it
   std::string written;  // the new file beside it

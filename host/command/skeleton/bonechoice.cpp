@@ -179,9 +179,9 @@ class chooser {
         }
         if (changes_[from]) {
           const core::affine& change = *changes_[from];
-          weight.offset =
-              core::ToPoint(core::Turn(core::ToVec(weight.offset), change) + change.move);
-          weight.normal = core::ToPoint(core::Turn(core::ToVec(weight.normal), change));
+          weight.offset = core::ToPoint(core::TransformVector(core::ToVec(weight.offset), change) +
+                                        change.translation);
+          weight.normal = core::ToPoint(core::TransformVector(core::ToVec(weight.normal), change));
         }
         weight.bone = ancestors_[from];
       }

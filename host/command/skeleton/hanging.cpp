@@ -59,7 +59,7 @@ ckey KeyUnder(const cnode& parent, const cnode& node, int frame, bool& rigid) {
   }
   ckey key;
   key.frame = frame;
-  key.pos = core::ToPoint(local.move);
+  key.pos = core::ToPoint(local.translation);
   key.rot = core::ToQuat(turn);
   key.scale = MakePt3(1.0F, 1.0F, 1.0F);
   return key;

@@ -26,7 +26,7 @@ constexpr double kWorthShare = 2.0 * std::numbers::pi / 65536.0;
 // there and snap through its last degrees in no time.
 constexpr double kHelperLength = 0.55;
 
-// A bone on its way to another parent, with its keys there.
+// A bone that gets another parent, with its keys there.
 struct topbone {
   cnode* bone = nullptr;
   cnode* parent = nullptr;
@@ -109,33 +109,33 @@ std::optional<stretch> Stretch(const core::trackstate& track, const framespan& s
 void Measure(std::vector<topbone>& further, const cnode& top, const framespan& span) {
   for (std::size_t i = 0; i < span.Count(); ++i) {
     const int frame = span.first + static_cast<int>(i);
-    const core::vec3 place = core::WorldAtFrame(top, frame).move;
+    const core::vec3 place = core::WorldAtFrame(top, frame).translation;
     for (topbone& one : further) {
       one.keys.push_back(KeyUnder(*one.parent, *one.bone, frame, one.rigid));
-      const core::vec3 apart = core::WorldAtFrame(*one.bone, frame).move - place;
+      const core::vec3 apart = core::WorldAtFrame(*one.bone, frame).translation - place;
       one.farthest = std::max(one.farthest, std::sqrt(core::Dot(apart, apart)));
       one.strays = Differs(one.farthest, 0.0);
     }
   }
 }
 
-// A direction across the way from parent to bone that turns along with it and never about it, so
+// A direction across the line from parent to bone that turns along with it and never about it, so
 // that a knee does not turn from one frame to the next unless it has to.
 class across {
  public:
-  core::vec3 Of(const core::vec3& way) {
-    const core::vec3 now = core::Unit(way);
+  core::vec3 Of(const core::vec3& line) {
+    const core::vec3 now = core::Unit(line);
     if (core::IsZero(now)) {
       return core::IsZero(side_) ? core::vec3{0.0, 0.0, 1.0} : side_;
     }
     if (core::IsZero(side_)) {
-      // Away from the axis that the way is least along.
+      // Away from the axis that the line is least along.
       const core::vec3 size{std::abs(now.x), std::abs(now.y), std::abs(now.z)};
       side_ = size.z <= std::min(size.x, size.y) ? core::vec3{0.0, 0.0, 1.0}
               : size.y <= size.x                 ? core::vec3{0.0, 1.0, 0.0}
                                                  : core::vec3{1.0, 0.0, 0.0};
     } else if (const double turned = 1.0 + core::Dot(last_, now); turned > 1e-9) {
-      // The smallest rotation that takes the last way to this one. A half turn keeps the side.
+      // The smallest rotation that takes the last line to this one. A half turn keeps the side.
       side_ = side_ - (last_ + now) * (core::Dot(side_, now) / turned);
     }
     side_ = core::Unit(side_ - now * core::Dot(side_, now));
@@ -196,9 +196,9 @@ void AddHelper(core::scene& scene, cnode& bone, double longest, const framespan&
   across sides;
   for (std::size_t i = 0; i < span.Count(); ++i) {
     ckey key = core::KeyAtFrame(track, span.first + static_cast<int>(i));
-    const core::vec3 way = core::ToVec(key.pos);
-    const core::vec3 half = way * 0.5;
-    const core::vec3 side = sides.Of(way) * std::sqrt(length * length - core::Dot(half, half));
+    const core::vec3 line = core::ToVec(key.pos);
+    const core::vec3 half = line * 0.5;
+    const core::vec3 side = sides.Of(line) * std::sqrt(length * length - core::Dot(half, half));
     key.pos = core::ToPoint(half - side);
     lower.push_back(key);
     ckey knee;

@@ -33,7 +33,7 @@ bool Moves(const cnode& node, const framespan& span) {
   };
   for (std::size_t i = 0; i < span.Count(); ++i) {
     const core::affine now = core::WorldAtFrame(node, span.first + static_cast<int>(i));
-    if (differs(now.move, still.move, kWorthUnits) ||
+    if (differs(now.translation, still.translation, kWorthUnits) ||
         differs(now.row[0], still.row[0], kWorthRows) ||
         differs(now.row[1], still.row[1], kWorthRows) ||
         differs(now.row[2], still.row[2], kWorthRows)) {
@@ -77,8 +77,9 @@ void MakeSkin(core::scene& scene, cmesh& mesh, cbone& bone) {
     cskinweight& weight = state.weights[v];
     weight.weight = 1.0F;
     weight.bone = &bone;
-    weight.offset = core::ToPoint(core::Turn(core::ToVec(state.mesh.verts[v]), place) + place.move);
-    weight.normal = core::ToPoint(core::Turn(core::ToVec(state.mesh.normals[v]), place));
+    weight.offset = core::ToPoint(core::TransformVector(core::ToVec(state.mesh.verts[v]), place) +
+                                  place.translation);
+    weight.normal = core::ToPoint(core::TransformVector(core::ToVec(state.mesh.normals[v]), place));
   }
   scene.Replace(&mesh, skin);
 }

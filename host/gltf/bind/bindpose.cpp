@@ -60,18 +60,18 @@ class assembly {
 
  private:
   struct candidate {
-    double firmness;
+    double certainty;
     std::uint32_t joint;
     std::uint32_t version;
-    bool operator<(const candidate& other) const { return firmness < other.firmness; }
+    bool operator<(const candidate& other) const { return certainty < other.certainty; }
   };
   // What a joint that does not stand yet shares with those that do.
   struct hold {
     fitsums sums;
     rigid motion;
     std::uint32_t version = 0;
-    double heaviest = 0.0;  // weight of the pair that the habit is from
-    Eigen::Matrix3d habit = Eigen::Matrix3d::Identity();
+    double heaviest = 0.0;  // weight of the pair that the prior is from
+    Eigen::Matrix3d prior = Eigen::Matrix3d::Identity();
   };
 
   void Place(std::uint32_t joint) {
@@ -89,17 +89,17 @@ class assembly {
       fitsums shared;
       shared.weight = pair.weight;
       shared.x = pair.at[far];
-      shared.y = bind.turn * pair.at[own] + pair.weight * bind.move;
+      shared.y = bind.rotation * pair.at[own] + pair.weight * bind.translation;
       const Eigen::Matrix3d cross = own == 1 ? pair.cross : Eigen::Matrix3d(pair.cross.transpose());
-      shared.xy = cross * bind.turn.transpose() + shared.x * bind.move.transpose();
+      shared.xy = cross * bind.rotation.transpose() + shared.x * bind.translation.transpose();
       to.sums.Add(shared);
       if (pair.weight > to.heaviest) {
         to.heaviest = pair.weight;
-        to.habit = bind.turn * pose_[joint].turn.transpose() * pose_[other].turn;
+        to.prior = bind.rotation * pose_[joint].rotation.transpose() * pose_[other].rotation;
       }
-      const fit found = FitRigid(to.sums, to.habit);
+      const fit found = FitRigid(to.sums, to.prior);
       to.motion = found.motion;
-      queue_.push({found.firmness, other, ++to.version});
+      queue_.push({found.certainty, other, ++to.version});
     }
   }
 
@@ -119,8 +119,8 @@ void Anchor(const bindsums& sums, const std::vector<rigid>& pose, assembly& made
     const rigid& bind = made.binds[j];
     fitsums add;
     add.weight = joint.weight;
-    add.x = bind.turn * joint.at + joint.weight * bind.move;
-    add.y = pose[j].turn * joint.at + joint.weight * pose[j].move;
+    add.x = bind.rotation * joint.at + joint.weight * bind.translation;
+    add.y = pose[j].rotation * joint.at + joint.weight * pose[j].translation;
     add.xy = MoveCross(bind, pose[j], joint.weight, joint.at, joint.at, joint.own);
     groups[made.group[j]].Add(add);
   }
@@ -133,8 +133,8 @@ void Anchor(const bindsums& sums, const std::vector<rigid>& pose, assembly& made
   for (std::size_t j = 0; j < pose.size(); ++j) {
     const rigid& motion = motions[made.group[j]];
     rigid& bind = made.binds[j];
-    bind.turn = motion.turn * bind.turn;
-    bind.move = motion.turn * bind.move + motion.move;
+    bind.rotation = motion.rotation * bind.rotation;
+    bind.translation = motion.rotation * bind.translation + motion.translation;
   }
 }
 
@@ -147,7 +147,7 @@ std::vector<core::affine> RecoverBinds(const bindvertices& vertices,
   start.reserve(pose.size());
   for (const core::affine& joint : pose) {
     start.push_back(ToRigid(joint));
-    start.back().move /= sums.size;
+    start.back().translation /= sums.size;
   }
   assembly made(sums, start);
   made.Run();
@@ -156,7 +156,7 @@ std::vector<core::affine> RecoverBinds(const bindvertices& vertices,
   std::vector<core::affine> binds;
   binds.reserve(pose.size());
   for (rigid& bind : made.binds) {
-    bind.move *= sums.size;
+    bind.translation *= sums.size;
     binds.push_back(ToAffine(bind));
   }
   return binds;
@@ -168,7 +168,7 @@ core::vec3 RestPlace(const bindvertices& vertices, std::size_t vertex,
   for (std::size_t i = vertices.starts[vertex]; i < vertices.starts[vertex + 1]; ++i) {
     const bindweight& in = vertices.weights[i];
     const core::affine& bind = binds[in.joint];
-    place = place + (core::Turn(in.offset, bind) + bind.move) * in.weight;
+    place = place + (core::TransformVector(in.offset, bind) + bind.translation) * in.weight;
   }
   return place;
 }

@@ -155,11 +155,11 @@ void Advance(const VectorXd& step, std::vector<rigid>& binds) {
     const Vector3d w = step.segment<3>(at);
     const double angle = w.norm();
     if (angle > 0.0) {
-      const Matrix3d turn = Eigen::AngleAxisd(angle, w / angle).toRotationMatrix();
-      binds[j].turn = turn * binds[j].turn;
-      binds[j].move = turn * binds[j].move;
+      const Matrix3d rotation = Eigen::AngleAxisd(angle, w / angle).toRotationMatrix();
+      binds[j].rotation = rotation * binds[j].rotation;
+      binds[j].translation = rotation * binds[j].translation;
     }
-    binds[j].move += step.segment<3>(at + 3);
+    binds[j].translation += step.segment<3>(at + 3);
   }
 }
 

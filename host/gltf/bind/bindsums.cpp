@@ -96,16 +96,16 @@ bindsums Gather(const bindvertices& vertices, std::size_t numJoints) {
 
 void MoveSums(const rigid& motion, double weight, Eigen::Vector3d& at, Eigen::Matrix3d& own) {
   own = MoveCross(motion, motion, weight, at, at, own);
-  at = motion.turn * at + weight * motion.move;
+  at = motion.rotation * at + weight * motion.translation;
 }
 
 Eigen::Matrix3d MoveCross(const rigid& first, const rigid& second, double weight,
                           const Eigen::Vector3d& firstAt, const Eigen::Vector3d& secondAt,
                           const Eigen::Matrix3d& cross) {
-  return first.turn * cross * second.turn.transpose() +
-         (first.turn * firstAt) * second.move.transpose() +
-         first.move * (second.turn * secondAt).transpose() +
-         weight * first.move * second.move.transpose();
+  return first.rotation * cross * second.rotation.transpose() +
+         (first.rotation * firstAt) * second.translation.transpose() +
+         first.translation * (second.rotation * secondAt).transpose() +
+         weight * first.translation * second.translation.transpose();
 }
 
 }  // namespace gltf

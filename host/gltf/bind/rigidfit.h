@@ -9,10 +9,10 @@
 
 namespace gltf {
 
-// The point p goes to turn * p + move; turn is a rotation.
+// The point p goes to rotation * p + translation; rotation is a rotation.
 struct rigid {
-  Eigen::Matrix3d turn = Eigen::Matrix3d::Identity();
-  Eigen::Vector3d move = Eigen::Vector3d::Zero();
+  Eigen::Matrix3d rotation = Eigen::Matrix3d::Identity();
+  Eigen::Vector3d translation = Eigen::Vector3d::Zero();
 };
 
 inline Eigen::Vector3d ToVector(const core::vec3& v) { return {v.x, v.y, v.z}; }
@@ -37,11 +37,11 @@ struct fit {
   // How far the points reach in their second direction, squared and weighted; without that the
   // rotation is open. Of rotations that are open the one with the longer line is firmer, and of
   // mere points the one with more weight.
-  double firmness = 0.0;
+  double certainty = 0.0;
 };
 
 // The motion with the least weighted sum of |motion(x) - y|^2. Where the points leave the rotation
-// open it is as close to `habit` as they allow. The weight must be above 0.
-fit FitRigid(const fitsums& sums, const Eigen::Matrix3d& habit);
+// open it is as close to `prior` as they allow. The weight must be above 0.
+fit FitRigid(const fitsums& sums, const Eigen::Matrix3d& prior);
 
 }  // namespace gltf

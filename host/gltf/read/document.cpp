@@ -275,10 +275,10 @@ void ReadPlacement(const jsonobject& from, node& made) {
     for (std::size_t i = 0; i < 3; ++i) {
       made.matrix.row[i] = {m[4 * i], m[4 * i + 1], m[4 * i + 2]};
     }
-    made.matrix.move = {m[12], m[13], m[14]};
+    made.matrix.translation = {m[12], m[13], m[14]};
     return;
   }
-  made.local.move = VectorOf(from, "translation", made.local.move);
+  made.local.translation = VectorOf(from, "translation", made.local.translation);
   made.local.scale = VectorOf(from, "scale", made.local.scale);
   const std::vector<double> q = from.Numbers("rotation", 4);
   if (!q.empty()) {
@@ -394,17 +394,17 @@ void ReadScenes(const jsonobject& root, document& doc) {
 }
 
 interpolation InterpolationOf(const jsonobject& from) {
-  const std::string way = from.Text("interpolation");
-  if (way.empty() || way == "LINEAR") {
+  const std::string mode = from.Text("interpolation");
+  if (mode.empty() || mode == "LINEAR") {
     return interpolation::Linear;
   }
-  if (way == "STEP") {
+  if (mode == "STEP") {
     return interpolation::Step;
   }
-  if (way == "CUBICSPLINE") {
+  if (mode == "CUBICSPLINE") {
     return interpolation::Cubic;
   }
-  from.Fail("unsupported interpolation \"" + way + "\"");
+  from.Fail("unsupported interpolation \"" + mode + "\"");
 }
 
 void ReadChannel(const jsonobject& from, document& doc, animation& made) {

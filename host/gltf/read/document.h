@@ -147,7 +147,7 @@ struct mesh {
 };
 
 struct transform {
-  core::vec3 move;
+  core::vec3 translation;
   cquat rotation;
   core::vec3 scale{1.0, 1.0, 1.0};
 };
@@ -177,7 +177,7 @@ enum class interpolation { Linear, Step, Cubic };
 struct sampler {
   int input = -1;
   int output = -1;
-  interpolation way = interpolation::Linear;
+  interpolation mode = interpolation::Linear;
   std::string place;
 };
 

@@ -53,17 +53,17 @@ void IncludeNodes(const document& doc, plan& made) {
 std::vector<int> OrderOf(const document& doc, const plan& made) {
   std::vector<int> order;
   std::vector<bool> listed(doc.nodes.size());
-  std::vector<int> way;
+  std::vector<int> chain;
   for (std::size_t i = 0; i < doc.nodes.size(); ++i) {
     if (!made.nodes[i].included) {
       continue;
     }
     for (int at = static_cast<int>(i); at >= 0 && !listed[At(at)]; at = doc.nodes[At(at)].parent) {
-      way.push_back(at);
+      chain.push_back(at);
     }
-    for (; !way.empty(); way.pop_back()) {
-      listed[At(way.back())] = true;
-      order.push_back(way.back());
+    for (; !chain.empty(); chain.pop_back()) {
+      listed[At(chain.back())] = true;
+      order.push_back(chain.back());
     }
   }
   return order;

@@ -52,7 +52,7 @@ cquat Normalized(const cquat& q) {
 // Into the scene's axes and units.
 transform ToScene(const transform& from, const axismap& axes, double scale) {
   transform result;
-  result.move = axes.ToScene(from.move) * scale;
+  result.translation = axes.ToScene(from.translation) * scale;
   const core::vec3 axis =
       axes.ToScene(core::vec3{from.rotation.x, from.rotation.y, from.rotation.z});
   result.rotation.x = static_cast<float>(axis.x);
@@ -68,7 +68,7 @@ core::affine ToAffine(const transform& from) {
   result.row[0] = result.row[0] * from.scale.x;
   result.row[1] = result.row[1] * from.scale.y;
   result.row[2] = result.row[2] * from.scale.z;
-  result.move = from.move;
+  result.translation = from.translation;
   return result;
 }
 
@@ -76,7 +76,7 @@ core::affine ToAffine(const transform& from) {
 transform Decomposed(const core::affine& matrix) {
   const core::affine turn = core::RotationOf(matrix);
   transform result;
-  result.move = matrix.move;
+  result.translation = matrix.translation;
   result.rotation = core::ToQuat(turn);
   result.scale = {core::Dot(matrix.row[0], turn.row[0]), core::Dot(matrix.row[1], turn.row[1]),
                   core::Dot(matrix.row[2], turn.row[2])};
@@ -184,7 +184,7 @@ class posemaker {
     const transform inFile = from.hasMatrix ? Decomposed(from.matrix) : from.local;
     const transform rest = ToScene(inFile, axes_, scale_);
     core::affine local = from.hasMatrix ? axes_.ToScene(from.matrix) : ToAffine(rest);
-    local.move = rest.move;
+    local.translation = rest.translation;
     pose.local = local;
     const core::affine whole = Linear(local) * parent.scale;
     const bool bends = !parent.bent.empty();
@@ -213,9 +213,9 @@ class posemaker {
     if (moves) {
       MakeKeys(pose, parent);
     } else {
-      pose.keys.push_back(KeyOf(own.move, IsPlain(pose, parent, rest.scale)
-                                              ? Normalized(rest.rotation)
-                                              : core::ToQuat(own)));
+      pose.keys.push_back(KeyOf(own.translation, IsPlain(pose, parent, rest.scale)
+                                                     ? Normalized(rest.rotation)
+                                                     : core::ToQuat(own)));
     }
     if (!keeps && (keepChanges_ || bends || parent.factor == 0.0)) {
       Bend(pose, parent);
@@ -289,7 +289,7 @@ class posemaker {
   core::affine RigidOf(const core::affine& local, const core::affine& parentScale) const {
     const core::affine whole = Linear(local) * parentScale;
     core::affine result = core::RotationOf(invertible_ ? unscaled_ * whole : whole);
-    result.move = Turn(local.move, parentScale);
+    result.translation = TransformVector(local.translation, parentScale);
     return result;
   }
 
@@ -313,10 +313,10 @@ class posemaker {
       const core::affine& above = ScaleAt(parent, f);
       ckey key;
       if (parent.bent.empty() && IsPlain(pose, parent, frame.scale)) {
-        key = KeyOf(Turn(frame.move, above), Normalized(frame.rotation));
+        key = KeyOf(TransformVector(frame.translation, above), Normalized(frame.rotation));
       } else {
         const core::affine rigid = RigidOf(ToAffine(frame), above);
-        key = KeyOf(rigid.move, core::ToQuat(rigid));
+        key = KeyOf(rigid.translation, core::ToQuat(rigid));
       }
       if (!pose.keys.empty()) {
         const ckey& last = pose.keys.back();

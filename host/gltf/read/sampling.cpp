@@ -26,10 +26,10 @@ std::vector<float> TimesOf(const sampler& from, valuereader& values) {
   return times;
 }
 
-// The keys around a time: the one before it, and the way from there to the next, 0 to 1.
+// The keys around a time: the one before it, and the interpolation factor to the next, 0 to 1.
 struct keyspan {
   std::size_t key = 0;
-  double way = 0.0;
+  double factor = 0.0;
   double seconds = 0.0;  // between the two keys
 };
 
@@ -60,24 +60,24 @@ struct curve {
   std::vector<float> times;
   std::vector<float> keys;
   std::size_t each;  // components
-  interpolation way;
+  interpolation mode;
 
   // A component of key `key`: its value, or the tangent before (-1) or behind (1) it.
   double Component(std::size_t key, std::size_t c, int tangent = 0) const {
     const std::size_t entry =
-        way == interpolation::Cubic ? 3 * key + static_cast<std::size_t>(1 + tangent) : key;
+        mode == interpolation::Cubic ? 3 * key + static_cast<std::size_t>(1 + tangent) : key;
     return keys[entry * each + c];
   }
 
   // Between two keys as the interpolation says; rotations on an arc are the caller's.
   double Value(const keyspan& at, std::size_t c) const {
     const double from = Component(at.key, c);
-    if (at.way == 0.0 || way == interpolation::Step) {
+    if (at.factor == 0.0 || mode == interpolation::Step) {
       return from;
     }
     const double to = Component(at.key + 1, c);
-    const double u = at.way;
-    if (way == interpolation::Linear) {
+    const double u = at.factor;
+    if (mode == interpolation::Linear) {
       return from + (to - from) * u;
     }
     const double out = Component(at.key, c, 1) * at.seconds;
@@ -93,8 +93,8 @@ struct curve {
   cquat Key(std::size_t key) const { return Rotation({key, 0.0, 0.0}); }
 
   cquat Rotation(const keyspan& at) const {
-    if (way == interpolation::Linear && at.way != 0.0) {
-      return core::Between(Key(at.key), Key(at.key + 1), at.way);
+    if (mode == interpolation::Linear && at.factor != 0.0) {
+      return core::Between(Key(at.key), Key(at.key + 1), at.factor);
     }
     cquat made;
     made.x = static_cast<float>(Value(at, 0));
@@ -108,8 +108,8 @@ struct curve {
 // Keys of `each` components.
 curve CurveOf(const sampler& from, shape form, std::size_t each, valuereader& values) {
   curve made{TimesOf(from, values), values.Floats(from.output, form, from.place + ": its values"),
-             each, from.way};
-  const std::size_t entries = from.way == interpolation::Cubic ? 3 : 1;
+             each, from.mode};
+  const std::size_t entries = from.mode == interpolation::Cubic ? 3 : 1;
   if (made.keys.size() != made.times.size() * entries * made.each) {
     throw badfile(from.place + ": it has " + std::to_string(made.keys.size() / made.each) +
                   " values for " + std::to_string(made.times.size()) + " times");
@@ -119,8 +119,8 @@ curve CurveOf(const sampler& from, shape form, std::size_t each, valuereader& va
 
 // Where a clip of this length is sampled for the frame. A step at a frame's own time is taken at
 // that frame, however the two times were rounded.
-double TimeOf(int frame, double fps, double length, interpolation way) {
-  const double ahead = way == interpolation::Step ? kWholeFrame / fps : 0.0;
+double TimeOf(int frame, double fps, double length, interpolation mode) {
+  const double ahead = mode == interpolation::Step ? kWholeFrame / fps : 0.0;
   return std::min(static_cast<double>(FrameTime(frame, fps)), length) + ahead;
 }
 
@@ -190,7 +190,7 @@ timeline LayOut(const document& doc, const options& how, valuereader& values) {
     std::unordered_set<int> seen;  // channels share their times
     for (const int index : used) {
       const sampler& part = from.samplers[static_cast<std::size_t>(index)];
-      curved = curved || part.way == interpolation::Cubic;
+      curved = curved || part.mode == interpolation::Cubic;
       if (seen.insert(part.input).second) {
         channels.push_back(TimesOf(part, values));
         length = std::max(length, static_cast<double>(channels.back().back()));
@@ -225,10 +225,10 @@ void Sample(const animation& from, const channel& moved, const core::clip& clip,
               turns ? shape::Vec4 : shape::Vec3, turns ? std::size_t{4} : std::size_t{3}, values);
   keywalk walk(keys.times);
   for (int frame = 0; frame < clip.frames; ++frame) {
-    const keyspan at = walk.At(TimeOf(frame, fps, length, keys.way));
+    const keyspan at = walk.At(TimeOf(frame, fps, length, keys.mode));
     switch (moved.path) {
       case target::Translation:
-        frames[frame].move = keys.Vector(at);
+        frames[frame].translation = keys.Vector(at);
         break;
       case target::Rotation:
         frames[frame].rotation = keys.Rotation(at);
@@ -250,7 +250,7 @@ void SampleWeights(const animation& from, const channel& moved, const core::clip
   keywalk walk(keys.times);
   std::vector<float> weights(numTargets);
   for (int frame = 0; frame < clip.frames; ++frame) {
-    const keyspan at = walk.At(TimeOf(frame, fps, length, keys.way));
+    const keyspan at = walk.At(TimeOf(frame, fps, length, keys.mode));
     for (std::size_t t = 0; t < numTargets; ++t) {
       weights[t] = static_cast<float>(keys.Value(at, t));
     }

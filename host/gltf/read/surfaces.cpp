@@ -106,7 +106,8 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
   core::meshstate& state = mesh.Mesh();
   state.verts.reserve(from.count);
   for (std::size_t v = 0; v < from.count; ++v) {
-    state.verts.push_back(core::ToPoint(Turn(Position(from, v), toRest) + toRest.move));
+    state.verts.push_back(
+        core::ToPoint(TransformVector(Position(from, v), toRest) + toRest.translation));
     if (!IsFinite(state.verts.back())) {
       throw badfile(part.place + ": POSITION is out of range at vertex " + std::to_string(v));
     }
@@ -140,8 +141,8 @@ void surfacemaker::Fill(cmesh& mesh, const geometry& from, const primitive& part
     state.normals.reserve(from.count);
     for (std::size_t v = 0; v < from.count; ++v) {
       const float* n = from.normals.data() + 3 * v;
-      state.normals.push_back(
-          core::ToPoint(core::Unit(Turn(axes_.ToScene(core::vec3{n[0], n[1], n[2]}), turn))));
+      state.normals.push_back(core::ToPoint(
+          core::Unit(TransformVector(axes_.ToScene(core::vec3{n[0], n[1], n[2]}), turn))));
     }
   }
   mesh.SetMaterial(part.material < 0 ? nullptr : from_.materials[At(part.material)]);
@@ -161,8 +162,8 @@ void surfacemaker::AddTargets(cmesh& mesh, const geometry& from, int index,
     std::vector<cpoint3> points;
     points.reserve(list.size() / 3);
     for (std::size_t i = 0; i + 2 < list.size(); i += 3) {
-      points.push_back(core::ToPoint(
-          Turn(axes_.ToScene(core::vec3{list[i], list[i + 1], list[i + 2]}) * scale, by)));
+      points.push_back(core::ToPoint(TransformVector(
+          axes_.ToScene(core::vec3{list[i], list[i + 1], list[i + 2]}) * scale, by)));
     }
     return points;
   };
@@ -238,7 +239,7 @@ std::vector<surfacemaker::binding> surfacemaker::BindingsOf(int index, bool skin
       const float* m = matrices.data() + 16 * j;
       inverseBind = axes_.ToScene(core::affine{
           {{m[0], m[1], m[2]}, {m[4], m[5], m[6]}, {m[8], m[9], m[10]}}, {m[12], m[13], m[14]}});
-      inverseBind.move = inverseBind.move * from_.how.scale;
+      inverseBind.translation = inverseBind.translation * from_.how.scale;
     }
     const int joint = bound.joints[j];
     made.push_back({from_.bones[At(joint)], inverseBind * from_.poses.nodes[At(joint)].scale, {}});
@@ -288,9 +289,9 @@ void surfacemaker::SetWeights(cskin& skin, const geometry& from, const std::vect
     cskinweight& made = state.weights.emplace_back();
     made.weight = weight;
     made.bone = to.bone;
-    made.offset = core::ToPoint(Turn(position, to.offset) + to.offset.move);
-    made.normal =
-        core::ToPoint(core::Unit(Turn(core::ToVec(state.mesh.normals[vertex]), to.normal)));
+    made.offset = core::ToPoint(TransformVector(position, to.offset) + to.offset.translation);
+    made.normal = core::ToPoint(
+        core::Unit(TransformVector(core::ToVec(state.mesh.normals[vertex]), to.normal)));
     if (!IsFinite(made.offset)) {
       throw badfile(part.place + ": POSITION is out of range at vertex " + std::to_string(vertex));
     }
@@ -316,7 +317,7 @@ void surfacemaker::SetWeights(cskin& skin, const geometry& from, const std::vect
       }
     }
     stretch.count = static_cast<std::uint32_t>(state.weights.size() - stretch.first);
-    stretch.room = stretch.count;
+    stretch.capacity = stretch.count;
     numLoose += stretch.count == 0 ? 1 : 0;
   }
 }

@@ -30,9 +30,9 @@ constexpr property kProperties[] = {
 std::span<const float> PartOf(const localpose& pose, std::size_t which) {
   switch (which) {
     case 0:
-      return pose.place;
+      return pose.translation;
     case 1:
-      return pose.turn;
+      return pose.rotation;
     default:
       return pose.scale;
   }
@@ -78,7 +78,7 @@ std::vector<bool> PosedJoints(const core::scene& scene, const skinning& skins, c
     }
     const core::affine rest = skins.Binds()[static_cast<std::size_t>(joints[i])] * above;
     const core::affine pose = core::LocalAtFrame(*node.track, scene.animStart);
-    posed[i] = Far(rest.move, pose.move, kAway);
+    posed[i] = Far(rest.translation, pose.translation, kAway);
     for (int row = 0; row < 3; ++row) {
       posed[i] = posed[i] || Far(rest.row[row], pose.row[row], kTurned);
     }

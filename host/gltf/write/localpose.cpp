@@ -13,9 +13,9 @@ bool IsFinite(const localpose& pose) {
   float sum = 0.0F;
   for (int i = 0; i < 3; ++i) {
     const auto at = static_cast<std::size_t>(i);
-    sum += pose.place[at] * 0.0F + pose.scale[at] * 0.0F;
+    sum += pose.translation[at] * 0.0F + pose.scale[at] * 0.0F;
   }
-  for (const float part : pose.turn) {
+  for (const float part : pose.rotation) {
     sum += part * 0.0F;
   }
   return sum == 0.0F;
@@ -28,7 +28,7 @@ void SetTurn(const cquat& rotation, const axismap& axes, const localpose& near, 
   double side = 0.0;
   for (std::size_t i = 0; i < 4; ++i) {
     squares += parts[i] * parts[i];
-    side += parts[i] * near.turn[i];
+    side += parts[i] * near.rotation[i];
   }
   if (squares == 0.0) {
     return;
@@ -36,7 +36,7 @@ void SetTurn(const cquat& rotation, const axismap& axes, const localpose& near, 
   const double factor = (side < 0.0 ? -1.0 : 1.0) / std::sqrt(squares);
   for (std::size_t i = 0; i < 4; ++i) {
     // Adding zero makes -0 the same as 0.
-    pose.turn[i] = static_cast<float>(parts[i] * factor) + 0.0F;
+    pose.rotation[i] = static_cast<float>(parts[i] * factor) + 0.0F;
   }
 }
 
@@ -52,7 +52,7 @@ localpose PoseAt(const core::trackstate& track, int frame, const options& how,
   const axismap axes(how.front);
   const ckey key = core::KeyAtFrame(track, frame);
   localpose pose;
-  pose.place = ToArray(axes.ToFile(core::ToVec(key.pos)) * (1.0 / how.scale));
+  pose.translation = ToArray(axes.ToFile(core::ToVec(key.pos)) * (1.0 / how.scale));
   pose.scale = ToArray(axes.ScaleToFile(core::ToVec(key.scale)));
   SetTurn(key.rot, axes, near, pose);
   if (!IsFinite(pose)) {

@@ -9,8 +9,8 @@ namespace gltf {
 
 // A node's transform by the file's axes and units, in its single precision.
 struct localpose {
-  std::array<float, 3> place{};
-  std::array<float, 4> turn{0.0F, 0.0F, 0.0F, 1.0F};
+  std::array<float, 3> translation{};
+  std::array<float, 4> rotation{0.0F, 0.0F, 0.0F, 1.0F};
   std::array<float, 3> scale{1.0F, 1.0F, 1.0F};
 
   bool operator==(const localpose&) const = default;

@@ -26,7 +26,7 @@ bool IsFinite(const cpoint3& p) {
 
 bool IsFinite(const core::affine& m) {
   double sum = 0.0;
-  for (const core::vec3& v : {m.row[0], m.row[1], m.row[2], m.move}) {
+  for (const core::vec3& v : {m.row[0], m.row[1], m.row[2], m.translation}) {
     sum += v.x * 0.0 + v.y * 0.0 + v.z * 0.0;
   }
   return sum == 0.0;
@@ -114,7 +114,7 @@ void skinning::TakeNormalsOfPose(const core::scene& scene, cskin& skin, std::siz
   std::vector<std::optional<core::affine>> fromWorld(first_.size());
   const std::vector<cpoint3>& normals = skin.Skin().mesh.normals;
   for (std::size_t v = firstVertex; v + 1 < vertices_.starts.size(); ++v) {
-    const core::vec3 normal = core::Turn(core::ToVec(normals[v - firstVertex]), place);
+    const core::vec3 normal = core::TransformVector(core::ToVec(normals[v - firstVertex]), place);
     for (std::size_t i = vertices_.starts[v]; i < vertices_.starts[v + 1]; ++i) {
       const std::uint32_t bone = vertices_.weights[i].joint;
       if (bone >= first_.size()) {
@@ -125,7 +125,7 @@ void skinning::TakeNormalsOfPose(const core::scene& scene, cskin& skin, std::siz
         back = core::RotationOf(core::WorldAtFrame(*scene.Nodes()[bone], *frame));
         core::InvertInPlace(*back);
       }
-      normals_[i] = core::Unit(core::Turn(normal, *back));
+      normals_[i] = core::Unit(core::TransformVector(normal, *back));
     }
   }
 }
@@ -223,7 +223,7 @@ void skinning::Measure() {
     for (std::size_t i = vertices_.starts[v]; i < vertices_.starts[v + 1]; ++i) {
       const bindweight& in = vertices_.weights[i];
       const core::affine& bind = binds_[in.joint];
-      const core::vec3 apart = core::Turn(in.offset, bind) + bind.move - rest;
+      const core::vec3 apart = core::TransformVector(in.offset, bind) + bind.translation - rest;
       const double distance = std::sqrt(core::Dot(apart, apart));
       residual_.largest = std::max(residual_.largest, distance);
       sum += distance;
@@ -243,7 +243,7 @@ core::vec3 skinning::RestNormal(std::size_t node, std::size_t vertex) const {
   const std::size_t v = first_[node] + vertex;
   for (std::size_t i = vertices_.starts[v]; i < vertices_.starts[v + 1]; ++i) {
     const bindweight& in = vertices_.weights[i];
-    normal = normal + core::Turn(normals_[i], binds_[in.joint]) * in.weight;
+    normal = normal + core::TransformVector(normals_[i], binds_[in.joint]) * in.weight;
   }
   return normal;
 }

@@ -35,8 +35,8 @@ void WriteSkin(const skinning& skins, const layout& plan, const std::string& nam
       const cpoint3 p = core::ToPoint(row);
       matrices.insert(matrices.end(), {p.x, p.y, p.z, 0.0F});
     }
-    const cpoint3 move = core::ToPoint(turned.move * (1.0 / how.scale));
-    matrices.insert(matrices.end(), {move.x, move.y, move.z, 1.0F});
+    const cpoint3 translation = core::ToPoint(turned.translation * (1.0 / how.scale));
+    matrices.insert(matrices.end(), {translation.x, translation.y, translation.z, 1.0F});
   }
   const int view = file.AddView(scenefile::use::Nothing);
   file.Add("skins", {{"name", ToUtf8(name)},
@@ -76,11 +76,11 @@ void WriteNodes(const core::scene& scene, const skinning& skins, const layout& p
     }
     if (node.track != nullptr) {
       const localpose rest = PoseAt(*node.track, scene.animStart, how, none, node.name);
-      if (rest.place != none.place) {
-        entry["translation"] = rest.place;
+      if (rest.translation != none.translation) {
+        entry["translation"] = rest.translation;
       }
-      if (rest.turn != none.turn) {
-        entry["rotation"] = rest.turn;
+      if (rest.rotation != none.rotation) {
+        entry["rotation"] = rest.rotation;
       }
       if (rest.scale != none.scale) {
         entry["scale"] = rest.scale;

@@ -29,7 +29,7 @@ struct unpackedlist {
 struct unpackedmesh {
   std::vector<unpackedlist> lists;
   std::int64_t mostFaces = 0;
-  std::int64_t room = 0;  // bytes that unpacking may take; out: those that are left
+  std::int64_t budget = 0;  // bytes that unpacking may take; out: those that are left
   // Out.
   std::int64_t vertices = 0;
   std::int64_t faces = 0;

@@ -176,12 +176,12 @@ class decompressor {
     const std::int64_t count = doc_.accessors[static_cast<std::size_t>(part.indices)].count;
     // A strip has a triangle for each corner but two.
     mesh.mostFaces = part.mode == primitivemode::Triangles ? count / 3 : count;
-    mesh.room = room_;
+    mesh.budget = room_;
     const std::string fault = UnpackMesh(ViewOf(doc_, part.packed.view, part.place), mesh);
     if (!fault.empty()) {
       throw badfile(part.place + ": " + fault);
     }
-    room_ = mesh.room;
+    room_ = mesh.budget;
     for (std::size_t i = 0; i < left.size(); ++i) {
       const accessor like = AccessorOf(part, left[i].first);
       known_[KeyOf(part, left[i])] =

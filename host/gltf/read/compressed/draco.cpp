@@ -68,8 +68,8 @@ class boundeddecoder : public Decoder {
   }
 
   bool Take(std::int64_t size) {
-    mesh_.room -= size;
-    return mesh_.room >= 0 || Fail(kTooMuch);
+    mesh_.budget -= size;
+    return mesh_.budget >= 0 || Fail(kTooMuch);
   }
 
   unpackedmesh& mesh_;
@@ -162,8 +162,8 @@ std::string UnpackMesh(const fileview& data, unpackedmesh& mesh) {
              std::to_string(list.each);
     }
     // Several lists may be one and the same in the data.
-    mesh.room -= std::int64_t{4} * list.each * unpacked.num_points();
-    if (mesh.room < 0) {
+    mesh.budget -= std::int64_t{4} * list.each * unpacked.num_points();
+    if (mesh.budget < 0) {
       return kTooMuch;
     }
     if (!CopyValues(*from, unpacked.num_points(), list)) {
