@@ -4,7 +4,8 @@
 
 #include "plugin/host/values.h"
 
-// Transforms in double precision, for what is chained or inverted on the way to a float result.
+// Transforms in double precision, for what is chained or inverted before a float result. Vectors
+// are rows, as with cmatrix4; lengths are scene units.
 
 namespace core {
 

@@ -10,12 +10,12 @@
 namespace {
 
 // Room of a name's buffer, however short the name: the texts of a run have up to 128 bytes.
-constexpr std::size_t kLeastNameRoom = 256 + core::kSpareNameRoom;
+constexpr std::size_t kLeastNameRoom = 256 + core::kSpareNameBytes;
 // Between a name and the number that makes it unique.
 constexpr char kNumberMark = '.';
 
 void StoreName(std::vector<char>& buffer, std::string_view name) {
-  std::vector<char> made(std::max(kLeastNameRoom, name.size() + 1 + core::kSpareNameRoom));
+  std::vector<char> made(std::max(kLeastNameRoom, name.size() + 1 + core::kSpareNameBytes));
   std::copy(name.begin(), name.end(), made.begin());
   buffer = std::move(made);
 }
@@ -104,5 +104,5 @@ void UniqueNameForMaterial(char* name, int /*mode*/) {
     free += number == free ? 1 : 0;
   }
   char* const end = name + base.size();
-  std::snprintf(end, core::kSpareNameRoom, "%c%d", kNumberMark, free);
+  std::snprintf(end, core::kSpareNameBytes, "%c%d", kNumberMark, free);
 }

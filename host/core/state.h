@@ -150,10 +150,10 @@ struct imagestate {
 };
 
 // Bytes that a material's name buffer has behind the text, at least: what a unique name may add.
-inline constexpr std::size_t kSpareNameRoom = 32;
+inline constexpr std::size_t kSpareNameBytes = 32;
 
 struct materialstate {
-  std::vector<char> name;  // zero-terminated, with kSpareNameRoom behind the text
+  std::vector<char> name;  // zero-terminated, with kSpareNameBytes behind the text
   scene* owner = nullptr;  // the scene that the material was added to
   cimage image;
   float colour[4] = {1.0F, 1.0F, 1.0F, 1.0F};  // linear RGBA factor on the image
