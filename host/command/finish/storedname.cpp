@@ -39,6 +39,9 @@ void SetStoredName(const std::string& written, const std::string& target, fileki
   errno = 0;
   if (!file || std::fseek(file.get(), kNameOffset, SEEK_SET) != 0 ||
       std::fread(stored.data(), stored.size(), 1, file.get()) != 1) {
+    if (errno == 0) {
+      return;  // a write of the run failed: reading the file back tells which
+    }
     throw failure(target, "not written: " + files::ErrnoMessage(errno));
   }
   for (const bool used : {modelsDir, !modelsDir}) {
