@@ -158,8 +158,8 @@ std::string OptionsFor(const CLI::App& app, const importjob& job, modeltree& tre
   constexpr std::array<std::string_view, 5> kTold{"--skin", "--no-skin", "--attach", "--game-dir",
                                                   "--mdx"};
   std::string options;
-  const auto add = [&](const std::string& text) {
-    options += (options.empty() ? "" : ",") + Quoted(text);
+  const auto add = [&](std::string text, const std::string& value) {
+    options += (options.empty() ? "" : ",") + Quoted(text.append(value));
   };
   for (const CLI::Option* option : ImportOptions(app)) {
     const std::string name = option->get_name();
@@ -167,12 +167,12 @@ std::string OptionsFor(const CLI::App& app, const importjob& job, modeltree& tre
       continue;
     }
     if (name == "--bone-map") {
-      add(name + "=" + tree.AddFile(job.options.choices.boneMap));
+      add(name + "=", tree.AddFile(job.options.choices.boneMap));
     } else if (option->get_items_expected_max() == 0) {
-      add(name);
+      add(name, "");
     } else {
       for (const std::string& value : option->results()) {
-        add(name + "=" + value);
+        add(name + "=", value);
       }
     }
   }
@@ -276,9 +276,12 @@ int View(programstate& state, const CLI::App& app, const viewjob& given) {
   const std::string target = folder.File(TextOf(core::PathOf(given.model).stem()) + ".html");
   WritePage(state, target, page, shown, tree);
   folder.Keep();
-  state.out.Result(target, OpenInBrowser(target)
-                               ? "opened in the browser"
-                               : "written; no browser can be started here: open it in one");
+  if (OpenInBrowser(target)) {
+    state.out.Result(target, "opened in the browser");
+  } else {
+    // Told in quiet, too: nothing else says where it is.
+    state.out.Warning(target, "no browser can be started here: open this page in one");
+  }
   return kExitDone;
 }
 

@@ -99,8 +99,8 @@ class View(program.ProgramTest):
             [page] = re.findall(r"^(.*): opened in the browser$", said.out, re.M)
             self.assertEqual(pathlib.Path(f"{link}.got").read_text().splitlines(), ["-n", page])
             self.assertEqual(pathlib.Path(page).parent.stat().st_mode & 0o077, 0)
-        said = self.view("a;$(b).mdc", env={**self.environment, "BROWSER": "false"})
-        [page] = re.findall(r"^(.*): written; no browser can be started here", said.out, re.M)
+        said = self.view("a;$(b).mdc", "-q", env={**self.environment, "BROWSER": "false"})
+        [page] = re.findall(r"^marrow: warning: (.*): no browser can be started", said.err, re.M)
         self.inside(page)
 
     def test_what_cannot_be_shown_is_told(self):

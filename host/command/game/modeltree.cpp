@@ -116,7 +116,7 @@ std::string modeltree::AddModel(const std::string& model, const std::string& mdx
   const game& of = GameOf(full);
   const std::string below = of.beside.empty() ? DirectoryOf(GamePath(full)) : std::string();
   const std::string folder = of.prefix + below;
-  const std::string path = folder + LastName(full);
+  std::string path = folder + LastName(full);
   AddFrom(full, path);
   const filekind kind = KindOf(full);
   if (kind == filekind::Mds) {
@@ -198,7 +198,7 @@ std::string modeltree::AddScene(const std::string& path) {
 }
 
 std::string modeltree::AddFile(const std::string& path) {
-  const std::string name = "options/" + LastName(path);
+  std::string name = "options/" + LastName(path);
   AddFrom(path, name);
   return name;
 }
