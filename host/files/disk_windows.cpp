@@ -44,10 +44,7 @@ int CheckWritable(const std::string& path) {
   return (attributes & FILE_ATTRIBUTE_READONLY) == 0 ? 0 : ERROR_ACCESS_DENIED;
 }
 
-int LastError() {
-  unsigned long error = 0;
-  _get_doserrno(&error);
-  return static_cast<int>(error);
-}
+// Not by _get_doserrno, which the system's C library does not export.
+int LastError() { return static_cast<int>(_doserrno); }
 
 }  // namespace files
