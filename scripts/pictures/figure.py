@@ -1,5 +1,6 @@
-"""Makes the pictures of docs/blender.md, in a real window: an imported character with its actions,
-and the same from the front, back faces culled."""
+"""Makes the pictures of docs/blender.md and docs/blender-by-hand.md, in a real window: an imported
+character with its actions, the same from the front, back faces culled, and one that went through
+an mds and Blender's own importer beside the scene that it comes from."""
 
 import os
 import pathlib
@@ -86,6 +87,38 @@ def script(folder):
     scene.render.resolution_x, scene.render.resolution_y = 480, 640
     scene.render.filepath = str(OUT / "blender-front.png")
     bpy.ops.render.render(write_still=True)
+    yield from by_hand(folder, lower, view)
+
+
+def by_hand(folder, lower, view):
+    model, scene = folder / "models" / "players" / "sample" / "hero.mds", folder / "hero.glb"
+    subprocess.run([support.MARROW, "export", SAMPLE, "-o", model, "--write-skin",
+                    "--write-images", "--sequences", "--force"], check=True)
+    subprocess.run([support.MARROW, "import", model, "-o", scene, "--skin", "hero"], check=True)
+    for obj in list(bpy.data.objects):
+        bpy.data.objects.remove(obj)
+    bpy.context.scene.render.fps = 20
+    for path, place in ((SAMPLE, -0.5), (scene, 0.5)):
+        with over(view):
+            bpy.ops.import_scene.gltf(filepath=str(path))
+        for obj in bpy.context.selected_objects:
+            if obj.parent is None:
+                obj.location.x += place
+    bpy.context.scene.frame_set(10)
+    lower.type = "OUTLINER"
+    space = view.spaces.active
+    space.shading.type, space.overlay.show_overlays = "MATERIAL", False
+    space.region_3d.view_rotation = Euler((1.5, 0, 0.2)).to_quaternion()
+    with over(view):
+        bpy.ops.view3d.view_all()
+    space.region_3d.view_distance *= 0.6
+    yield 1
+    with over(lower):
+        for _ in range(2):
+            bpy.ops.outliner.show_one_level()
+    yield 2
+    with over(view):
+        bpy.ops.screen.screenshot(filepath=str(OUT / "blender-by-hand.png"))
 
 
 def step(steps):
