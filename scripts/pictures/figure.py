@@ -97,21 +97,24 @@ def by_hand(folder, lower, view):
     subprocess.run([support.MARROW, "import", model, "-o", scene, "--skin", "hero"], check=True)
     for obj in list(bpy.data.objects):
         bpy.data.objects.remove(obj)
+    for collection in list(bpy.data.collections):
+        bpy.data.collections.remove(collection)
     bpy.context.scene.render.fps = 20
-    for path, place in ((SAMPLE, -0.5), (scene, 0.5)):
+    tops = []
+    for path, place in ((scene, 0.45), (SAMPLE, -0.45)):
         with over(view):
-            bpy.ops.import_scene.gltf(filepath=str(path))
-        for obj in bpy.context.selected_objects:
-            if obj.parent is None:
-                obj.location.x += place
+            bpy.ops.import_scene.gltf(filepath=str(path), bone_heuristic="BLENDER")
+        tops += [obj for obj in bpy.context.selected_objects if obj.parent is None]
+        tops[-1].location.x = place
+    tops[1].name = "original"
     bpy.context.scene.frame_set(10)
     lower.type = "OUTLINER"
     space = view.spaces.active
-    space.shading.type, space.overlay.show_overlays = "MATERIAL", False
-    space.region_3d.view_rotation = Euler((1.5, 0, 0.2)).to_quaternion()
+    space.overlay.show_overlays, space.region_3d.view_perspective = False, "ORTHO"
+    space.region_3d.view_rotation = Euler((1.5, 0, 0.3)).to_quaternion()
     with over(view):
         bpy.ops.view3d.view_all()
-    space.region_3d.view_distance *= 0.6
+    space.region_3d.view_distance *= 0.65
     yield 1
     with over(lower):
         for _ in range(2):
