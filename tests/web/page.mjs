@@ -334,7 +334,8 @@ async function checkRequests(tab) {
 }
 
 // A folder dropped from outside of the browser, which may be read again: R shows what changed in it.
-async function checkDroppedFolder(tab) {
+async function checkDroppedFolder() {
+  const tab = await newTab();
   const dropped = join(folder, 'dropped');
   const show = (last) => native('export', sample, '-o', join(dropped, 'a.mdc'), '--end', last);
   mkdirSync(dropped);
@@ -352,6 +353,7 @@ async function checkDroppedFolder(tab) {
   await tab.keyboard.press('r');
   await shows(10);
   assert.deepEqual(await messages(tab, 'error'), []);
+  await tab.close();
 }
 
 const python = (code, ...args) => execFileSync('python3', ['-c', code, ...args]);
@@ -411,7 +413,7 @@ try {
   await checkView();
   await checkManyWeights(tab);
   await checkRequests(tab);
-  await checkDroppedFolder(tab);
+  await checkDroppedFolder();
   assert.deepEqual(faults, []);
   await checkHostile(tab);
   const broken = faults.filter(
