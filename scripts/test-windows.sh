@@ -37,7 +37,7 @@ mkdir -p "$out/here" "$out/there"
 run() { # WHERE ARGUMENTS: the marrow of one side, in its folder
   local program=("$PWD/$native/bin/marrow")
   [ "$1" = here ] || program=(/usr/lib/wine/wine64 "$PWD/$windows/bin/marrow.exe")
-  (cd "$out/$1" && "${program[@]}" "${@:2}" --batch --quiet 2>/dev/null)
+  (cd "$out/$1" && "${program[@]}" "${@:2}" --quiet 2>/dev/null)
 }
 for side in here there; do
   # The letters of paths are UTF-8 on both sides.

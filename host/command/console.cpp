@@ -65,14 +65,22 @@ void console::Note(const std::string& subject, const std::string& text) {
 void console::Result(const std::string& subject, const std::string& text) {
   if (!quiet_) {
     EndProgress();
-    std::printf("%s%s\n", Head(subject).c_str(), OneLine(text).c_str());
+    const std::string line = Head(subject) + OneLine(text);
+    std::printf("%s\n", line.c_str());
     std::fflush(stdout);
+    if (heard_) {
+      heard_(line);
+    }
   }
 }
 
 void console::Line(const char* kind, const std::string& subject, const std::string& text) {
   EndProgress();
-  std::fprintf(stderr, "marrow: %s: %s%s\n", kind, Head(subject).c_str(), OneLine(text).c_str());
+  const std::string line = std::string(kind) + ": " + Head(subject) + OneLine(text);
+  std::fprintf(stderr, "marrow: %s\n", line.c_str());
+  if (heard_) {
+    heard_(line);
+  }
 }
 
 void console::Progress(int position, int high, const std::string& text) {

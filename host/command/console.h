@@ -22,6 +22,11 @@ class console {
   // standard error is.
   void SetProgressLines(bool lines) { progressLines_ = lines; }
 
+  // Each line but those of progress is also given to this.
+  void SetListener(std::function<void(const std::string& line)> heard) {
+    heard_ = std::move(heard);
+  }
+
   // For output that is shown later, as a whole.
   void HideProgress() { terminal_ = progressLines_ = false; }
 
@@ -44,6 +49,7 @@ class console {
   bool quiet_ = false;
   bool progressLines_ = false;
   bool terminal_;
+  std::function<void(const std::string&)> heard_;
   std::size_t drawn_ = 0;  // columns of the bar's line
   std::chrono::steady_clock::time_point lastDrawn_;
 };

@@ -20,7 +20,6 @@ namespace {
 struct convertjob {
   std::vector<std::string> files;
   outputoptions output;
-  bool alone = true;  // and not one of several inputs
   std::string source;
   std::string target;
   std::string mdx;
@@ -28,7 +27,7 @@ struct convertjob {
   importoptions in;
   exportoptions out;
   sceneoptions scene;
-  batchoption batch;
+  askoption ask;
 };
 
 void CheckConversion(const convertjob& job, filekind from, filekind to) {
@@ -99,7 +98,7 @@ int Convert(programstate& state, const convertjob& job) {
   modelhost host(state.out, state.modulePath);
   CheckConversion(job, from, to);
   exportoptions out = job.out;
-  out.choices.ask = job.alone && job.mdx.empty() && job.batch.Ask(out.table);
+  out.choices.ask = job.mdx.empty() && job.ask.Asks(out.table);
   out.ChooseMdx(job.target, FormatOf(from).IsPair() ? "" : job.mdx);
   if (to != filekind::Scene) {
     host.ExporterOf(job.target);
@@ -113,7 +112,7 @@ int Convert(programstate& state, const convertjob& job) {
     ReadSceneFile(state.out, job.source, out.Reading(job.scene.For(to)), scene);
   } else {
     importchoices in = job.in.choices;
-    in.ask = job.alone && job.mdx.empty() && job.batch.Ask(job.in.table);
+    in.ask = job.mdx.empty() && job.ask.Asks(job.in.table);
     in.mdx = FormatOf(from).IsPair() ? job.mdx : std::string();
     in.boneMap = job.boneMap;
     in.shapes = !IsSkeletal(to);
@@ -159,7 +158,6 @@ int ConvertAll(programstate& state, const convertjob& job) {
   job.out.RequireApart(targets, FormatOf(KindOf(sources.front())).IsPair() ? "" : job.mdx);
   return ForEachInput(state.out, sources, job.output.jobs, [&](std::size_t i) {
     convertjob each = job;
-    each.alone = sources.size() == 1;
     each.source = sources[i];
     each.target = targets[i];
     return Convert(state, each);
@@ -192,7 +190,7 @@ void DefineConvert(CLI::App& app, programstate& state) {
   job->scene.Define(*command);
   job->scene.DefineReading(*command);
   job->scene.DefineShapes(*command, job->in.table);
-  job->batch.Define(*command);
+  job->ask.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   AddExamples(*command, {"marrow convert models/players/hero/body.mds body.mdm --sequences",

@@ -17,7 +17,7 @@ struct exportjob {
   outputoptions output;
   exportoptions options;
   sceneoptions scene;
-  batchoption batch;
+  askoption ask;
 };
 
 int Export(programstate& state, const exportjob& job, const std::string& source,
@@ -28,7 +28,7 @@ int Export(programstate& state, const exportjob& job, const std::string& source,
   modelhost host(state.out, state.modulePath);
   host.ExporterOf(target);
   exportoptions options = job.options;
-  options.choices.ask = job.sources.size() == 1 && job.batch.Ask(options.table);
+  options.choices.ask = job.ask.Asks(options.table);
   options.ChooseMdx(target, options.choices.mdx);
   CheckExport(target, options);
   core::scene scene;
@@ -62,7 +62,7 @@ void DefineExport(CLI::App& app, programstate& state) {
                          KindsThat([](const format& row) { return row.skeletal; }));
   job->scene.Define(*command);
   job->scene.DefineReading(*command);
-  job->batch.Define(*command);
+  job->ask.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   AddExamples(*command, {"marrow export walk.glb -o models/mapobjects/walk.mdc --origin tag_floor",

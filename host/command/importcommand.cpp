@@ -102,7 +102,7 @@ struct importcommand {
   std::vector<std::string> models;
   outputoptions output;
   importjob job;
-  batchoption batch;
+  askoption ask;
 };
 
 int Import(programstate& state, const importcommand& given, const std::string& model,
@@ -112,7 +112,7 @@ int Import(programstate& state, const importcommand& given, const std::string& m
   }
   modelhost host(state.out, state.modulePath);
   given.job.Check(host, model);
-  const bool ask = given.models.size() == 1 && given.batch.Ask(given.job.options.table);
+  const bool ask = given.ask.Asks(given.job.options.table);
   core::scene scene;
   const int code = given.job.Run(state, host, model, ask, scene);
   if (code == kExitDone) {
@@ -132,7 +132,7 @@ void DefineImport(CLI::App& app, programstate& state) {
   given->output.Define(*command, "The scene to write: a .glb or .gltf file", "SCENE",
                        {"glb", "gltf"});
   given->job.Define(*command);
-  given->batch.Define(*command);
+  given->ask.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
   AddExamples(*command, {"marrow import models/players/hero/body.mds -o hero.glb --skin dark",

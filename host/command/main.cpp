@@ -1,12 +1,16 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "command/commands.h"
 #include "command/failure.h"
+#include "command/run/dropped.h"
 #include "command/run/eachinput.h"
 #include "command/wording.h"
 #include "files/cleanup.h"
@@ -46,11 +50,12 @@ std::string Fault(const CLI::App& app, const CLI::ParseError& wrong) {
   return wrong.what();
 }
 
-int Parse(int argc, char** argv, command::programstate& state) {
+int Parse(std::vector<std::string> words, command::programstate& state) {
   CLI::App app;
   command::DefineProgram(app, state);
+  std::ranges::reverse(words);  // as the parser takes them
   try {
-    app.parse(argc, argv);
+    app.parse(std::move(words));
     return state.exitCode;
   } catch (const CLI::Success& wanted) {
     return app.exit(wanted);  // --help, --version
@@ -85,5 +90,10 @@ int main(int argc, char** argv) {
 #endif
   files::CleanUpOnSignals();
   command::programstate state;
-  return command::Guarded(state.out, [&] { return Finish(state, Parse(argc, argv, state)); });
+  const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  const auto run = [&](const std::vector<std::string>& line) {
+    return command::Guarded(state.out, [&] { return Finish(state, Parse(line, state)); });
+  };
+  const std::optional<int> dropped = command::ConvertDropped(state.out, words, run);
+  return dropped ? *dropped : run(words);
 }

@@ -315,15 +315,22 @@ void exportoptions::RequireApart(const std::vector<std::string>& targets,
   }
 }
 
-void batchoption::Define(CLI::App& app) {
-  app.add_flag("--batch", batch,
-               "Never ask in windows: what no option says is as the dialogs have it. Without this, "
-               "where there are windows, a dialog that no option is given for is shown");
+void askoption::Define(CLI::App& app) {
+  app.add_flag_callback(
+      "--ask",
+      [this] {
+        if (!CanAsk()) {
+          throw CLI::ValidationError("--ask", "only the program for Windows has windows to ask in");
+        }
+        ask = true;
+      },
+      "On Windows: show a dialog that no option answers as a window. Without this, what no option "
+      "says is as the dialogs have it");
+  // Scripts say it still: what it turned off is off.
+  app.add_flag("--batch")->group("");
 }
 
-bool batchoption::Ask(const optiontable& answers) const {
-  return CanAsk() && !batch && !answers.AnyGiven();
-}
+bool askoption::Asks(const optiontable& answers) const { return ask && !answers.AnyGiven(); }
 
 CLI::Option* DefineBoneMap(CLI::App& app, std::string& path) {
   return app

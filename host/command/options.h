@@ -74,13 +74,12 @@ struct exportoptions {
   void RequireApart(const std::vector<std::string>& targets, const std::string& mdx) const;
 };
 
-// --batch. Without it and without any option that answers a dialog, the user is asked where the
-// platform has windows.
-struct batchoption {
-  bool batch = false;
+// --ask. The user is asked in windows; only a dialog that no option answers is shown.
+struct askoption {
+  bool ask = false;
 
   void Define(CLI::App& app);
-  bool Ask(const optiontable& answers) const;
+  bool Asks(const optiontable& answers) const;
 };
 
 // --bone-map, whose file is for bones of an import or an export.

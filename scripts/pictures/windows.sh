@@ -36,13 +36,13 @@ finish() { # KEY: ends the dialog, and the program with it
   wait $! || true
 }
 press() { xdotool key --clearmodifiers "$@"; }
-start() { wine "$marrow" "$@" --quiet >"$work/log" 2>&1 & }
+start() { wine "$marrow" "$@" --ask --quiet >"$work/log" 2>&1 & }
 
 rm -rf "$work"
 mkdir -p "$work/models" "$images"
 cd "$work/models"
 wine "$marrow" export "$sample" -o figure.mds --sequences --quiet
-wine "$marrow" export "$sample" -o figure.mdc --batch --quiet
+wine "$marrow" export "$sample" -o figure.mdc --quiet
 for skin in body_default body_red; do
   printf 'body,"models/players/%s.tga"\n' "$skin" >"$skin.skin"
 done

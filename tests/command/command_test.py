@@ -97,6 +97,7 @@ class Usage(program.ProgramTest):
             ("same file", "export", SAMPLE, "-o", "x.mdm", "--mdx", "./x.mdm"),
             ("255", "export", SAMPLE, "-o", "x.mdm", "--mdx", "d/" * 130 + "x.mdx"),
             ("unknown kind of file", "info", "x.obj"),
+            ("--ask: only the program for Windows", "import", "a.mds", "--ask"),
         ):
             self.fails(2, *arguments, saying=[saying])
         self.assertEqual(self.names(), before)

@@ -51,7 +51,7 @@ def steps(context: bpy.types.Context, options: Options,
         finally:
             settings.restore_frame()
         rate = context.scene.render.fps / context.scene.render.fps_base
-        arguments = ["export", str(scene_file), "-o", str(options.target), "--batch", "--scale",
+        arguments = ["export", str(scene_file), "-o", str(options.target), "--scale",
                      repr(options.scale), "--fps", repr(rate), *options.arguments, *extra]
         run = Run(options.program, arguments)
         try:

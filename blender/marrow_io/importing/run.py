@@ -49,7 +49,7 @@ def steps(context: bpy.types.Context, options: Options, holder: bpy.types.Collec
     with tempfile.TemporaryDirectory(prefix="marrow-") as folder:
         scene_file = Path(folder) / "scene.glb"
         run = Run(options.program,
-                  ["import", str(options.model), "-o", str(scene_file), "--batch", "--scale",
+                  ["import", str(options.model), "-o", str(scene_file), "--scale",
                    repr(options.scale), *options.arguments])
         try:
             for _ in run.wait():

@@ -17,6 +17,9 @@ std::vector<optiontext> OptionsOf(const CLI::App& app) {
   const command::helpformat format;
   std::vector<optiontext> options;
   for (const CLI::Option* option : app.get_options()) {
+    if (option->get_group().empty()) {
+      continue;  // hidden
+    }
     optiontext entry;
     entry.positional = option->get_positional();
     if (entry.positional) {
