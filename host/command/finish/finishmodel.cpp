@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <iterator>
 #include <stdexcept>
 
@@ -15,6 +16,7 @@
 #include "command/finish/openmodel.h"
 #include "command/finish/shaders.h"
 #include "command/finish/torso.h"
+#include "core/utf8path.h"
 #include "files/disk.h"
 
 namespace command {
@@ -68,6 +70,10 @@ void SetFrameBounds(const cmdcfile& file, const core::scene& scene, int start) {
 // Fails under the name `told`.
 template <class File, class Change>
 void Rewrite(const std::string& told, const std::string& path, Change&& change) {
+  std::error_code error;
+  if (std::filesystem::is_empty(core::PathOf(path), error)) {
+    return;  // a write of the run failed: reading the file back tells which
+  }
   openmodel<File> model;
   if (!model.Load(told, path)) {
     return;
