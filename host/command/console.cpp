@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "command/printable.h"
+
 namespace command {
 
 namespace {
@@ -20,7 +22,7 @@ std::string OneLine(std::string text) {
   }
   std::ranges::replace_if(
       text, [](char letter) { return static_cast<unsigned char>(letter) < ' '; }, ' ');
-  return text;
+  return Printable(text);
 }
 
 // Cut between characters, as UTF-8 has them.

@@ -7,6 +7,7 @@
 #include "command/describe/describe.h"
 #include "command/failure.h"
 #include "command/files/scenefile.h"
+#include "command/printable.h"
 #include "command/wording.h"
 
 namespace command {
@@ -50,10 +51,17 @@ description Describe(programstate& state, const infojob& job, std::string& fault
 void ShowInfo(programstate& state, const infojob& job) {
   std::string fault;
   const description whole = Describe(state, job, fault);
-  const std::string text =
-      job.json ? whole.dump(2, ' ', false, description::error_handler_t::replace) + "\n"
-               : DescriptionText(whole);
-  std::fputs(text.c_str(), stdout);
+  if (job.json) {
+    const auto text = [&](bool ascii) {
+      return whole.dump(2, ' ', ascii, description::error_handler_t::replace) + "\n";
+    };
+    const std::string plain = text(false);
+    // What could steer a terminal and JSON leaves as it is stands as numbers then, as all beyond
+    // ASCII.
+    std::fputs((Printable(plain) == plain ? plain : text(true)).c_str(), stdout);
+  } else {
+    std::fputs(Printable(DescriptionText(whole)).c_str(), stdout);
+  }
   if (!fault.empty()) {
     throw failure(job.path, fault);
   }

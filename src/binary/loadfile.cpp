@@ -4,7 +4,12 @@
 #include <limits>
 #include <new>
 
+#include "binary/directory.h"
+
 bool LoadWholeFile(const char* path, loadedfile& file) {
+  if (EntryAt(path) != diskentry::File) {
+    return false;
+  }
   const auto close = [](std::FILE* stream) { std::fclose(stream); };
   const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(path, "rb"), close);
   if (!stream || std::fseek(stream.get(), 0, SEEK_END) != 0) {

@@ -13,6 +13,6 @@ struct loadedfile {
   fileview View() const { return {data.get(), size}; }
 };
 
-// False when the file cannot be opened or read whole, is empty, is larger than a 32-bit offset
-// reaches, or finds no memory.
+// False when the file is no plain one, cannot be opened or read whole, is empty, is larger than a
+// 32-bit offset reaches, or finds no memory.
 bool LoadWholeFile(const char* path, loadedfile& file);

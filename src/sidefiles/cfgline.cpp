@@ -3,6 +3,8 @@
 #include <cstring>
 #include <memory>
 
+#include "binary/directory.h"
+
 bool ReadCfgLine(char* line, int size, std::FILE* stream) {
   do {
     line[0] = '\0';
@@ -26,6 +28,9 @@ void ReadCfgLines(std::FILE* stream, const std::function<bool(const char* line)>
 }
 
 bool ReadCfgFile(const char* path, const std::function<bool(const char* line)>& take) {
+  if (EntryAt(path) != diskentry::File) {
+    return false;  // a pipe or a device may have no end
+  }
   const auto close = [](std::FILE* stream) { std::fclose(stream); };
   const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(path, "rt"), close);
   if (!stream) {

@@ -13,7 +13,9 @@ using textrow = std::vector<std::string>;
 
 std::string ValueText(const description& value) {
   if (value.is_string()) {
-    return value.get<std::string>();
+    std::string text = value.get<std::string>();
+    std::ranges::replace(text, '\n', ' ');
+    return text;
   }
   if (value.is_null()) {
     return "-";
