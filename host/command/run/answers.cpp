@@ -159,7 +159,7 @@ bool importanswers::PickSequences(desktop::scriptedwindow& window) {
   for (const std::string& row : window.Rows(kSequences)) {
     names.push_back(SequenceOf(row));
   }
-  noSequences_ = names.empty();
+  numSequences_ = static_cast<int>(names.size());
   if (choices_.firstFrame) {
     return true;
   }

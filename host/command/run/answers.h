@@ -95,7 +95,7 @@ class importanswers {
   // Why the dialog was cancelled: a choice that it does not offer. Empty when it was not.
   const std::string& Refusal() const { return refusal_; }
   // What the dialogs changed or could not offer.
-  bool NoSequences() const { return noSequences_; }
+  int NumSequences() const { return numSequences_; }
   // The .skin file that the dialog selects; empty for none.
   const std::string& Skin() const { return skin_; }
   // The frame that was too high, clamped to the model's last.
@@ -111,7 +111,7 @@ class importanswers {
 
   importchoices choices_;
   std::string refusal_;
-  bool noSequences_ = false;
+  int numSequences_ = 0;
   std::string skin_;
   std::optional<int> clampedTo_;
   std::optional<int> frame_;

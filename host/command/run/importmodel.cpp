@@ -1,3 +1,7 @@
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
 #include "command/files/sequencefile.h"
@@ -10,15 +14,36 @@
 #include "command/wording.h"
 #include "core/state.h"
 #include "core/utf8path.h"
+#include "sidefiles/sequences.h"
 
 namespace command {
 
 namespace {
 
+// The importer takes a sequence file that the disk does not give, or not to its end, for one with
+// fewer sequences.
+void RequireSequences(const std::string& animated, filekind kind, int found) {
+  const std::string side = SequenceFileOf(animated, kind);
+  std::error_code none;
+  if (!std::filesystem::is_regular_file(core::PathOf(side), none)) {
+    return;
+  }
+  std::ifstream file(core::PathOf(side), std::ios::binary);
+  file.ignore(std::numeric_limits<std::streamsize>::max());
+  canimsequences held("the sequence file");
+  if (kind == filekind::Mds) {
+    LoadWolfanim((core::PathOf(side).parent_path() / "").string(), held);
+  } else {
+    LoadAninc(animated, held);
+  }
+  if (!file.is_open() || file.bad() || held.Count() > found) {
+    throw failure(side, "cannot be read to its end");
+  }
+}
+
 // Without a sequence file there is nothing to select, and the importer makes one pose.
-void TellFirstFrameOnly(console& out, const std::string& path, const std::string& mdx) {
-  const filekind kind = mdx.empty() ? filekind::Mds : filekind::Mdx;
-  const std::string& animated = mdx.empty() ? path : mdx;
+void TellFirstFrameOnly(console& out, const std::string& path, const std::string& animated,
+                        filekind kind) {
   const std::int64_t frames = FramesOf(animated, kind);
   if (frames > 1) {
     out.Note(path, "only the first of its " + std::to_string(frames) +
@@ -34,8 +59,14 @@ void TellWhatChanged(console& out, const std::string& path, const importchoices&
     out.Warning(path, "has no frame " + std::to_string(*choices.frame) + ": frame " +
                           std::to_string(*answers.ClampedTo()) + " is imported");
   }
-  if (answers.NoSequences() && !choices.firstFrame && choices.bones && choices.animation) {
-    TellFirstFrameOnly(out, path, choices.mdx);
+  if (IsSkeletal(KindOf(path)) && !choices.ask && !choices.firstFrame && choices.bones &&
+      choices.animation) {
+    const std::string& animated = choices.mdx.empty() ? path : choices.mdx;
+    const filekind kind = choices.mdx.empty() ? filekind::Mds : filekind::Mdx;
+    RequireSequences(animated, kind, answers.NumSequences());
+    if (answers.NumSequences() == 0) {
+      TellFirstFrameOnly(out, path, animated, kind);
+    }
   }
 }
 
