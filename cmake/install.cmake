@@ -46,9 +46,11 @@ set(page ${PROJECT_SOURCE_DIR}/build/web/marrow.html)
 install(FILES ${page} DESTINATION ${CMAKE_INSTALL_DATADIR}/marrow COMPONENT Runtime OPTIONAL)
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_DATADIR}/marrow)
 file(CREATE_LINK ${page} ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_DATADIR}/marrow/marrow.html SYMBOLIC)
-# What is told of the page has pictures as large as the program.
+# What is told of the page has pictures as large as the program, and what is told of the Blender
+# add-on comes with that.
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime
-  PATTERN "browser*" EXCLUDE)
+  PATTERN "browser*" EXCLUDE
+  REGEX "/blender(\\.md|-(character|import|export|front)\\.png)$" EXCLUDE)
 install(FILES examples/sample.glb DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Runtime)
 install(FILES examples/bones.cpp examples/runhandler.cpp examples/toglb.cpp examples/CMakeLists.txt
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Development)

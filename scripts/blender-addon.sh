@@ -15,6 +15,9 @@ git ls-files blender/marrow_io | while read -r file; do
   install -D -m 644 "$file" "$stage/${file#blender/}"
 done
 cp LICENSE "$stage/marrow_io/"
+for file in docs/blender.md docs/images/blender-{character,import,export,front}.png; do
+  install -D -m 644 "$file" "$stage/marrow_io/$file"
+done
 version=$(sed -n 's/^project(marrow VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 sed -i "s/(0, 0, 0),.*/(${version//./, }),/" "$stage/marrow_io/__init__.py"
 sed -i "/^#/d; s/0\.0\.0/$version/" "$stage/marrow_io/blender_manifest.toml"

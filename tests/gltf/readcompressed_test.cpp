@@ -175,13 +175,13 @@ TEST_F(ReadCompressed, FaultsNameThePlace) {
   const std::vector<badvalue> inMeshes{
       {part + "/bufferView", 0, partPlace + "the compressed data are no Draco data"},
       {part + "/bufferView", 99,
-       "mesh 0, primitive 0, extensions, KHR_draco_mesh_compression: bufferView names what is not "
-       "there"},
+       "mesh 0, primitive 0, extensions, KHR_draco_mesh_compression: bufferView: index 99 does not "
+       "exist (the file has 21)"},
       {part + "/attributes/NORMAL", 9, partPlace + "the compressed data have no list 9"},
       {part + "/attributes/NORMAL", 3,
        partPlace + "list 3 of the compressed data has 2 components, not 3"},
       {numIndices, 3, partPlace + "the compressed data have 2 triangles, not 1"},
-      {"/meshes/0/primitives/0/mode", 1, partPlace + "it is compressed and no indexed triangles"},
+      {"/meshes/0/primitives/0/mode", 1, partPlace + "compressed, but not indexed triangles"},
   };
   ExpectFaults(MeshoptGltf(), inViews);
   ExpectFaults(mesh, inMeshes);
