@@ -35,7 +35,7 @@ class askingdesktop final : public desktop::passingdesktop {
     if (written.empty() || written.size() >= static_cast<std::size_t>(size)) {
       return 0;
     }
-    std::strcpy(path, written.c_str());
+    std::memcpy(path, written.c_str(), written.size() + 1);
     return 1;
   }
 
