@@ -174,7 +174,7 @@ cpoint3 BlendNormal(const deformer& work, const meshstate& mesh, std::size_t v) 
   return UnitOr(sum, mesh.normals[v]);
 }
 
-template <bool kMorphs>
+template <bool Morphs>
 void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const cpoint3& offset,
            bool withNormals) {
   for (std::size_t v = 0; v < work.positions.size(); ++v) {
@@ -192,7 +192,7 @@ void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const c
         sum[c] += in.weight *
                   (in.offset.x * m[0][c] + in.offset.y * m[1][c] + in.offset.z * m[2][c] + m[3][c]);
       }
-      if constexpr (kMorphs) {
+      if constexpr (Morphs) {
         AddTurned(sum, in.weight, work.moved[v], work.positionTurns[in.joint].m);
       }
     }

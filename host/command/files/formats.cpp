@@ -12,14 +12,14 @@ namespace {
 using enum filekind;
 constexpr auto kNoTags = tagsource::None;
 
-// In the order of filekind: kind, suffixes, text, surfaces, vertexFrames, skeletal, skeleton, tags.
+// In the order of filekind: kind, skeleton, suffixes, text, tags, surfaces, vertexFrames, skeletal.
 constexpr format kFormats[] = {
-    {Other, {}, "an unknown kind of file", false, false, false, Other, kNoTags},
-    {Scene, {"glb", "gltf"}, "a glTF scene", false, false, false, Other, kNoTags},
-    {Mdc, {"mdc"}, "an mdc model", true, true, false, Other, tagsource::Nodes},
-    {Mds, {"mds"}, "an mds model", true, false, true, Mds, tagsource::Bones},
-    {Mdm, {"mdm"}, "an mdm model", true, false, true, Mdx, tagsource::OtherBones},
-    {Mdx, {"mdx"}, "an mdx skeleton", false, false, true, Mdx, kNoTags},
+    {Other, Other, {}, "an unknown kind of file", kNoTags, false, false, false},
+    {Scene, Other, {"glb", "gltf"}, "a glTF scene", kNoTags, false, false, false},
+    {Mdc, Other, {"mdc"}, "an mdc model", tagsource::Nodes, true, true, false},
+    {Mds, Mds, {"mds"}, "an mds model", tagsource::Bones, true, false, true},
+    {Mdm, Mdx, {"mdm"}, "an mdm model", tagsource::OtherBones, true, false, true},
+    {Mdx, Mdx, {"mdx"}, "an mdx skeleton", kNoTags, false, false, true},
 };
 
 constexpr bool InOrder() {

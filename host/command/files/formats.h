@@ -22,13 +22,13 @@ enum class tagsource {
 // What files of a kind have in them; a scene has none of it.
 struct format {
   filekind kind;
+  filekind skeleton;  // the kind of the file that has its bones and their frames
   std::array<std::string_view, 2> suffixes;  // without the dot; the second may be empty
   std::string_view text;                     // with its article
+  tagsource tags;
   bool surfaces;
   bool vertexFrames;  // each frame has the positions of all vertices
   bool skeletal;      // its vertices follow bones, of this file or of another
-  filekind skeleton;  // the kind of the file that has its bones and their frames
-  tagsource tags;
 
   bool IsModel() const { return surfaces || skeletal; }
   bool HasBones() const { return skeletal && skeleton == kind; }

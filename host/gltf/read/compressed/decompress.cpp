@@ -23,9 +23,9 @@ constexpr std::int64_t kBytesPerByte = 64;
 constexpr std::size_t kMostIds = std::size_t{1} << 16;
 constexpr std::int64_t kMostStride = 256;
 
-template <class Value, std::size_t kCount>
+template <class Value, std::size_t Count>
 Value NamedValue(const jsonobject& from, const char* key, const char* missing,
-                 const std::pair<const char*, Value> (&names)[kCount]) {
+                 const std::pair<const char*, Value> (&names)[Count]) {
   const std::string given = from.Has(key) ? from.Text(key) : missing;
   for (const auto& [name, value] : names) {
     if (given == name) {

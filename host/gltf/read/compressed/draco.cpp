@@ -21,7 +21,7 @@ constexpr char kDamaged[] = "the compressed data are damaged";
 constexpr char kTooMuch[] = "the compressed data have more than the file can have";
 
 // The library's decoder, which looks ahead at what is to come before it makes room for it.
-template <class Decoder, bool kHasSeams>
+template <class Decoder, bool HasSeams>
 class boundeddecoder : public Decoder {
  public:
   explicit boundeddecoder(unpackedmesh& mesh) : mesh_(mesh) {}
@@ -38,11 +38,11 @@ class boundeddecoder : public Decoder {
       return Fail("the compressed data are of another version than 2.2");
     }
     if (!draco::DecodeVarint(&first, &ahead) || !draco::DecodeVarint(&second, &ahead) ||
-        (kHasSeams && !ahead.Decode(&numSeams))) {
+        (HasSeams && !ahead.Decode(&numSeams))) {
       return false;
     }
     // Vertices stand first where there are seams, faces where there are none.
-    const std::int64_t faces = kHasSeams ? second : first;
+    const std::int64_t faces = HasSeams ? second : first;
     if (faces > mesh_.mostFaces) {
       return Fail("the compressed data have " + std::to_string(faces) + " triangles, not " +
                   std::to_string(mesh_.mostFaces));
