@@ -34,9 +34,9 @@ headername NameFor(const std::string& path, filekind kind, bool modelsDir) {
 void SetStoredName(const std::string& written, const std::string& target, filekind kind,
                    bool modelsDir) {
   const auto close = [](std::FILE* stream) { std::fclose(stream); };
+  errno = 0;
   std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(written.c_str(), "r+b"), close);
   headername stored{};
-  errno = 0;
   if (!file || std::fseek(file.get(), kNameOffset, SEEK_SET) != 0 ||
       std::fread(stored.data(), stored.size(), 1, file.get()) != 1) {
     if (errno == 0) {
