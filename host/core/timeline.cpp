@@ -86,6 +86,7 @@ std::vector<clip> NotedSequences(const std::string& notes) {
   }
   const bool lastKeys = AreLastKeys(sequences, frames);
   std::vector<clip> clips;
+  clips.reserve(sequences.size());
   for (const notedsequence& sequence : sequences) {
     clips.push_back({sequence.name, lastKeys ? -1 : static_cast<int>(sequence.first),
                      static_cast<int>(sequence.frames), sequence.loop, sequence.rate});
