@@ -326,8 +326,6 @@ void askoption::Define(CLI::App& app) {
       },
       "On Windows: show a dialog that no option answers as a window. Without this, what no option "
       "says is as the dialogs have it");
-  // Scripts say it still: what it turned off is off.
-  app.add_flag("--batch")->group("");
 }
 
 bool askoption::Asks(const optiontable& answers) const { return ask && !answers.AnyGiven(); }

@@ -5,10 +5,12 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "binary/loadfile.h"
@@ -28,7 +30,7 @@ namespace {
 // Where the page takes files from that came with it; web/src/files/inside.ts reads them.
 constexpr std::string_view kFilesBegin = "<script type=\"application/json\" id=\"inside\">";
 // A browser's texts have at most half a gigabyte, of which base64 makes a third more.
-constexpr std::size_t kMostBytes = std::size_t{256} << 20;
+constexpr std::uint64_t kMostBytes = std::uint64_t{256} << 20;
 
 struct viewjob {
   std::string model;
@@ -53,20 +55,19 @@ void AppendBase64(std::span<const std::uint8_t> bytes, std::string& text) {
   }
 }
 
-// A text as JSON has it, in which nothing ends the element that it stands in: it has no "<".
-std::string Quoted(std::string_view text) {
-  std::string quoted = "\"";
+// As text in which nothing ends the element that it stands in: it has no "<".
+std::string Dumped(const nlohmann::json& value) {
+  const std::string text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  std::string safe;
+  safe.reserve(text.size());
   for (const char letter : text) {
-    const auto code = static_cast<unsigned char>(letter);
-    if (code < 0x20 || letter == '"' || letter == '\\' || letter == '<') {
-      std::array<char, 8> escape{};
-      std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(code));
-      quoted += escape.data();
+    if (letter == '<') {
+      safe += "\\u003c";
     } else {
-      quoted += letter;
+      safe += letter;
     }
   }
-  return quoted + '"';
+  return safe;
 }
 
 std::string TextOf(const std::filesystem::path& path) {
@@ -152,63 +153,66 @@ std::vector<const CLI::Option*> ImportOptions(const CLI::App& app) {
   return given;
 }
 
-// They as the parser takes them, as a list in JSON, but for those that the page has choices of its
-// own for and those whose files lie where they are looked for.
-std::string OptionsFor(const CLI::App& app, const importjob& job, modeltree& tree) {
+// They as the parser takes them, but for those that the page has choices of its own for and those
+// whose files lie where they are looked for.
+nlohmann::json OptionsFor(const CLI::App& app, const importjob& job, modeltree& tree) {
   constexpr std::array<std::string_view, 5> kTold{"--skin", "--no-skin", "--attach", "--game-dir",
                                                   "--mdx"};
-  std::string options;
-  const auto add = [&](std::string text, const std::string& value) {
-    options += (options.empty() ? "" : ",") + Quoted(text.append(value));
-  };
+  nlohmann::json options = nlohmann::json::array();
   for (const CLI::Option* option : ImportOptions(app)) {
     const std::string name = option->get_name();
     if (std::ranges::find(kTold, name) != kTold.end()) {
       continue;
     }
     if (name == "--bone-map") {
-      add(name + "=", tree.AddFile(job.options.choices.boneMap));
+      options.push_back(name + "=" + tree.AddFile(job.options.choices.boneMap));
     } else if (option->get_items_expected_max() == 0) {
-      add(name, "");
+      options.push_back(name);
     } else {
       for (const std::string& value : option->results()) {
-        add(name + "=", value);
+        options.push_back(name + "=" + value);
       }
     }
   }
-  return "[" + options + "]";
+  return options;
 }
 
-// Fills the tree and tells in JSON what of it is shown.
-std::string Gather(programstate& state, const CLI::App& app, const viewjob& given,
-                   const core::scene& scene, modeltree& tree) {
+// Fills the tree and tells what of it is shown.
+nlohmann::json Gather(programstate& state, const CLI::App& app, const viewjob& given,
+                      const core::scene& scene, modeltree& tree) {
   const importjob& job = given.job;
   if (KindOf(given.model) == filekind::Scene) {
-    return "{\"model\":" + Quoted(tree.AddScene(given.model)) + "}";
+    return {{"model", tree.AddScene(given.model)}};
   }
   const std::string model = tree.AddModel(given.model, job.options.choices.mdx);
-  std::string attachments;
+  nlohmann::json attachments = nlohmann::json::array();
   for (const attachment& each : job.attached) {
     const std::string path = tree.AddModel(each.model, "");
-    attachments += (attachments.empty() ? "{\"tag\":" : ",{\"tag\":") + Quoted(each.tag) +
-                   ",\"path\":" + Quoted(path) +
-                   ",\"skin\":" + Quoted(WithSkinSuffix(tree, path, job.SkinFor(each.tag))) +
-                   (each.frame ? ",\"frame\":" + std::to_string(*each.frame) : "") + "}";
+    nlohmann::json hung = {{"tag", each.tag},
+                           {"path", path},
+                           {"skin", WithSkinSuffix(tree, path, job.SkinFor(each.tag))}};
+    if (each.frame) {
+      hung["frame"] = *each.frame;
+    }
+    attachments.push_back(std::move(hung));
   }
   if (!tree.AddImages(scene)) {
     state.out.Note(given.model, "images of some other skins are left out: there are too many");
   }
-  return "{\"model\":" + Quoted(model) +
-         ",\"choice\":{\"skin\":" + Quoted(WithSkinSuffix(tree, model, job.SkinFor(""))) +
-         ",\"noSkin\":" + (job.options.choices.noSkin ? "true" : "false") + ",\"attachments\":[" +
-         attachments + "],\"options\":" + OptionsFor(app, job, tree) + "}}";
+  return {{"model", model},
+          {"choice",
+           {{"skin", WithSkinSuffix(tree, model, job.SkinFor(""))},
+            {"noSkin", job.options.choices.noSkin},
+            {"attachments", std::move(attachments)},
+            {"options", OptionsFor(app, job, tree)}}}};
 }
 
 void WritePage(programstate& state, const std::string& target, const loadedfile& page,
-               const std::string& shown, const modeltree& tree) {
-  std::string inside = "{\"shown\":" + shown + ",\"files\":[";
+               const nlohmann::json& shown, const modeltree& tree) {
+  // The files' content goes straight into the text, which it is nearly all of.
+  std::string inside = "{\"shown\":" + Dumped(shown) + ",\"files\":[";
   for (const modeltree::file& file : tree.Files()) {
-    inside += (&file == tree.Files().data() ? "{\"path\":" : ",{\"path\":") + Quoted(file.path) +
+    inside += (&file == tree.Files().data() ? "{\"path\":" : ",{\"path\":") + Dumped(file.path) +
               ",\"base64\":\"";
     AppendBase64(file.content, inside);
     inside += "\"}";
@@ -231,12 +235,8 @@ void WritePage(programstate& state, const std::string& target, const loadedfile&
 }
 
 void RequireFits(const std::string& model, const modeltree& tree) {
-  std::size_t bytes = 0;
-  for (const modeltree::file& file : tree.Files()) {
-    bytes += file.content.size();
-  }
-  if (bytes > kMostBytes) {
-    throw failure(model, "comes with " + std::to_string(bytes >> 20U) +
+  if (tree.Bytes() > kMostBytes) {
+    throw failure(model, "comes with " + std::to_string(tree.Bytes() >> 20U) +
                              " MB of files, and a page takes at most " +
                              std::to_string(kMostBytes >> 20U) +
                              " MB: open marrow.html and drop them on it");
@@ -252,7 +252,8 @@ int View(programstate& state, const CLI::App& app, const viewjob& given) {
   core::scene scene;
   if (KindOf(given.model) == filekind::Scene) {
     if (const auto options = ImportOptions(app); !options.empty()) {
-      throw failure(given.model, options.front()->get_name() + " makes no sense with a glTF scene",
+      throw failure(given.model,
+                    options.front()->get_name() + " applies to models, not to a glTF scene",
                     kExitUsage);
     }
     RequireReadable(given.model);
@@ -265,7 +266,7 @@ int View(programstate& state, const CLI::App& app, const viewjob& given) {
     }
   }
   modeltree tree(given.job.options.choices.gameFolders);
-  const std::string shown = Gather(state, app, given, scene, tree);
+  const nlohmann::json shown = Gather(state, app, given, scene, tree);
   RequireFits(given.model, tree);
   if (!given.target.empty()) {
     WritePage(state, given.target, page, shown, tree);

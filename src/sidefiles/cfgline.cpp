@@ -37,5 +37,5 @@ bool ReadCfgFile(const char* path, const std::function<bool(const char* line)>& 
     return false;
   }
   ReadCfgLines(stream.get(), take);
-  return true;
+  return std::ferror(stream.get()) == 0;
 }

@@ -17,5 +17,5 @@ bool ReadCfgLine(char* line, int size, std::FILE* stream);
 // the stream, may be with an empty line.
 void ReadCfgLines(std::FILE* stream, const std::function<bool(const char* line)>& take);
 
-// The same for a file. False when it is no plain file or cannot be opened.
+// The same for a file. False when it is no plain file, cannot be opened or not be read to its end.
 bool ReadCfgFile(const char* path, const std::function<bool(const char* line)>& take);

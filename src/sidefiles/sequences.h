@@ -43,8 +43,9 @@ class cwolfanimparser {
 };
 void TakeAnincLine(const char* line, canimsequences& sequences);
 
-// wolfanim.cfg in the model's directory. False when it cannot be opened.
+// wolfanim.cfg in the model's directory. False when it cannot be opened or not be read to its end;
+// what came before that is in the list.
 bool LoadWolfanim(const std::string& modeldir, canimsequences& sequences);
-// The file beside an mdx file, whose path has .aninc for all from the last full stop on. False
-// when there is no full stop or the file cannot be opened.
+// The same of the file beside an mdx file, whose path has .aninc for all from the last full stop
+// on. False when there is no full stop, too.
 bool LoadAninc(const std::string& mdxPath, canimsequences& sequences);

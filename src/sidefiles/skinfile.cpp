@@ -52,14 +52,22 @@ bool ParseSkinLine(const char* line, skinform form, const std::string& gamedir, 
 }
 
 bool csurfmats::LoadSkinFile(const char* path, skinform form, const std::string& gamedir) {
-  rows_.clear();
-  firstRow_.clear();
-  return !gamedir.empty() && ReadCfgFile(path, [&](const char* line) {
+  Clear();
+  const bool whole = !gamedir.empty() && ReadCfgFile(path, [&](const char* line) {
     if (surfmat row; ParseSkinLine(line, form, gamedir, row)) {
       Add(std::move(row));
     }
     return true;
   });
+  if (!whole) {
+    Clear();
+  }
+  return whole;
+}
+
+void csurfmats::Clear() {
+  rows_.clear();
+  firstRow_.clear();
 }
 
 void csurfmats::Add(surfmat row) {

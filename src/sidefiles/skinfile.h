@@ -32,7 +32,8 @@ class csurfmats {
   // Room for a row for each surface; more rows make the table grow.
   void Allocate(std::size_t numSurfaces) { rows_.reserve(numSurfaces); }
 
-  // False, and no rows, without a game directory and when the file cannot be opened.
+  // False, and no rows, without a game directory and when the file cannot be
+  // opened or not be read to its end.
   bool LoadSkinFile(const char* path, skinform form, const std::string& gamedir);
   void Add(surfmat row);
 
@@ -41,6 +42,8 @@ class csurfmats {
   cmaterial* FindMatBySurface(const char* surface) const;
 
  private:
+  void Clear();
+
   std::vector<surfmat> rows_;
   // By surface: its first row.
   std::unordered_map<std::string, std::size_t> firstRow_;

@@ -113,7 +113,7 @@ class View(program.ProgramTest):
                 (("torn.mds",), 1, ("torn.mds",)),
                 (("a.mdc", "-o", "a.glb"), 2, ("a.glb", ".html")),
                 (("a.mdc", "--attach", "tag_none=a.mdc"), 1, ("there is no tag tag_none",)),
-                ((SAMPLE, "--skin", "a"), 2, ("--skin makes no sense",))):
+                ((SAMPLE, "--skin", "a"), 2, ("--skin applies to models",))):
             page = () if "--page" in arguments else ("--page", "page.html")
             said = self.marrow("view", *arguments, *page, code=code, env=self.environment)
             for text in saying:

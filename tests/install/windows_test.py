@@ -34,8 +34,8 @@ class Windows(unittest.TestCase):
 
     def try_program(self, root):
         marrow = root / "bin" / "marrow.exe"
-        wine(marrow, "export", SAMPLE, "-o", "a.mdc", "--batch", cwd=self.dir)
-        wine(marrow, "import", "a.mdc", "-o", "a.glb", "--batch", cwd=self.dir)
+        wine(marrow, "export", SAMPLE, "-o", "a.mdc", cwd=self.dir)
+        wine(marrow, "import", "a.mdc", "-o", "a.glb", cwd=self.dir)
         self.assertGreater((self.dir / "a.glb").stat().st_size, 10000)
         self.assertTrue((root / "share/doc/marrow/README.md").is_file())
         return wine(marrow, "--version").strip()

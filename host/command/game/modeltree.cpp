@@ -2,22 +2,21 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <type_traits>
 #include <utility>
 
 #include "binary/directory.h"
 #include "binary/loadfile.h"
 #include "command/failure.h"
 #include "command/files/paths.h"
+#include "command/files/readers.h"
 #include "command/files/sequencefile.h"
 #include "command/finish/gameimages.h"
-#include "command/finish/openmodel.h"
 #include "command/game/gamepath.h"
 #include "command/game/skinrows.h"
 #include "core/state.h"
 #include "core/utf8path.h"
 #include "gltf/read/resources.h"
-#include "mdmmdx/mdmfile.h"
-#include "mds/mdsfile.h"
 
 namespace command {
 
@@ -27,14 +26,17 @@ namespace {
 // character of a game has many times over, and little beside what a browser takes.
 constexpr std::uint64_t kUnwornBytes = std::uint64_t{64} << 20;
 
-template <class File>
-void AddShaders(const std::string& path, std::vector<std::string>& to) {
-  File file;
-  if (LoadAgain(path, path, file)) {
-    for (const auto& each : file.surfaces) {
-      to.emplace_back(NameText(each.surface->shader).data());
+void AddShaders(filekind kind, const std::vector<std::uint8_t>& content,
+                std::vector<std::string>& to) {
+  WithReader(kind, [&]<class File>(File&& file) {
+    if constexpr (std::is_base_of_v<skelmesh, File>) {
+      if (file.Parse({content.data(), content.size()})) {
+        for (const auto& each : file.surfaces) {
+          to.emplace_back(NameText(each.surface->shader).data());
+        }
+      }
     }
-  }
+  });
 }
 
 std::string DirectoryOf(const std::string& path) {
@@ -117,17 +119,17 @@ std::string modeltree::AddModel(const std::string& model, const std::string& mdx
   const std::string below = of.beside.empty() ? DirectoryOf(GamePath(full)) : std::string();
   const std::string folder = of.prefix + below;
   std::string path = folder + LastName(full);
-  AddFrom(full, path);
   const filekind kind = KindOf(full);
-  if (kind == filekind::Mds) {
-    const std::string sequences = SequenceFileOf(full, kind);
-    AddIfThere(sequences, folder + LastName(sequences));
-    AddShaders<cmdsfile>(full, shaders_);
-  } else if (kind == filekind::Mdm) {
+  AddFrom(full, path);
+  // Of a model that was there before, what came last is looked at, which adds nothing new.
+  AddShaders(kind, files_.back().content, shaders_);
+  if (FormatOf(kind).IsPair()) {
     const std::string skeleton = FullPath(SkeletonOf(full, mdx));
     AddFrom(skeleton, WithSuffix(path, ".mdx"));
     AddIfThere(SequenceFileOf(skeleton, filekind::Mdx), WithSuffix(path, ".aninc"));
-    AddShaders<cmdmfile>(full, shaders_);
+  } else if (IsSkeletal(kind)) {
+    const std::string sequences = SequenceFileOf(full, kind);
+    AddIfThere(sequences, folder + LastName(sequences));
   }
   if (IsSkeletal(kind)) {
     const std::string directory = DirectoryOf(full);

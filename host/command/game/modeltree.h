@@ -40,6 +40,8 @@ class modeltree {
   std::string AddFile(const std::string& path);
 
   const std::vector<file>& Files() const { return files_; }
+  // Of all files.
+  std::uint64_t Bytes() const { return bytes_; }
 
  private:
   struct game {

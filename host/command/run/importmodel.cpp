@@ -1,6 +1,4 @@
 #include <filesystem>
-#include <fstream>
-#include <limits>
 
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
@@ -28,15 +26,11 @@ void RequireSequences(const std::string& animated, filekind kind, int found) {
   if (!std::filesystem::is_regular_file(core::PathOf(side), none)) {
     return;
   }
-  std::ifstream file(core::PathOf(side), std::ios::binary);
-  file.ignore(std::numeric_limits<std::streamsize>::max());
   canimsequences held("the sequence file");
-  if (kind == filekind::Mds) {
-    LoadWolfanim((core::PathOf(side).parent_path() / "").string(), held);
-  } else {
-    LoadAninc(animated, held);
-  }
-  if (!file.is_open() || file.bad() || held.Count() > found) {
+  const bool whole = kind == filekind::Mds
+                         ? LoadWolfanim((core::PathOf(side).parent_path() / "").string(), held)
+                         : LoadAninc(animated, held);
+  if (!whole || held.Count() > found) {
     throw failure(side, "cannot be read to its end");
   }
 }
