@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Everything that a release consists of, in dist/ with checksums: the .tar.gz and the .deb packages,
-# the Windows .zip and installer, and what the other scripts make where they are there (the web page,
-# the Blender add-on). Builds what it packs, or packs two folders that are built already:
+# the Windows .zip and installer, the web page and the Blender add-on. Builds what it packs, or packs
+# two folders that are built already:
 #   scripts/release.sh [BUILD WINDOWS-BUILD]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -24,9 +24,7 @@ if [ -z "$native" ]; then
 fi
 
 # Before the packages, which have it.
-if [ -x scripts/web.sh ]; then
-  scripts/web.sh
-fi
+scripts/web.sh
 
 rm -rf dist
 mkdir dist
@@ -37,14 +35,8 @@ for build in "$native" "$windows"; do
   rm -rf "$made"
 done
 
-# What the other scripts make, where they are there.
-if [ -x scripts/blender-addon.sh ]; then
-  scripts/blender-addon.sh "$native" "$windows"
-  cp build/marrow_io.zip dist/
-fi
-if [ -f build/web/marrow.html ]; then
-  cp -t dist build/web/marrow.html
-fi
+scripts/blender-addon.sh "$native" "$windows"
+cp -t dist build/marrow_io.zip build/web/marrow.html
 
 cd dist
 sha256sum -- * >SHA256SUMS

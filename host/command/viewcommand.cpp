@@ -248,6 +248,7 @@ int View(programstate& state, const CLI::App& app, const viewjob& given) {
   if (!given.target.empty() && suffix != "html" && suffix != "htm") {
     throw failure(given.target, "a page for browsers ends in .html", kExitUsage);
   }
+  RequireReadable(given.model);
   const loadedfile page = LoadPage(given.page);
   core::scene scene;
   if (KindOf(given.model) == filekind::Scene) {
@@ -256,7 +257,6 @@ int View(programstate& state, const CLI::App& app, const viewjob& given) {
                     options.front()->get_name() + " applies to models, not to a glTF scene",
                     kExitUsage);
     }
-    RequireReadable(given.model);
   } else {
     modelhost host(state.out, state.modulePath);
     given.job.Check(host, given.model);

@@ -286,21 +286,17 @@ function copied(
   }
 }
 
+const forms: Record<number, ['DT_INT8' | 'DT_UINT8' | 'DT_INT16' | 'DT_UINT16' | 'DT_UINT32' | 'DT_FLOAT32', number] | undefined> = {
+  5120: ['DT_INT8', 1],
+  5121: ['DT_UINT8', 1],
+  5122: ['DT_INT16', 2],
+  5123: ['DT_UINT16', 2],
+  5125: ['DT_UINT32', 4],
+  5126: ['DT_FLOAT32', 4],
+};
+
+// What the library has for a component type, and its bytes.
 function formOf(library: Draco, componentType: unknown): { type: number; bytes: number } | undefined {
-  switch (componentType) {
-    case 5120:
-      return { type: library.DT_INT8, bytes: 1 };
-    case 5121:
-      return { type: library.DT_UINT8, bytes: 1 };
-    case 5122:
-      return { type: library.DT_INT16, bytes: 2 };
-    case 5123:
-      return { type: library.DT_UINT16, bytes: 2 };
-    case 5125:
-      return { type: library.DT_UINT32, bytes: 4 };
-    case 5126:
-      return { type: library.DT_FLOAT32, bytes: 4 };
-    default:
-      return undefined;
-  }
+  const found = forms[Number(componentType)];
+  return found && { type: library[found[0]], bytes: found[1] };
 }
