@@ -3,31 +3,27 @@
 import json
 import os
 import struct
-import time
 import unittest
 
 import program
 from program import SAMPLE
 
 
-def gltf(nodes, vertices=0, seconds=0.0, moving=0):
-    """Nodes; the first shows a triangle of that many vertices, node `moving` moves from 0 to
-    `seconds`."""
-    data = struct.pack("<2f6f", 0, seconds, 0, 0, 0, 1, 0, 0)
+def gltf(name):
+    """A scene with a node of that name that shows a triangle and moves, and its m.bin."""
+    data = struct.pack("<2f6f", 0, 1, 0, 0, 0, 1, 0, 0)
     floats = {"componentType": 5126}
-    scene = {"asset": {"version": "2.0"}, "nodes": nodes,
+    scene = {"asset": {"version": "2.0"}, "nodes": [{"name": name, "mesh": 0}],
+             "meshes": [{"primitives": [{"attributes": {"POSITION": 2}}]}],
              "buffers": [{"byteLength": len(data), "uri": "m.bin"}],
              "bufferViews": [{"buffer": 0, "byteLength": 8},
                              {"buffer": 0, "byteOffset": 8, "byteLength": 24}],
              "accessors": [{**floats, "bufferView": 0, "count": 2, "type": "SCALAR"},
                            {**floats, "bufferView": 1, "count": 2, "type": "VEC3"},
-                           {**floats, "count": vertices, "type": "VEC3"}],
-             "animations": [{"channels": [{"sampler": 0, "target": {"node": moving,
+                           {**floats, "count": 3, "type": "VEC3"}],
+             "animations": [{"channels": [{"sampler": 0, "target": {"node": 0,
                                                                     "path": "translation"}}],
                              "samplers": [{"input": 0, "output": 1}]}]}
-    if vertices:
-        scene["meshes"] = [{"primitives": [{"attributes": {"POSITION": 2}}]}]
-        nodes[0]["mesh"] = 0
     return json.dumps(scene), data
 
 
@@ -41,10 +37,7 @@ class Endless(program.ProgramTest):
         return name
 
     def ends(self, *arguments, code, saying=""):
-        start = time.monotonic()
-        result = self.marrow(*arguments, code=code)
-        self.assertIn(saying, result.err)
-        self.assertLess(time.monotonic() - start, 60)
+        self.assertIn(saying, self.marrow(*arguments, code=code).err)
 
     def test_pipes(self):
         for kind in "mds", "mdm", "mdx":
@@ -62,14 +55,14 @@ class Endless(program.ProgramTest):
             self.ends("export", SAMPLE, "-o", "c.mds", option, self.fifo("p"), code=1,
                       saying="is not a regular file")
         self.ends("info", self.fifo("p.glb"), code=1)
-        text, _ = gltf([{}], seconds=1.0)
+        text, _ = gltf("a")
         self.write("m.gltf", text)
         self.fifo("m.bin")
         self.ends("info", "m.gltf", code=1, saying="cannot read m.bin")
         self.ends("info", "/dev/zero", code=2)
 
     def test_names_do_not_steer_terminals(self):
-        scene, data = gltf([{"name": "a\x1b[2J\x7f\u009b\nb\u00fc"}], vertices=3, seconds=1.0)
+        scene, data = gltf("a\x1b[2J\x7f\u009b\nb\u00fc")
         self.write("m.gltf", scene)
         self.write("m.bin", data)
         shown = self.marrow("info", "m.gltf").out + self.marrow("info", "m.gltf", "--json").out

@@ -1,4 +1,4 @@
-// The sample compressed by the libraries' own encoders.
+// The parts of a .glb, and the sample compressed by the libraries' own encoders.
 
 import { createRequire } from 'node:module';
 import { dirname, join } from 'node:path';
@@ -12,9 +12,17 @@ const draco = await load('draco3dgltf').createEncoderModule({});
 const arrays = { 5121: Uint8Array, 5123: Uint16Array, 5125: Uint32Array, 5126: Float32Array };
 const widths = { SCALAR: 1, VEC2: 2, VEC3: 3, VEC4: 4, MAT4: 16 };
 
-function open(glb) {
+export function openGlb(glb) {
   const length = glb.readUInt32LE(12);
   return { json: JSON.parse(glb.subarray(20, 20 + length)), bin: glb.subarray(28 + length) };
+}
+
+export function glbOf(json, bin) {
+  const words = (...numbers) => Buffer.from(Uint32Array.from(numbers).buffer);
+  const text = Buffer.from(JSON.stringify(json));
+  const padded = Buffer.concat([text, Buffer.alloc(-text.length & 3, ' ')]);
+  const head = words(0x46546c67, 2, 28 + padded.length + bin.length, padded.length, 0x4e4f534a);
+  return Buffer.concat([head, padded, words(bin.length, 0x004e4942), bin]);
 }
 
 // The pieces one behind the other: where each starts, and the file once the JSON knows.
@@ -27,13 +35,9 @@ function close(json, pieces) {
   }
   const bin = Buffer.alloc(size);
   pieces.forEach((piece, i) => bin.set(piece, starts[i]));
-  const words = (...numbers) => Buffer.from(Uint32Array.from(numbers).buffer);
   const finish = () => {
     json.buffers[0] = { byteLength: size };
-    const text = Buffer.from(JSON.stringify(json));
-    const padded = Buffer.concat([text, Buffer.alloc(-text.length & 3, ' ')]);
-    const head = words(0x46546c67, 2, 28 + padded.length + size, padded.length, 0x4e4f534a);
-    return Buffer.concat([head, padded, words(size, 0x004e4942), bin]);
+    return glbOf(json, bin);
   };
   return { starts, finish };
 }
@@ -43,7 +47,7 @@ const bytesOf = ({ bin }, view) => bin.subarray(view.byteOffset ?? 0).subarray(0
 // Each view of numbers, without a change of their values.
 export async function withMeshopt(glb) {
   await MeshoptEncoder.ready;
-  const file = open(glb);
+  const file = openGlb(glb);
   const { json } = file;
   const views = json.bufferViews;
   const strideOf = (index) => {
@@ -79,7 +83,7 @@ export async function withMeshopt(glb) {
 
 // Each primitive, losslessly; vertices and triangles keep their order.
 export function withDraco(glb) {
-  const file = open(glb);
+  const file = openGlb(glb);
   const { json } = file;
   const pieces = json.bufferViews.map((view) => bytesOf(file, view));
   for (const primitive of json.meshes.flatMap(({ primitives }) => primitives)) {
