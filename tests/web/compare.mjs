@@ -2,6 +2,7 @@
 // float by one unit in the last place, a stored angle or step by one.
 
 import { deepStrictEqual } from 'node:assert';
+import { openGlb } from './glb.mjs';
 
 // A float's bits in ascending order of its value.
 const ordered = (bits) => (bits < 0x80000000 ? bits : 0x80000000 - bits);
@@ -55,9 +56,8 @@ function floatsOf(document) {
 // The share of floats that differ.
 export function compareGlb(taken, native, what) {
   const parts = [taken, native].map((glb) => {
-    const length = glb.readUInt32LE(12);
-    const document = JSON.parse(glb.subarray(20, 20 + length));
-    return { ...floatsOf(document), binary: glb.subarray(20 + length + 8) };
+    const { json, bin } = openGlb(glb);
+    return { ...floatsOf(json), binary: bin };
   });
   deepStrictEqual(parts[0].rest, parts[1].rest, what);
   let count = 0;

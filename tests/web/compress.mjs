@@ -1,8 +1,9 @@
-// The parts of a .glb, and the sample compressed by the libraries' own encoders.
+// The sample compressed by the libraries' own encoders.
 
 import { createRequire } from 'node:module';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { glbOf, openGlb } from './glb.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const load = createRequire(join(here, '../../web/package.json'));
@@ -11,19 +12,6 @@ const draco = await load('draco3dgltf').createEncoderModule({});
 
 const arrays = { 5121: Uint8Array, 5123: Uint16Array, 5125: Uint32Array, 5126: Float32Array };
 const widths = { SCALAR: 1, VEC2: 2, VEC3: 3, VEC4: 4, MAT4: 16 };
-
-export function openGlb(glb) {
-  const length = glb.readUInt32LE(12);
-  return { json: JSON.parse(glb.subarray(20, 20 + length)), bin: glb.subarray(28 + length) };
-}
-
-export function glbOf(json, bin) {
-  const words = (...numbers) => Buffer.from(Uint32Array.from(numbers).buffer);
-  const text = Buffer.from(JSON.stringify(json));
-  const padded = Buffer.concat([text, Buffer.alloc(-text.length & 3, ' ')]);
-  const head = words(0x46546c67, 2, 28 + padded.length + bin.length, padded.length, 0x4e4f534a);
-  return Buffer.concat([head, padded, words(bin.length, 0x004e4942), bin]);
-}
 
 // The pieces one behind the other: where each starts, and the file once the JSON knows.
 function close(json, pieces) {

@@ -12,7 +12,8 @@ import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 import { captureFrame, installCapture } from './capture.mjs';
 import { compareGlb, compareModel } from './compare.mjs';
-import { glbOf, openGlb, withDraco, withMeshopt } from './compress.mjs';
+import { withDraco, withMeshopt } from './compress.mjs';
+import { glbOf, openGlb } from './glb.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const { chromium } = createRequire(join(here, '../validate/package.json'))('playwright-core');
@@ -193,14 +194,12 @@ async function checkCompressed(tab) {
 
 // The sample's image where its models name it.
 function unpackImage() {
-  const glb = readFileSync(sample);
-  const length = glb.readUInt32LE(12);
-  const { images, bufferViews } = JSON.parse(glb.subarray(20, 20 + length));
+  const { json: { images, bufferViews }, bin } = openGlb(readFileSync(sample));
   const { byteOffset = 0, byteLength } = bufferViews[images[0].bufferView];
   const place = join(models, 'players/sample');
   mkdirSync(place, { recursive: true });
   writeFileSync(join(models, 'sample.skin'), '"body","models/players/sample/figure.tga"\n');
-  writeFileSync(join(place, 'figure.png'), glb.subarray(28 + length + byteOffset).subarray(0, byteLength));
+  writeFileSync(join(place, 'figure.png'), bin.subarray(byteOffset).subarray(0, byteLength));
 }
 
 // A pk3 of folders, and a whole folder.

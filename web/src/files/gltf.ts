@@ -27,7 +27,7 @@ export function readSceneFile(content: Uint8Array): SceneFile {
   if (content.length >= 20 && view.getUint32(0, true) === magic) {
     const end = 20 + view.getUint32(12, true);
     if (view.getUint32(16, true) !== jsonChunk || end > content.length) {
-      throw new Error('is no whole .glb file');
+      throw new Error('is not a whole .glb file');
     }
     text = content.subarray(20, end);
     if (end + 8 <= content.length && view.getUint32(end + 4, true) === binChunk) {
@@ -38,10 +38,10 @@ export function readSceneFile(content: Uint8Array): SceneFile {
   try {
     json = JSON.parse(new TextDecoder().decode(text));
   } catch {
-    throw new Error('is no glTF file: its JSON cannot be read');
+    throw new Error('is not a glTF file: its JSON cannot be read');
   }
   if (!isObject(json)) {
-    throw new Error('is no glTF file: its JSON is no object');
+    throw new Error('is not a glTF file: its JSON is not an object');
   }
   return { json, bin };
 }

@@ -153,7 +153,7 @@ class Unpacker {
       throw new Error('what it says of its compression does not fit together');
     }
     if ((mode !== 4 && mode !== 5) || this.accessors[Number(primitive.indices)] === undefined) {
-      throw new Error('it is compressed and no indexed triangles');
+      throw new Error('compressed, but not indexed triangles');
     }
     const own = primitive.attributes;
     const wanted = Object.entries(packed.attributes).filter(([name]) => name in own);
