@@ -133,20 +133,23 @@ class Trial:
             wanted = [each for each in case.arguments if each not in ("--sequences", "--force")]
             self.run([*wanted, "--start", "9", "--end", "1"])
 
-    def judge(self, row, case, code, stderr, detail, unremoved=False):
+    def judge(self, row, case, code, stderr, detail, call="", unheard=False):
         """Of a run that was not killed outright, and so has to clean up after itself, but for what
-        it may not remove."""
+        the system would not let it remove or rename (`call`). `unheard`: its last words could not
+        be written."""
         detail = f"{case.name}: {detail}: code {code}: {stderr.decode(errors='replace').strip()}"
         state = self.state(case, self.whole[case.name])
         left = self.leftovers()
         ended = code < 0 or code > 128
+        if state in BAD and call == "rename" and code == 1 and b"until the next run" in stderr:
+            return self.judge_killed(row, case, detail)
         if state in BAD:
             return self.note(row, state, detail)
         if code in (-signal.SIGSEGV, -signal.SIGBUS, 139, 135):
             return self.note(row, "crashed", detail)
-        if left and not (unremoved and self.next_run_removes(case, state)):
+        if left and not (call == "unlink" and self.next_run_removes(case, state)):
             return self.note(row, "left behind", f"{detail} {sorted(left)}")
-        told = b"standard output cannot be written" in stderr or ended
+        told = unheard or b"standard output cannot be written" in stderr or ended
         if (code == 0) != (state == "new whole") and not told:
             return self.note(row, "said otherwise", f"{detail} ({state})")
         return self.note(row, "next run" if left else state, detail)
@@ -252,8 +255,8 @@ class Trial:
                 inject = f"{call}:error={error}:when={number}{more}"
                 self.prepare(case)
                 process = self.traced(case.arguments, inject)
-                self.judge(error, case, process.returncode, process.stderr, inject,
-                           unremoved=call == "unlink")
+                self.judge(error, case, process.returncode, process.stderr, inject, call,
+                           unheard=call == "write" and not process.stdout)
 
     def kills_at_calls(self, share):
         for case, call, number in self.places(share, CHANGING):
