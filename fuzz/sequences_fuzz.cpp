@@ -11,13 +11,10 @@ namespace {
 void ReadSequences(const std::uint8_t* data, std::size_t size) {
   canimsequences sequences("fuzz");
   cwolfanimparser wolfanim(sequences);
-  ReadText(data, size, [&](std::FILE* text, int kind) {
-    ReadCfgLines(text, [&](const char* line) {
-      if (kind % 2 == 0) {
-        return wolfanim.Take(line);
-      }
-      TakeAnincLine(line, sequences);
-      return true;
+  ReadText(data, size, [&](const std::string& text, int kind) {
+    ReadCfgLines(text, [&](const cfgline& line) {
+      return kind % 2 == 0 ? wolfanim.Take(line.text) != cfguse::End
+                           : TakeAnincLine(line.text, sequences) != cfguse::End;
     });
   });
 }

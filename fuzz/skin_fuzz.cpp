@@ -12,12 +12,13 @@ namespace {
 
 void ReadSkin(const std::uint8_t* data, std::size_t size) {
   csurfmats mats;
-  ReadText(data, size, [&](std::FILE* text, int kind) {
-    ReadCfgLines(text, [&](const char* line) {
+  ReadText(data, size, [&](const std::string& text, int kind) {
+    ReadCfgLines(text, [&](const cfgline& line) {
       surfmat row;
-      if (ParseSkinLine(line, kind % 2 == 0 ? skinform::Plain : skinform::Quoted, "game/", row)) {
+      if (ParseSkinLine(line.text, kind % 2 == 0 ? skinform::Plain : skinform::Quoted, "game/",
+                        row)) {
         mats.Add(row);
-        mats.FindMatBySurface(line);
+        mats.FindMatBySurface(line.text);
       }
       return true;
     });

@@ -1,41 +1,36 @@
 #include "sidefiles/cfgline.h"
 
+#include <algorithm>
 #include <cstring>
-#include <memory>
+#include <string>
 
-#include "binary/directory.h"
+#include "sidefiles/textfile.h"
 
-bool ReadCfgLine(char* line, int size, std::FILE* stream) {
-  do {
-    line[0] = '\0';
-    if (std::feof(stream) != 0) {
-      return false;
+bool ReadCfgLine(std::string_view& text, cfgline& line) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
+    const std::size_t length = std::min<std::size_t>(end, kCfgLineSize - 1);
+    line.number += line.cut ? 0 : 1;
+    line.cut = length < end;
+    std::memcpy(line.text, text.data(), length);
+    line.text[length] = '\0';
+    text.remove_prefix(length);
+    if (std::strlen(line.text) >= 2 && std::strncmp(line.text, "//", 2) != 0) {
+      return true;
     }
-    if (std::fgets(line, size, stream) == nullptr) {
-      line[0] = '\0';
-      return std::feof(stream) == 0;
-    }
-  } while (std::strlen(line) < 2 || std::strncmp(line, "//", 2) == 0);
+  }
   return false;
 }
 
-void ReadCfgLines(std::FILE* stream, const std::function<bool(const char* line)>& take) {
-  char line[kCfgLineSize];
-  bool failed = false;
-  do {
-    failed = ReadCfgLine(line, kCfgLineSize, stream);
-  } while (take(line) && !failed && std::feof(stream) == 0);
+void ReadCfgLines(std::string_view text, const std::function<bool(const cfgline& line)>& take) {
+  cfgline line;
+  while (ReadCfgLine(text, line) && take(line)) {
+  }
 }
 
-bool ReadCfgFile(const char* path, const std::function<bool(const char* line)>& take) {
-  if (EntryAt(path) != diskentry::File) {
-    return false;  // a pipe or a device may have no end
-  }
-  const auto close = [](std::FILE* stream) { std::fclose(stream); };
-  const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(path, "rt"), close);
-  if (!stream) {
-    return false;
-  }
-  ReadCfgLines(stream.get(), take);
-  return std::ferror(stream.get()) == 0;
+bool ReadCfgFile(const char* path, const std::function<bool(const cfgline& line)>& take) {
+  std::string text;
+  const bool whole = LoadText(path, text);
+  ReadCfgLines(text, take);
+  return whole;
 }

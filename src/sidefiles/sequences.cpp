@@ -30,7 +30,25 @@ bool TakeNumber(const char*& text, std::int32_t& number) {
 
 bool IsBlank(char letter) { return std::isspace(static_cast<unsigned char>(letter)) != 0; }
 
-// One word and four numbers, apart by white space; what follows is ignored.
+bool ParseVersion(const char* line, std::int32_t& version) {
+  constexpr char kKeyword[] = "VERSION";
+  constexpr std::size_t kLength = sizeof kKeyword - 1;
+  const char* number = line + kLength;
+  return std::strncmp(line, kKeyword, kLength) == 0 && TakeNumber(number, version);
+}
+
+cfguse Add(const char* line, bool skeletal, canimsequences& sequences) {
+  animseq sequence;
+  if (!ParseSequence(line, sequence)) {
+    return cfguse::NoSequence;
+  }
+  sequence.skeletal = skeletal;
+  sequences.AddAnimSequence(sequence);
+  return cfguse::Sequence;
+}
+
+}  // namespace
+
 bool ParseSequence(const char* line, animseq& sequence) {
   while (IsBlank(*line)) {
     ++line;
@@ -46,58 +64,46 @@ bool ParseSequence(const char* line, animseq& sequence) {
          TakeNumber(line, sequence.param4);
 }
 
-bool ParseVersion(const char* line, std::int32_t& version) {
-  constexpr char kKeyword[] = "VERSION";
-  constexpr std::size_t kLength = sizeof kKeyword - 1;
-  const char* number = line + kLength;
-  return std::strncmp(line, kKeyword, kLength) == 0 && TakeNumber(number, version);
-}
-
-}  // namespace
-
 void canimsequences::AddAnimSequence(const animseq& sequence) {
   animseq* const record = &records_.emplace_back(sequence);
   AppendGrowing(animsequence_, record, {"animsequence", source_}, {"seqs", source_});
 }
 
-bool cwolfanimparser::Take(const char* line) {
-  std::int32_t version = 0;
-  if (ParseVersion(line, version)) {
-    return version == kWolfanimVersion;
+cfguse cwolfanimparser::Take(const char* line) {
+  if (std::int32_t version = 0; ParseVersion(line, version)) {
+    return version == kWolfanimVersion ? cfguse::Keyword : cfguse::OtherVersion;
   }
   if (std::strstr(line, "SKELETAL") != nullptr) {
     skeletal_ = true;
-  } else if (std::strstr(line, "STARTANIMS") != nullptr) {
-    begun_ = true;
-  } else if (std::strstr(line, "ENDANIMS") != nullptr) {
-    return false;
-  } else if (begun_) {
-    if (animseq sequence; ParseSequence(line, sequence)) {
-      sequence.skeletal = skeletal_;
-      sequences_->AddAnimSequence(sequence);
-    }
+    return cfguse::Keyword;
   }
-  return true;
+  if (std::strstr(line, "STARTANIMS") != nullptr) {
+    begun_ = true;
+    return cfguse::Keyword;
+  }
+  if (std::strstr(line, "ENDANIMS") != nullptr) {
+    return cfguse::End;
+  }
+  return begun_ ? Add(line, skeletal_, *sequences_) : cfguse::Early;
 }
 
-void TakeAnincLine(const char* line, canimsequences& sequences) {
-  if (animseq sequence; ParseSequence(line, sequence)) {
-    sequence.skeletal = true;
-    sequences.AddAnimSequence(sequence);
-  }
+cfguse TakeAnincLine(const char* line, canimsequences& sequences) {
+  return Add(line, true, sequences);
 }
 
 bool LoadWolfanim(const std::string& modeldir, canimsequences& sequences) {
   cwolfanimparser parser(sequences);
-  return ReadCfgFile((modeldir + "wolfanim.cfg").c_str(),
-                     [&](const char* line) { return parser.Take(line); });
+  return ReadCfgFile((modeldir + "wolfanim.cfg").c_str(), [&](const cfgline& line) {
+    const cfguse use = parser.Take(line.text);
+    return use != cfguse::End && use != cfguse::OtherVersion;
+  });
 }
 
 bool LoadAninc(const std::string& mdxPath, canimsequences& sequences) {
   const std::size_t stop = mdxPath.rfind('.');
   return stop != std::string::npos &&
-         ReadCfgFile((mdxPath.substr(0, stop) + ".aninc").c_str(), [&](const char* line) {
-           TakeAnincLine(line, sequences);
+         ReadCfgFile((mdxPath.substr(0, stop) + ".aninc").c_str(), [&](const cfgline& line) {
+           TakeAnincLine(line.text, sequences);
            return true;
          });
 }

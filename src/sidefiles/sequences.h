@@ -29,19 +29,32 @@ class canimsequences {
   std::vector<animseq*> animsequence_;
 };
 
+// What a parser made of a line.
+enum class cfguse {
+  Sequence,
+  Keyword,
+  Early,         // wolfanim.cfg: it stands before STARTANIMS
+  NoSequence,    // it is no word and four numbers
+  End,           // wolfanim.cfg: ENDANIMS, where reading stops
+  OtherVersion,  // wolfanim.cfg: likewise
+};
+
 // Line by line. Whole files are read with the functions below.
 class cwolfanimparser {
  public:
   explicit cwolfanimparser(canimsequences& sequences) : sequences_(&sequences) {}
-  // False: reading stops at this line.
-  bool Take(const char* line);
+  cfguse Take(const char* line);
 
  private:
   canimsequences* sequences_;
   bool skeletal_ = false;
   bool begun_ = false;
 };
-void TakeAnincLine(const char* line, canimsequences& sequences);
+cfguse TakeAnincLine(const char* line, canimsequences& sequences);
+
+// A word and four numbers, apart by white space; what follows is ignored. A longer name than the
+// record holds is cut, a number that 32 bits do not hold becomes the nearest.
+bool ParseSequence(const char* line, animseq& sequence);
 
 // wolfanim.cfg in the model's directory. False when it cannot be opened or not be read to its end;
 // what came before that is in the list.

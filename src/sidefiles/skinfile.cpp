@@ -53,8 +53,8 @@ bool ParseSkinLine(const char* line, skinform form, const std::string& gamedir, 
 
 bool csurfmats::LoadSkinFile(const char* path, skinform form, const std::string& gamedir) {
   Clear();
-  const bool whole = !gamedir.empty() && ReadCfgFile(path, [&](const char* line) {
-    if (surfmat row; ParseSkinLine(line, form, gamedir, row)) {
+  const bool whole = !gamedir.empty() && ReadCfgFile(path, [&](const cfgline& line) {
+    if (surfmat row; ParseSkinLine(line.text, form, gamedir, row)) {
       Add(std::move(row));
     }
     return true;

@@ -4,10 +4,13 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "samples/tempdirectory.h"
 #include "sidefiles/cfgline.h"
 #include "sidefiles/directories.h"
+#include "sidefiles/textfile.h"
 
 namespace {
 
@@ -52,22 +55,45 @@ TEST(CfgLines, CommentsShortLinesAndLongLines) {
   const std::string path = directory.Write(
       "lines.cfg", "\n// comment\nab\n //not one\n" + std::string(600, 'y') + "\nno end");
   std::vector<std::string> lines;
-  const auto take = [&](const char* line) {
-    lines.emplace_back(line);
+  const auto take = [&](const cfgline& line) {
+    lines.push_back(std::to_string(line.number) + (line.cut ? "+" : ":") + line.text);
     return true;
   };
   ASSERT_TRUE(ReadCfgFile(path.c_str(), take));
-  EXPECT_EQ(lines, (std::vector<std::string>{"ab\n", " //not one\n", std::string(511, 'y'),
-                                             std::string(89, 'y') + "\n", "no end"}));
-  // A comment or a single character at the end yields nothing; what cannot be read as text ends
-  // without a line.
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{"3:ab\n", "4: //not one\n", "5+" + std::string(511, 'y'),
+                                      "5:" + std::string(89, 'y') + "\n", "6:no end"}));
+  // A comment or a single character at the end yields nothing.
   lines.clear();
   ASSERT_TRUE(ReadCfgFile(directory.Write("end.cfg", "ab\nx\n//c\nx").c_str(), take));
-  EXPECT_EQ(lines, (std::vector<std::string>{"ab\n", "x\n", ""}));
-  EXPECT_FALSE(ReadCfgFile(directory.File("none.cfg").c_str(), take));
+  EXPECT_EQ(lines, (std::vector<std::string>{"1:ab\n", "2:x\n"}));
   lines.clear();
-  ReadCfgFile(directory.Path().c_str(), take);
-  EXPECT_LE(lines.size(), 1U);
+  EXPECT_FALSE(ReadCfgFile(directory.File("none.cfg").c_str(), take));
+  EXPECT_FALSE(ReadCfgFile(directory.Path().c_str(), take));
+  EXPECT_TRUE(lines.empty());
+}
+
+TEST(SideFileText, EncodingsAndLineEnds) {
+  using namespace std::string_literals;
+  const std::pair<std::string, std::string> examples[] = {
+      {"\xEF\xBB\xBF\xC3\xA4,b\n", "\xC3\xA4,b\n"},
+      {"a\rb\r", "a\nb\n"},
+      {"a\rb\r\n", "a\rb\r\n"},
+      {"\xFF\xFE"
+       "a\0\r\0b\0x"s,
+       "a\nb"},
+      // One to four bytes in UTF-8, and halves of pairs.
+      {"\xFE\xFF\0a\0\xE4\x20\xAC\xD8\x3D\xDE\x00\0\n"s, "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\n"},
+      {"\xFF\xFE\x3D\xD8"
+       "a\0\x00\xDE\x3D\xD8"s,
+       "\xEF\xBF\xBD"
+       "a\xEF\xBF\xBD\xEF\xBF\xBD"},
+      {"\xFF\xFE", ""},
+      {"a\0b\0"s, "a\0b\0"s},
+  };
+  for (const auto& [bytes, text] : examples) {
+    EXPECT_EQ(DecodedText(bytes), text) << bytes;
+  }
 }
 
 TEST(Directories, OfAModelsPath) {
