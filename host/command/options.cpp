@@ -293,7 +293,7 @@ void exportoptions::ChooseMdx(const std::string& path, const std::string& named)
 
 gltf::options exportoptions::Reading(gltf::options how) const {
   if (!sequencesFrom.empty()) {
-    how.sequenceOf = SequenceFinder(ReadSequenceFile(sequencesFrom));
+    how.sequenceOf = SequenceFinder(ReadSequenceFile(sequencesFrom).lines);
   }
   return how;
 }

@@ -212,6 +212,69 @@ class SequenceFiles(program.ProgramTest):
         self.fails(2, "sequences", "a.mds", saying=["--init"])
 
 
+class WhatSideFilesLose(program.ProgramTest):
+    def told(self, name, *options):
+        """What an import says of a side file."""
+        result = self.marrow("import", "a.mds", "-o", "a.glb", *options)
+        return [line.split(name + ": ")[1] for line in result.lines if name + ": " in line]
+
+    def test_sequence_files(self):
+        self.export("a.mds", "--sequences")
+        good = self.read("wolfanim.cfg").decode()
+        everything = [("idle", 0, 41), ("walk", 41, 21), ("wave", 62, 33)]
+        for text in (good.encode("utf-8-sig"), good.encode("utf-16"), good.replace("\n", "\r"),
+                     b"\xfe\xff" + good.encode("utf-16-be"), good.replace("\n", "\r\n"),
+                     good + " // no loss\n\n"):
+            self.write("wolfanim.cfg", text)
+            self.assertEqual(self.told("wolfanim.cfg"), [], text)
+            self.assertEqual(clips(self.info("a.glb")), everything, text)
+        for old, new, *losses in (
+                ("VERSION 2", "VERSION 3", "line 2: not VERSION 2, the only one that is read: "
+                                           "the rest of the file is ignored"),
+                ("walk 41", "walk x", "line 6: not read: a sequence is a name and four numbers"),
+                ("62 33", "62 34", "line 7: sequence wave: frames 62 to 95 are not all in the "
+                                   "model, which has 95 frames"),
+                ("0 41", "-1 41", "line 5: sequence idle: frames -1 to 39 are not all in the "
+                                  "model, which has 95 frames"),
+                ("0 41", "0 0", "line 5: sequence idle has no frames"),
+                ("walk", "w" * 505, "line 6: is longer than the 511 bytes that are read as one line",
+                 *["line 6: not read: a sequence is a name and four numbers"] * 2),
+                ("STARTANIMS\nidle 0 41 0 20", "idle 0 41 0 20\nSTARTANIMS",
+                 "line 4: sequence idle stands before STARTANIMS, not read"),
+                ("ENDANIMS\n", "ENDANIMS\n\nrun 1 2 3 4\n",
+                 "line 10: sequence run stands after ENDANIMS, not read")):
+            self.write("wolfanim.cfg", good.replace(old, new))
+            self.assertEqual(self.told("wolfanim.cfg"), losses)
+            self.assertEqual(self.told("wolfanim.cfg", "--first-frame"), [])
+        self.write("wolfanim.cfg", good.replace("walk", "walk\n" * 10))
+        told = self.told("wolfanim.cfg")
+        self.assertEqual((len(told), told[10]), (11, "and 1 more line, 11 in all"))
+        (self.dir / "wolfanim.cfg").unlink()
+        (self.dir / "wolfanim.cfg").mkdir()
+        self.assertEqual(self.told("wolfanim.cfg"), ["not read: is a directory, not a file"])
+        # A plan, whose version says nothing.
+        self.write("plan.cfg", good.replace("VERSION 2", "VERSION 3").replace("walk 41", "walk"))
+        result = self.export("b.mds", "--sequences-from", "plan.cfg")
+        self.assertIn("plan.cfg: line 6: not read", result.lines[0])
+        self.assertEqual(self.info("b.mds")["numFrames"], 95)
+
+    def test_skins_and_their_images(self):
+        self.export("a.mds", "--sequences")
+        self.write("models/x.tga", "no image")
+        skin = ("// c\ntag_head,x.mdc\nbody,models/x.tga\nbody models/y.tga\nBODY,models/y.tga\n"
+                ",models/z.tga\nsword,\nhat,models/h.tga\n")
+        losses = ["line 4: not read: a line is SURFACE,PATH", "line 5: not read: body has line 3 already",
+                  "line 6: names no surface", "line 7: names no image",
+                  "the model has no surfaces of these names: hat (line 8)"]
+        for text in skin, skin.encode("utf-16"), skin.encode("utf-8-sig"), skin.replace("\n", "\r"):
+            self.write("a.skin", text)
+            self.assertEqual(self.told("a.skin"), losses)
+            self.assertRegex("".join(self.told("a.mds")),
+                             r"models/x.tga \(a.skin, line 3\): .*/models/x.tga is not an image")
+        self.write("a.skin", "\n" * 3 + "sword,models/none.tga")
+        self.assertRegex("".join(self.told("a.mds")), r"none.tga \(a.skin, line 4\) is not found")
+
+
 class Convert(program.ProgramTest):
     def test_skeletal_models_keep_frames_and_sequences(self):
         self.export("a.mds")

@@ -143,13 +143,15 @@ class Rigs(program.ProgramTest):
         self.assertEqual(self.marrow("export", "mix.gltf", "-o", "b.mds", "--torso=mix:Spine").err, "")
 
     def test_names_of_the_scene_and_of_the_games(self):
-        self.write("m.txt", "\ufeff# rig = game\r\nhips of rig = Bip01 Spine\r\n\nx=y\n"
-                            "Bip01 Head = Bip01 Neck\nBip01 Neck = Bip01 Head\n")
+        text = ("\ufeff# rig = game\r\nhips of rig = Bip01 Spine\r\n\nx=y\n"
+                "Bip01 Head = Bip01 Neck\nBip01 Neck = Bip01 Head\n")
+        self.write("m.txt", text)
         self.export("a.mds")
         self.marrow("import", "a.mds", "-o", "a.glb", "--bone-map", "m.txt", "--first-frame")
         names = [node["name"] for node in self.info("a.glb")["nodes"] if node["type"] == "bone"]
         self.assertEqual(names[1:7], ["Bip01 Pelvis", "hips of rig", "Bip01 Spine1", "Bip01 Spine2",
                                       "Bip01 Head", "Bip01 Neck"])
+        self.write("m.txt", text.encode("utf-16-le"))
         self.marrow("export", "a.glb", "-o", "b.mds", "--bone-map", "m.txt", "--torso=hips of rig",
                     "--origin=hips of rig")
         info = self.info("b.mds")

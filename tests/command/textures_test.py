@@ -83,8 +83,8 @@ class Textures(program.ProgramTest):
                 self.assertEqual(self.image(model, *options, saying=saying), (FACE, number))
                 if case == "another game":
                     self.assertEqual(self.image(model, saying=[
-                        "0 of 1 image found; --game-dir", f"{FACE} is not found as .tga, .jpg or",
-                        f".png in {self.dir}/{number}/mymod"]), (FACE, 0))
+                        "0 of 1 image found; --game-dir", f"{FACE} (hero.skin, line 4) is not found as",
+                        f".tga, .jpg or .png in {self.dir}/{number}/mymod"]), (FACE, 0))
 
     def test_later_games_win_and_the_folder_that_is_named_has_its_place(self):
         model = self.place("main/models/players/hero")

@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <fstream>
 #include <span>
-#include <sstream>
 
 #include "command/failure.h"
 #include "command/wording.h"
 #include "core/timeline.h"
 #include "core/utf8path.h"
+#include "sidefiles/cfgline.h"
+#include "sidefiles/sequences.h"
+#include "sidefiles/textfile.h"
 
 namespace command {
 
@@ -35,6 +36,89 @@ std::string FileText(filekind kind, const std::vector<sequenceline>& lines) {
   return text + (kind == filekind::Mds ? "ENDANIMS\n" : "");
 }
 
+bool SaysNothing(const std::string& line) {
+  const std::size_t first = line.find_first_not_of(" \t\r\n");
+  return first == std::string::npos || line.compare(first, 2, "//") == 0;
+}
+
+// What importers make of the lines, over their parsers, and what they pass over in silence.
+class sequencereader {
+ public:
+  // frames: of the model that the file lies beside. Without one a file of any version is read.
+  sequencereader(filekind kind, std::optional<std::int64_t> frames)
+      : kind_(kind), frames_(frames) {}
+
+  bool Take(const cfgline& line) {
+    const bool rest = continued_;
+    continued_ = line.cut;
+    if (line.cut && !rest) {
+      Lose(line, "is longer than the " + std::to_string(kCfgLineSize - 1) +
+                     " bytes that are read as one line");
+    }
+    if (SaysNothing(line.text)) {
+      return true;
+    }
+    if (ended_) {
+      LoseSequence(line, "stands after ENDANIMS, not read");
+      return true;
+    }
+    switch (kind_ == filekind::Mds ? wolfanim_.Take(line.text) : TakeAnincLine(line.text, taken_)) {
+      case cfguse::Sequence:
+        Add(line);
+        break;
+      case cfguse::Early:
+        LoseSequence(line, "stands before STARTANIMS, not read");
+        break;
+      case cfguse::NoSequence:
+        Lose(line, "not read: a sequence is a name and four numbers");
+        break;
+      case cfguse::OtherVersion:
+        if (frames_) {
+          Lose(line, "not VERSION 2, the only one that is read: the rest of the file is ignored");
+        }
+        return !frames_;
+      case cfguse::End:
+        ended_ = true;
+        break;
+      case cfguse::Keyword:
+        break;
+    }
+    return true;
+  }
+
+  const sequencelist& Result() const { return result_; }
+
+ private:
+  void Lose(const cfgline& line, const std::string& what) { result_.losses.Add(line.number, what); }
+  void LoseSequence(const cfgline& line, const std::string& what) {
+    if (animseq sequence; ParseSequence(line.text, sequence)) {
+      Lose(line, "sequence " + std::string(sequence.name) + " " + what);
+    }
+  }
+
+  void Add(const cfgline& line) {
+    const animseq& made = taken_[taken_.Count() - 1];
+    const sequenceline& added = result_.lines.emplace_back(
+        sequenceline{made.name, made.startframe, made.numframes, made.param3, made.param4});
+    const std::int64_t last = added.start + added.frames - 1;
+    if (frames_ && added.frames < 1) {
+      Lose(line, "sequence " + added.name + " has no frames");
+    } else if (frames_ && (added.start < 0 || last >= *frames_)) {
+      Lose(line, "sequence " + added.name + ": frames " + std::to_string(added.start) + " to " +
+                     std::to_string(last) + " are not all in the model, which has " +
+                     Counted(*frames_, "frame"));
+    }
+  }
+
+  filekind kind_;
+  std::optional<std::int64_t> frames_;
+  canimsequences taken_{"the sequence file"};
+  cwolfanimparser wolfanim_{taken_};
+  sequencelist result_;
+  bool ended_ = false;
+  bool continued_ = false;
+};
+
 }  // namespace
 
 int WholeRate(double fps) { return std::max(static_cast<int>(std::lround(fps)), 1); }
@@ -57,26 +141,27 @@ std::string SequenceName(std::string name) {
   return name.substr(0, kLongestName);
 }
 
-std::vector<sequenceline> ReadSequenceFile(const std::string& path) {
+sequencelist ReadSequenceFile(const std::string& path) {
   RequireReadable(path);
-  std::ifstream file(core::PathOf(path), std::ios::binary);
-  std::vector<sequenceline> lines;
-  for (std::string line; std::getline(file, line);) {
-    std::istringstream fields(line);
-    sequenceline made;
-    if (line.find("STARTANIMS") != std::string::npos) {
-      lines.clear();
-    } else if (line.find("ENDANIMS") != std::string::npos) {
-      break;
-    } else if (fields >> made.name >> made.start >> made.frames >> made.loop >> made.rate &&
-               !made.name.starts_with("//")) {
-      lines.push_back(std::move(made));
-    }
+  std::string text;
+  if (!LoadText(path.c_str(), text)) {
+    throw failure(path, "cannot be read to its end");
   }
-  if (lines.empty()) {
+  const bool keywords = text.find("STARTANIMS") != std::string::npos;
+  sequencereader reader(keywords ? filekind::Mds : filekind::Mdx, std::nullopt);
+  ReadCfgLines(text, [&](const cfgline& line) { return reader.Take(line); });
+  if (reader.Result().lines.empty()) {
     throw failure(path, "has no sequences: lines of a name and four numbers");
   }
-  return lines;
+  return reader.Result();
+}
+
+std::optional<sequencelist> ReadAsImporter(const std::string& path, filekind kind,
+                                           std::int64_t frames) {
+  sequencereader reader(kind, frames);
+  const bool whole =
+      ReadCfgFile(path.c_str(), [&](const cfgline& line) { return reader.Take(line); });
+  return whole ? std::optional(reader.Result()) : std::nullopt;
 }
 
 std::string SequenceFileOf(const std::string& path, filekind kind) {

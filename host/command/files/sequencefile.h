@@ -4,10 +4,12 @@
 // of a directory, NAME.aninc beside NAME.mdx.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "command/console.h"
+#include "command/files/linelosses.h"
 #include "command/files/paths.h"
 #include "command/run/answers.h"
 #include "core/scene.h"
@@ -29,8 +31,16 @@ int WholeRate(double fps);
 // A clip's name as it stands in a file: one word.
 std::string SequenceName(std::string name);
 
-// The lines of a file of either kind, in their order. Fails when it cannot be read or has none.
-std::vector<sequenceline> ReadSequenceFile(const std::string& path);
+struct sequencelist {
+  std::vector<sequenceline> lines;  // in the file's order
+  linelosses losses;
+};
+// A file of either kind and of any version. Fails when it cannot be read or has no sequence.
+sequencelist ReadSequenceFile(const std::string& path);
+// As the importers read it, for a model with so many frames; nothing where it cannot be read to its
+// end.
+std::optional<sequencelist> ReadAsImporter(const std::string& path, filekind kind,
+                                           std::int64_t frames);
 
 // Of an mds or mdx file.
 std::string SequenceFileOf(const std::string& path, filekind kind);

@@ -20,8 +20,8 @@ namespace command {
 
 namespace {
 
-// Lines for missing images; a character of the games has some ten.
-constexpr std::ptrdiff_t kMostLines = 32;
+// Lines for missing images.
+constexpr std::ptrdiff_t kMostLines = 10;
 
 bool SameFolder(const std::string& a, const std::string& b) {
   std::error_code error;
@@ -144,7 +144,8 @@ void SetGamePaths(core::scene& scene) {
 }
 
 void FindGameImages(console& out, const std::string& path,
-                    const std::vector<std::string>& gameFolders, core::scene& scene) {
+                    const std::vector<std::string>& gameFolders, const imagesources& sources,
+                    core::scene& scene) {
   imagesearch search(FullPath(path), gameFolders);
   const std::unordered_set<const cmaterial*> worn = WornMaterials(scene);
   std::vector<std::string> missing;
@@ -156,9 +157,12 @@ void FindGameImages(console& out, const std::string& path,
     }
     ++named;
     if (!search.Load(wanted, *material->GetImage(0))) {
-      missing.push_back(wanted + (search.Unreadable().empty()
-                                      ? " is not found as .tga, .jpg or .png " + search.Places()
-                                      : ": " + search.Unreadable()));
+      const auto source = sources.find(material);
+      const std::string of = source == sources.end() ? "" : " (" + source->second + ")";
+      missing.push_back(wanted + of +
+                        (search.Unreadable().empty()
+                             ? " is not found as .tga, .jpg or .png " + search.Places()
+                             : ": " + search.Unreadable()));
     }
   }
   TellRefused(out, search.Refused());

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "command/console.h"
+#include "command/game/dresssurfaces.h"
 #include "core/scene.h"
 
 namespace command {
@@ -13,9 +14,10 @@ namespace command {
 // the user names, later ones first; outside of a models folder at last what lies beside the model.
 // An image may stand there under its own name, as .tga, .jpg and .png, in any case of letters, on
 // the disk or in a .pk3 archive. A line tells how many were found, and one for each missing image
-// where it was looked for.
+// where it was looked for and, by `sources`, where its path comes from.
 void FindGameImages(console& out, const std::string& path,
-                    const std::vector<std::string>& gameFolders, core::scene& scene);
+                    const std::vector<std::string>& gameFolders, const imagesources& sources,
+                    core::scene& scene);
 
 // The game's folders that the images of a model are looked for in, in the order of their say.
 std::vector<std::string> ImageFolders(const std::string& model,

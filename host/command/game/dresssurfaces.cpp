@@ -1,16 +1,21 @@
 #include "command/game/dresssurfaces.h"
 
+#include <algorithm>
+#include <iterator>
+#include <map>
 #include <new>
 #include <type_traits>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
+#include "command/failure.h"
 #include "command/files/readers.h"
 #include "command/finish/openmodel.h"
 #include "command/game/gamepath.h"
 #include "command/game/skinrows.h"
 #include "command/surfaces.h"
+#include "command/wording.h"
 #include "core/state.h"
 
 namespace command {
@@ -19,13 +24,13 @@ namespace {
 
 class dresser {
  public:
-  dresser(core::scene& scene, std::unordered_map<std::string, std::string> rows)
-      : scene_(scene), rows_(std::move(rows)) {}
+  dresser(core::scene& scene, const std::string& skin, const skinrows& rows)
+      : scene_(scene), skin_(skin), rows_(rows.bySurface) {}
 
   void Dress(cnode& node, const skelSurface& surface) {
     const auto row = rows_.find(Folded(NameText(surface.name).data()));
-    const std::string path =
-        row != rows_.end() ? row->second : Slashed(NameText(surface.shader).data());
+    const bool dressed = row != rows_.end();
+    const std::string path = dressed ? row->second.path : Slashed(NameText(surface.shader).data());
     if (NamesNothing(path)) {
       return;
     }
@@ -33,9 +38,15 @@ class dresser {
     if (fresh) {
       place->second = MaterialFor(node);
       place->second->State().gamePath = path;
+      if (dressed) {
+        sources_.emplace(place->second,
+                         LastName(skin_) + ", line " + std::to_string(row->second.line));
+      }
     }
     node.SetMaterial(place->second);
   }
+
+  const imagesources& Sources() const { return sources_; }
 
  private:
   // The handler's, unless it is that of another path too.
@@ -53,38 +64,82 @@ class dresser {
   }
 
   core::scene& scene_;
-  std::unordered_map<std::string, std::string> rows_;
+  const std::string& skin_;
+  const std::unordered_map<std::string, skinrow>& rows_;
   std::unordered_map<std::string, cmaterial*> byPath_;
   std::unordered_set<cmaterial*> taken_;
+  imagesources sources_;
 };
 
-void Dress(const std::vector<cnode*>& nodes, const skelmesh& file, const std::string& skin,
-           core::scene& scene) {
-  if (nodes.size() != file.surfaces.size()) {
-    return;
+skinrows RowsOf(console& out, const std::string& skin) {
+  if (skin.empty()) {
+    return {};
   }
-  dresser dress(scene,
-                skin.empty() ? std::unordered_map<std::string, std::string>() : ReadSkinRows(skin));
+  skinrows rows = ReadSkinRows(skin);
+  if (!rows.whole) {
+    try {
+      RequireReadable(skin);
+      out.Warning(skin, "not read: it cannot be read to its end");
+    } catch (const failure& why) {
+      out.Warning(skin, std::string("not read: ") + why.what());
+    }
+  }
+  rows.losses.Tell(out, skin);
+  return rows;
+}
+
+// Rows that no surface takes change nothing.
+void TellSurplus(console& out, const std::string& skin, const skinrows& rows,
+                 const skelmesh& file) {
+  std::unordered_set<std::string> surfaces;
+  for (const skelsurfentry& entry : file.surfaces) {
+    surfaces.insert(Folded(NameText(entry.surface->name).data()));
+  }
+  std::map<int, std::string> surplus;  // in the file's order
+  for (const auto& [surface, row] : rows.bySurface) {
+    if (!surfaces.contains(surface)) {
+      surplus.emplace(row.line, surface + " (line " + std::to_string(row.line) + ")");
+    }
+  }
+  if (!surplus.empty()) {
+    std::vector<std::string> names;
+    std::ranges::transform(surplus, std::back_inserter(names),
+                           [](const auto& row) { return row.second; });
+    out.Note(skin, "the model has no surfaces of these names: " + JoinedFew(names));
+  }
+}
+
+imagesources Dress(console& out, const std::vector<cnode*>& nodes, const skelmesh& file,
+                   const std::string& skin, core::scene& scene) {
+  if (nodes.size() != file.surfaces.size()) {
+    return {};
+  }
+  const skinrows rows = RowsOf(out, skin);
+  TellSurplus(out, skin, rows, file);
+  dresser dress(scene, skin, rows);
   for (std::size_t s = 0; s < nodes.size(); ++s) {
     dress.Dress(*nodes[s], *file.surfaces[s].surface);
   }
+  return dress.Sources();
 }
 
 }  // namespace
 
-void DressSurfaces(const std::string& path, filekind kind, const std::string& skin,
-                   core::scene& scene) {
+imagesources DressSurfaces(console& out, const std::string& path, filekind kind,
+                           const std::string& skin, core::scene& scene) {
+  imagesources sources;
   const std::vector<cnode*> nodes = SurfacesOf(scene);
   if (nodes.empty()) {
-    return;
+    return sources;
   }
   WithReader(kind, [&]<class File>(File&& file) {
     if constexpr (std::is_base_of_v<skelmesh, File>) {
       if (LoadAgain(path, path, file)) {
-        Dress(nodes, file, skin, scene);
+        sources = Dress(out, nodes, file, skin, scene);
       }
     }
   });
+  return sources;
 }
 
 }  // namespace command

@@ -138,8 +138,8 @@ std::string modeltree::AddModel(const std::string& model, const std::string& mdx
     for (const std::string& name : names) {
       if (SuffixOf(name) == "skin") {
         AddIfThere(directory + name, folder + name);
-        for (const auto& [surface, shader] : ReadSkinRows(directory + name)) {
-          shaders_.push_back(shader);
+        for (const auto& [surface, row] : ReadSkinRows(directory + name).bySurface) {
+          shaders_.push_back(row.path);
         }
       }
     }

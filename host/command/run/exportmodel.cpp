@@ -70,7 +70,9 @@ std::size_t OriginOf(const std::string& path, const std::string& origin, const c
 void LayOutSequences(console& out, const std::string& path, const exportoptions& options,
                      core::scene& scene) {
   if (const std::string& plan = options.sequencesFrom; !plan.empty()) {
-    for (const std::string& text : LayOutBy(plan, ReadSequenceFile(plan), scene)) {
+    const sequencelist sequences = ReadSequenceFile(plan);
+    sequences.losses.Tell(out, plan);
+    for (const std::string& text : LayOutBy(plan, sequences.lines, scene)) {
       out.Warning(path, text);
     }
   } else {

@@ -12,27 +12,32 @@
 #include "command/wording.h"
 #include "core/state.h"
 #include "core/utf8path.h"
-#include "sidefiles/sequences.h"
 
 namespace command {
 
 namespace {
 
 // The importer takes a sequence file that the disk does not give, or not to its end, for one with
-// fewer sequences.
-void RequireSequences(const std::string& animated, filekind kind, int found) {
+// fewer sequences, and says nothing of what it passes over.
+void CheckSequences(console& out, const std::string& animated, filekind kind, int found) {
   const std::string side = SequenceFileOf(animated, kind);
-  std::error_code none;
-  if (!std::filesystem::is_regular_file(core::PathOf(side), none)) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(core::PathOf(side), error);
+  if (!std::filesystem::exists(status)) {
     return;
   }
-  canimsequences held("the sequence file");
-  const bool whole = kind == filekind::Mds
-                         ? LoadWolfanim((core::PathOf(side).parent_path() / "").string(), held)
-                         : LoadAninc(animated, held);
-  if (!whole || held.Count() > found) {
+  if (!std::filesystem::is_regular_file(status)) {
+    out.Warning(side, std::string("not read: is ") + (std::filesystem::is_directory(status)
+                                                          ? "a directory, not a file"
+                                                          : "not a regular file"));
+    return;
+  }
+  const std::optional<sequencelist> held = ReadAsImporter(side, kind, FramesOf(animated, kind));
+  if (!held || std::ssize(held->lines) > found) {
+    RequireReadable(side);
     throw failure(side, "cannot be read to its end");
   }
+  held->losses.Tell(out, side);
 }
 
 // Without a sequence file there is nothing to select, and the importer makes one pose.
@@ -57,7 +62,7 @@ void TellWhatChanged(console& out, const std::string& path, const importchoices&
       choices.animation) {
     const std::string& animated = choices.mdx.empty() ? path : choices.mdx;
     const filekind kind = choices.mdx.empty() ? filekind::Mds : filekind::Mdx;
-    RequireSequences(animated, kind, answers.NumSequences());
+    CheckSequences(out, animated, kind, answers.NumSequences());
     if (answers.NumSequences() == 0) {
       TellFirstFrameOnly(out, path, animated, kind);
     }
@@ -120,11 +125,12 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   }
   names.Rename(path, scene, renaming::ToScene);
   // Of a choice in a window only the handler's materials tell.
+  imagesources sources;
   if (chosen.ask ? !scene.Materials().empty() : chosen.materials) {
-    DressSurfaces(path, KindOf(path), SkinBeside(path, answers.Skin()), scene);
+    sources = DressSurfaces(out, path, KindOf(path), SkinBeside(path, answers.Skin()), scene);
   }
   if (chosen.images) {
-    FindGameImages(out, path, chosen.gameFolders, scene);
+    FindGameImages(out, path, chosen.gameFolders, sources, scene);
   }
   SetGamePaths(scene);
   return kExitDone;

@@ -1,13 +1,13 @@
 #include "command/skeleton/bonemap.h"
 
-#include <fstream>
+#include <sstream>
 #include <utility>
 #include <vector>
 
 #include "command/failure.h"
 #include "command/files/paths.h"
 #include "core/state.h"
-#include "core/utf8path.h"
+#include "sidefiles/textfile.h"
 
 namespace command {
 
@@ -25,15 +25,16 @@ std::string Trimmed(const std::string& text) {
 
 bonemap::bonemap(const std::string& path) {
   RequireReadable(path);
-  std::ifstream file(core::PathOf(path), std::ios::binary);
+  std::string whole;
+  if (!LoadText(path.c_str(), whole)) {
+    throw failure(path, "cannot be read to its end");
+  }
+  std::istringstream lines(whole);
   std::string line;
-  for (int number = 1; std::getline(file, line); ++number) {
+  for (int number = 1; std::getline(lines, line); ++number) {
     const auto refuse = [&](const std::string& why) {
       return failure(path, "line " + std::to_string(number) + ": " + why);
     };
-    if (number == 1 && line.starts_with("\xEF\xBB\xBF")) {
-      line.erase(0, 3);
-    }
     const std::string text = Trimmed(line);
     if (text.empty() || text.front() == '#') {
       continue;
@@ -55,9 +56,6 @@ bonemap::bonemap(const std::string& path) {
     if (!toScene_.emplace(game, scene).second) {
       throw refuse("names " + game + " of the game a second time");
     }
-  }
-  if (file.bad()) {
-    throw failure(path, "cannot be read");
   }
 }
 
