@@ -155,17 +155,28 @@ class Usage(program.ProgramTest):
 class Export(program.ProgramTest):
     def test_range_and_names(self):
         (self.dir / "models").mkdir()
-        for name, options, header, frames in (
+        for name, options, header, frames, *told in (
             ("x.mdc", [], "models/x.mdc", 95),
             ("X.MDC", ["--no-models-dir"], (str(self.dir) + "/x.mdc").lower()[:63], 95),
             ("models/y.mdc", ["--start", "10", "--end", "12"], "models/y.mdc", 3),
-            ("x.mdc", ["--start=-5", "--end", "0"], "models/x.mdc", 1),
-            ("x.mdc", ["--start", "94", "--end", "100"], "models/x.mdc", 7),
+            ("x.mdc", ["--start=-5", "--end", "0"], "models/x.mdc", 1,
+             "--start -5 is before frame 0: frame 0 is exported"),
+            ("x.mdc", ["--start", "94", "--end", "100"], "models/x.mdc", 7,
+             "--end 100 is beyond the scene's last frame 94: frames 94 to 100 are exported"),
+            ("x.mds", ["--end=-3"], "x.mds", 1, "--end -3 is before frame 0: frame 0 is exported"),
             ("x.mds", ["--start", "94"], "x.mds", 1),
+            ("x.mdx", ["--end", "95"], "x.mdx", 96, "frames 0 to 95 are exported"),
         ):
-            self.export(name, *options)
+            result = self.export(name, *options)
             info = self.info(name)
             self.assertEqual((info["name"], info["numFrames"]), (header, frames), options)
+            self.assertEqual(len(result.lines), len(told), result.err)
+            for text in told:
+                self.assertIn(f"warning: {name}: ", result.err)
+                self.assertIn(text, result.err)
+        for options in [], ["--no-mdx"]:  # an mdm has no frames of its own
+            result = self.export("x.mdm", "--end=95", *options)
+            self.assertEqual("beyond" in result.err, not options, result.err)
 
     def test_stored_names_are_those_of_the_full_path(self):
         folder = self.dir / "models" / "mapobjects"

@@ -74,6 +74,7 @@ void exportanswers::Attach(desktop::scripteddesktop& desk) {
 }
 
 void exportanswers::Answer(desktop::scriptedwindow& window, const controls& ids) {
+  const int last = Number(window, ids.end);
   Fill(window, ids.start, choices_.start);
   Fill(window, ids.end, choices_.end);
   window.Type(ids.origin, choices_.origin);
@@ -96,6 +97,30 @@ void exportanswers::Answer(desktop::scriptedwindow& window, const controls& ids)
     return;
   }
   range_ = framerange{start, frames};
+  if (window.Enabled(ids.start)) {
+    NoteAdjusted(last);
+  }
+}
+
+void exportanswers::NoteAdjusted(int last) {
+  const std::int64_t end = range_->start + range_->frames - 1;
+  const std::string first = std::to_string(range_->start);
+  const std::string exported =
+      range_->frames == 1 ? "frame " + first + " is exported"
+                          : "frames " + first + " to " + std::to_string(end) + " are exported";
+  if (choices_.start.value_or(0) < 0) {
+    adjusted_.push_back("--start " + std::to_string(*choices_.start) +
+                        " is before frame 0: " + exported);
+  }
+  if (choices_.end.value_or(0) < 0) {
+    adjusted_.push_back("--end " + std::to_string(*choices_.end) +
+                        " is before frame 0: " + exported);
+  }
+  if (choices_.end && end > last) {
+    adjusted_.push_back("--end " + std::to_string(end) + " is beyond the scene's last frame " +
+                        std::to_string(last) + ": " + exported +
+                        ", those beyond it with the pose that it has");
+  }
 }
 
 void importanswers::Attach(desktop::scripteddesktop& desk) {

@@ -71,6 +71,8 @@ class exportanswers {
   const std::string& Refusal() const { return refusal_; }
   // What the accepted dialog asked for; none before, and none where the user was asked.
   const std::optional<framerange>& Range() const { return range_; }
+  // What was made of frames that the scene does not have, a text each.
+  const std::vector<std::string>& Adjusted() const { return adjusted_; }
 
  private:
   struct controls {
@@ -79,9 +81,12 @@ class exportanswers {
     int origin;
   };
   void Answer(desktop::scriptedwindow& window, const controls& ids);
+  // last: the scene's, as the dialog shows it.
+  void NoteAdjusted(int last);
 
   exportchoices choices_;
   std::optional<framerange> range_;
+  std::vector<std::string> adjusted_;
   std::string refusal_;
 };
 

@@ -302,6 +302,9 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   set.Commit();
   TellRootBone(out, path, rig.root);
   TellWhatWasHelped(out, path, helped);
+  for (const std::string& adjusted : answers.Adjusted()) {
+    out.Warning(path, adjusted);
+  }
   TellWhatIsLost(out, path, kind, scene, range);
   if (!mdx.empty()) {
     TellWhatIsLost(out, mdx, filekind::Mdx, scene, range);
