@@ -345,13 +345,4 @@ void RequireRange(CLI::Option* option, double low, double high) {
   });
 }
 
-void CheckMdxPath(const std::string& mdx) {
-  constexpr std::size_t kLongestPath = 255;
-  if (!mdx.empty() && FullPath(mdx).size() > kLongestPath) {
-    throw failure(
-        mdx, "its full path is longer than the 255 bytes that the path of an mdx file may have",
-        kExitUsage);
-  }
-}
-
 }  // namespace command

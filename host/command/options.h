@@ -88,7 +88,4 @@ CLI::Option* DefineBoneMap(CLI::App& app, std::string& path);
 // The option's number lies between the two, which no NaN does.
 void RequireRange(CLI::Option* option, double low, double high);
 
-// For both directions; the mdx path has the module's limit on file dialogs.
-void CheckMdxPath(const std::string& mdx);
-
 }  // namespace command

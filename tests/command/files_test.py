@@ -112,6 +112,23 @@ class Import(program.ProgramTest):
                    saying=["none/a.mdx", "does not exist"])
         self.assertEqual(self.read("a.mdm"), old)
 
+    def test_long_paths_of_an_mdx(self):
+        # The module takes 255 bytes for one to write and 511 for one to read.
+        for length in 243, 244, 245, 255, 256, 700:
+            room = length - len(os.fsencode(self.dir)) - len("//A.mdx")
+            folder = self.dir / "/".join(["d" * 99] * (room // 100) + ["e" * (room % 100)])
+            folder.mkdir(parents=True)
+            near = folder.relative_to(self.dir)
+            for directory, name in (folder, "A"), (folder.parent, folder / "A"):
+                for suffix in ".mdm", ".mdx":
+                    (folder / ("A" + suffix)).unlink(missing_ok=True)
+                result = self.run_in(directory, "export", SAMPLE, "-o", f"{name}.mdm", "--end=0")
+                self.assertEqual(result.code, 0, result.err)
+                self.assertEqual(self.info(near / "A.mdx")["name"], "a.mdx")
+                result = self.run_in(directory, "import", f"{name}.mdm", "-o", self.dir / "x.glb")
+                self.assertEqual(result.code, 0, result.err)
+        self.fails(2, "import", near / "A.mdm", "-o", "x.glb", saying=["A.mdx", "511 bytes"])
+
     def test_images_lie_in_the_game_however_the_path_is_typed(self):
         folder = self.dir / "game" / "models" / "players"
         folder.mkdir(parents=True)

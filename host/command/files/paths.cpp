@@ -76,6 +76,23 @@ std::string MdxToWrite(const std::string& mdx) {
   return mdx.empty() || FullPath(mdx).find('.') != std::string::npos ? mdx : mdx + ".mdx";
 }
 
+std::string MdxForModule(const std::string& told, const std::string& mdx, std::size_t longest) {
+  const std::string whole = mdx.empty() ? mdx : FullPath(mdx);
+  if (whole.size() <= longest) {
+    return whole;
+  }
+  std::error_code error;
+  const fs::path nearby = fs::path(".") / fs::proximate(core::PathOf(whole), error);
+  if (error || nearby.string().size() > longest) {
+    throw failure(told,
+                  "its path is longer than the " + std::to_string(longest) +
+                      " bytes that the path of an mdx file may have, from the current directory "
+                      "on, too",
+                  kExitUsage);
+  }
+  return nearby.string();
+}
+
 std::string SkeletonOf(const std::string& mdmPath, const std::string& chosen) {
   if (!chosen.empty()) {
     RequireReadable(chosen);

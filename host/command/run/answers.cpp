@@ -68,7 +68,7 @@ void exportanswers::Attach(desktop::scripteddesktop& desk) {
     Answer(window, {1020, 1021, 1018});
   };
   desk.onSaveFile = [this](const cfiledialog& /*dialog*/, std::string& path) {
-    path = choices_.mdx.empty() ? std::string() : FullPath(choices_.mdx);
+    path = choices_.mdx;
     return !path.empty();
   };
 }
@@ -129,7 +129,7 @@ void importanswers::Attach(desktop::scripteddesktop& desk) {
     AnswerSkeletal(window);
   };
   desk.onOpenFile = [this](const cfiledialog& /*dialog*/, std::string& path) {
-    path = choices_.mdx.empty() ? std::string() : FullPath(choices_.mdx);
+    path = choices_.mdx;
     return !path.empty();
   };
 }

@@ -190,7 +190,7 @@ void CheckExport(const std::string& path, const exportoptions& options) {
   const filekind kind = KindOf(path);
   options.table.RequireFor(kind, path);
   if (const std::string mdx = MdxToWrite(options.choices.mdx); !mdx.empty()) {
-    CheckMdxPath(mdx);
+    MdxForModule(mdx, mdx, kLongestMdxToWrite);
     const std::string whole = FullPath(mdx);
     if (whole == FullPath(path)) {
       throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
@@ -250,8 +250,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   if (skeleton.written == model.written) {
     throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
   }
-  CheckMdxPath(skeleton.written);
-  choices.mdx = skeleton.written;
+  choices.mdx = MdxForModule(mdx, skeleton.written, kLongestMdxToWrite);
   if (kept.vertexFrames) {
     choices.mostFrames = kMostMdcFrames;
   }

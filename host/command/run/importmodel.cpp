@@ -81,9 +81,7 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   RequireReadable(path);
   importchoices chosen = choices;
   if (FormatOf(KindOf(path)).IsPair() && !chosen.ask) {
-    CheckMdxPath(chosen.mdx);
     chosen.mdx = SkeletonOf(path, chosen.mdx);
-    CheckMdxPath(chosen.mdx);
   }
   std::optional<mdcframes> frames;
   if (FormatOf(KindOf(path)).vertexFrames && !chosen.ask) {
@@ -94,7 +92,9 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
     }
   }
   const bonemap names = chosen.boneMap.empty() ? bonemap() : bonemap(chosen.boneMap);
-  importanswers answers(chosen);
+  importchoices answered = chosen;
+  answered.mdx = MdxForModule(chosen.mdx, chosen.mdx, kLongestMdxToRead);
+  importanswers answers(answered);
   const int result =
       host.Import(handler, scene, path, answers, [&](const std::string& mdx) { chosen.mdx = mdx; });
   if (!answers.Refusal().empty()) {
