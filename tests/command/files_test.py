@@ -102,6 +102,23 @@ class Import(program.ProgramTest):
         self.fails(1, "import", "a.mdm", "-o", "x.glb", "--mdx", "b.mdx",
                    saying=["a.mdm", "b.mdx", "surface 0", "vertex", "skeleton with 5"])
 
+    def test_an_mdx_of_another_model_is_told(self):
+        self.export("big.mdm", "--scale=120")
+        self.export("less.mdm", "--no-bones=Bip01 L Hand")
+        self.export("part.mdm", "--mdx=skeleton.bin", "--origin=tag_head")
+        for mdm, mdx, share in (("a", "a.mdx", None), ("big", "big.mdx", None),
+                                ("less", "less.mdx", None), ("part", "skeleton.bin", None),
+                                ("part", "a.mdx", None), ("a", "big.mdx", 73),
+                                ("big", "a.mdx", 82), ("less", "a.mdx", 9)):
+            err = self.marrow("import", mdm + ".mdm", "--mdx", mdx, "-o", "out.glb").err
+            self.assertEqual(err.count("belong"), share is not None, (mdm, mdx, err))
+            if share:
+                self.assertIn(f"warning: {mdm}.mdm: may not belong to {mdx}: {share} % of", err)
+        data = self.read("a.mdm")
+        self.patch("a.mdm", data.rindex(b"tag_weapon\0") + 64 + 36, 23)  # boneIndex
+        self.assertIn("may not belong to a.mdx: tags hang from bones beyond its 23: tag_weapon "
+                      "(bone 23)\n", self.marrow("import", "a.mdm", "-o", "out.glb").err)
+
     def test_an_mdx_may_have_any_suffix_and_needs_its_folder(self):
         for name, written in ("skeleton.bin", "skeleton.bin"), ("skeleton", "skeleton.mdx"):
             self.export("b.mdm", "--mdx", name)

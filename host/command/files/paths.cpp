@@ -77,7 +77,7 @@ std::string MdxToWrite(const std::string& mdx) {
 }
 
 std::string MdxForModule(const std::string& told, const std::string& mdx, std::size_t longest) {
-  const std::string whole = mdx.empty() ? mdx : FullPath(mdx);
+  std::string whole = mdx.empty() ? mdx : FullPath(mdx);
   if (whole.size() <= longest) {
     return whole;
   }

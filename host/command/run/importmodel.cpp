@@ -2,6 +2,7 @@
 
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
+#include "command/files/pairfit.h"
 #include "command/files/sequencefile.h"
 #include "command/finish/filenormals.h"
 #include "command/finish/gameimages.h"
@@ -111,6 +112,11 @@ int ImportModel(console& out, modelhost& host, const std::string& path,
   }
   for (const std::string& warning : scene.warnings) {
     out.Warning(path, warning);
+  }
+  if (FormatOf(KindOf(path)).IsPair()) {
+    for (const std::string& doubt : DoubtsOfPair(path, chosen.mdx)) {
+      out.Warning(path, "may not belong to " + chosen.mdx + ": " + doubt);
+    }
   }
   TellWhatChanged(out, path, chosen, answers);
   if (FormatOf(KindOf(path)).vertexFrames && !frames) {
