@@ -4,6 +4,7 @@
     check_skeletal.py MARROW SCENE.glb...
 """
 
+import itertools
 import re
 
 import numpy as np
@@ -201,12 +202,15 @@ def check_weights(check, scene, model, made, own):
             return
 
 
-def random_model(kind, noise=0.0, frames=24):
-    """A skeleton in random poses, and a skin bound in a pose that none of its frames has. The tags
-    keep still against their bones."""
-    random = np.random.default_rng(11)
+def random_model(kind, noise=0.0, frames=24, loose=False):
+    """A skeleton in random poses, and a skin bound in a pose that none of its frames has, or one
+    whose bones hang together `loose`ly. The tags keep still against their bones."""
+    random = np.random.default_rng(26 if loose else 11)
     names = ["Bip01", "Bip01 Spine", "up", "down", "nowhere"] + [f"bone {i}" for i in range(7)]
     parents = [-1, 0, 0, 0, 1, 1, 5, 6, 7, 3, 9, 10]
+    if loose:
+        names += [f"loose {i}" for i in range(len(names), sum(map(len, LOOSE)))]
+        parents += [0] * (len(names) - len(parents))
     tags = [(name, (bone, models.frame_axes(*random.uniform(-80, 80, 3)),
                     random.uniform(-5, 5, 3))) for name, bone in (("tag_a", 2), ("tag_b", 11))]
     count = len(names)
@@ -217,22 +221,52 @@ def random_model(kind, noise=0.0, frames=24):
     model = models.Model((names, np.array(parents), np.zeros(count), dists,
                           np.zeros(count, int)), offsets, rows, [], tags)
     axes, places = model.pose(frames)
-    for name in ("h_head", "u_body"):
-        points = random.uniform(-30, 30, (60, 3))
-        first = np.r_[0, np.cumsum(random.integers(1, 6, 60))]
-        vertex = np.repeat(np.arange(60), np.diff(first))
-        bone = np.hstack([random.permutation(count)[:n] for n in np.diff(first)])
-        weight = random.uniform(0.1, 1, len(bone))
-        weight /= np.bincount(vertex, weights=weight)[vertex]
+    for name in ("h_head", "u_body")[loose:]:
+        points, first, bone, weight = (loose_skin if loose else random_skin)(random, count)
+        vertex = np.repeat(np.arange(len(points)), np.diff(first))
         offset = np.einsum("wji,wj->wi", axes[bone], points[vertex] - places[bone])
         offset += random.normal(size=offset.shape) * noise
         model.surfaces.append(models.SkinSurface(
-            name, "", np.arange(60).reshape(-1, 3), random.uniform(0, 1, (60, 2)),
+            name, "", np.arange(len(points)).reshape(-1, 3),
+            random.uniform(0, 1, (len(points), 2)),
             points / np.linalg.norm(points, axis=1)[:, None], first, bone, weight, offset))
     model.angles, model.parent_offsets = rows[:frames], offsets[:frames]
     if kind.one_file:
         tags_to_bones(model)
     return model
+
+
+def random_skin(random, count):
+    """Points, where the weights of each begin, their bones and shares."""
+    first = np.r_[0, np.cumsum(random.integers(1, 6, 60))]
+    bone = np.hstack([random.permutation(count)[:n] for n in np.diff(first)])
+    weight = random.uniform(0.1, 1, len(bone))
+    return (random.uniform(-30, 30, (60, 3)), first, bone,
+            weight / np.repeat(np.add.reduceat(weight, first[:-1]), np.diff(first)))
+
+
+# Points that two bones share, where they leave the rotation between the two open, or nearly so.
+SHARED = [[(3, 4, 5)], [(3, 4, 5), (-7, 1, 2)], [(k, 2 * k, 3 * k) for k in (1, 2, 3, -1.5)],
+          [(5, 0, 0), (10, 0, 1e-3), (20, 0, 0), (30, 1e-3, 0)], [(9, 9, 9)] * 3,
+          [(0, 0, 7), (10, 0, 7), (0, 10, 7), (6, 5, 7)]]
+# The bones that hang together: by such points; by single ones, which decide together; two alone.
+LOOSE = [range(3 * i, 3 * i + 3) for i in range(6)] + [range(18, 24), range(24, 25), range(25, 26)]
+
+
+def loose_skin(random, _):
+    def anywhere():
+        return random.uniform(-30, 30, 3)
+
+    rows = [(anywhere(), {bone: 1}) for bone in range(26) for _ in range(4)]
+    for (a, b, c), shared in zip(LOOSE, SHARED):
+        for point in shared:
+            rows += [(point, {a: 0.5, b: 0.5}), (np.add(point, (0, 20, 0)), {b: 0.7, c: 0.3})]
+    rows += [(anywhere(), {a: 0.5, b: 0.5}) for a, b in itertools.combinations(LOOSE[6], 2)]
+    del rows[:len(rows) % 3]
+    return (np.array([point for point, _ in rows], float),
+            np.r_[0, np.cumsum([len(weights) for _, weights in rows])],
+            np.array([bone for _, weights in rows for bone in weights]),
+            np.array([share for _, weights in rows for share in weights.values()]))
 
 
 def random_units(random, frames, bones, parents):
@@ -306,7 +340,7 @@ def check_import(check, kind, model, stem, scale=1.0, fits=True, only=None):
     check.bound("bones' places", bones, 1e-5 * height, height)
     check.bound("bones, radians", turns, 1e-5, 1)
     if fits:
-        check.bound("vertices", errors, 1e-4 * height, height)
+        check.bound("vertices", errors, 5e-6 * height, height)
     return path, made, told
 
 
@@ -377,49 +411,79 @@ def compare(check, a, b, what, writes=1):
         check.bound("texture coordinates", abs(t.st - s.st), 1e-6, 1, tell=False)
 
 
+class Bound:
+    """The weights of an imported model, and the bind pose that its scene has."""
+
+    def __init__(self, check, scene, model):
+        binds, rest = {}, []
+        for own in scene.surfaces:
+            joints, inverse = scene.skins[own.skin]
+            for joint, matrix in zip(joints, inverse):
+                bind = np.linalg.inv(gltf.scene_matrix(matrix))
+                known = binds.setdefault(scene.name(joint), bind)
+                check.bound("one bind pose for all skins", abs(known - bind), 1e-4, 1, tell=False)
+            rest.append(gltf.scene_points(own.points))
+        self.rest = np.vstack(rest)
+        starts = np.r_[0, np.cumsum([len(points) for points in rest])]
+        self.vertex, self.bone, self.weight, self.offset = (np.concatenate(x) for x in zip(
+            *((s.vertex + start, s.bone, s.weight, s.offset)
+              for start, s in zip(starts, model.surfaces))))
+        binds = np.array([binds.get(n, np.eye(4)) for n in model.names])
+        self.turns, self.places = binds[:, :3, :3].copy(), binds[:, :3, 3].copy()
+
+    def placed(self, turns, places):
+        return np.einsum("wij,wj->wi", turns[self.bone], self.offset) + places[self.bone]
+
+    def apart(self):
+        return self.placed(self.turns, self.places) - self.rest[self.vertex]
+
+
+def fitted(x, y, weight):
+    """The rotation and the move that take x closest to y."""
+    share = (weight / weight.sum())[:, None]
+    mean_x, mean_y = (share * x).sum(0), (share * y).sum(0)
+    u, _, v = np.linalg.svd((share * (y - mean_y)).T @ (x - mean_x))
+    turn = u @ np.diag([1, 1, np.linalg.det(u @ v)]) @ v
+    return turn, mean_y - turn @ mean_x
+
+
+def check_loose(check, kind):
+    """Whatever vertices leave open: they are blended as the file says, and each group of bones rests
+    where the first frame has it, as well as one motion can take it there."""
+    path, made, _ = check_import(check, kind, random_model(kind, loose=True), "loose")
+    model = kind.read(path)
+    bound = Bound(check, gltf.Scene(made), model)
+    resting, posed = bound.placed(bound.turns, bound.places), bound.placed(*model.pose(0))
+    for group in LOOSE:
+        mine = np.isin(bound.bone, group)
+        turn, move = fitted(resting[mine], posed[mine], bound.weight[mine])
+        check.bound(f"turn and move of {group}", np.r_[angle(turn, np.eye(3)), abs(move)], 1e-3, 1,
+                    tell=False)
+
+
 def check_residual(check, kind):
     """Offsets that agree with no bind pose: what is told is so, and no better pose is near."""
     model = random_model(kind, noise=0.5)
     path, made, told = check_import(check, kind, model, "noise", fits=False)
-    scene, model = gltf.Scene(made), kind.read(path)
-    binds, rest = {}, []
-    for own in scene.surfaces:
-        joints, inverse = scene.skins[own.skin]
-        for joint, matrix in zip(joints, inverse):
-            bind = np.linalg.inv(gltf.scene_matrix(matrix))
-            known = binds.setdefault(scene.name(joint), bind)
-            check.bound("one bind pose for all skins", abs(known - bind), 1e-4, 1, tell=False)
-        rest.append(gltf.scene_points(own.points))
-    parts = [s.vertex + 60 * i for i, s in enumerate(model.surfaces)]
-    vertex, bone, weight, offset = (np.concatenate(x) for x in zip(
-        *((v, s.bone, s.weight, s.offset) for v, s in zip(parts, model.surfaces))))
-    turns = np.array([binds.get(n, np.eye(4))[:3, :3] for n in model.names])
-    places = np.array([binds.get(n, np.eye(4))[:3, 3] for n in model.names])
-    rest = np.vstack(rest)
-
-    def apart():
-        return np.einsum("wij,wj->wi", turns[bone], offset) + places[bone] - rest[vertex]
-
-    away = np.linalg.norm(apart(), axis=1)
+    bound = Bound(check, gltf.Scene(made), kind.read(path))
+    away = np.linalg.norm(bound.apart(), axis=1)
     told = [float(n) for n in re.findall(r"[0-9]+\.[0-9]+(?:e-?[0-9]+)?", told)]
     print(f"  residual: largest {away.max():.4g}, mean {away.mean():.4g}; told: {told}")
     for figure in (away.max(), away.mean()):
         check.expect(any(abs(n - figure) <= 0.01 * figure for n in told), "the residual is told")
 
     # Places and binds in turn, each the best for the other: never worse, and at the best already.
+    vertex, weight, rest = bound.vertex, bound.weight, bound.rest
     first = (weight * away ** 2).sum()
     for _ in range(200):
-        rest += np.stack([np.bincount(vertex, weights=w) for w in (apart() * weight[:, None]).T],
+        rest += np.stack([np.bincount(vertex, weights=w)
+                          for w in (bound.apart() * weight[:, None]).T],
                          -1) / np.bincount(vertex, weights=weight)[:, None]
-        for b in np.unique(bone):
-            mine = bone == b
-            share = weight[mine, None] / weight[mine].sum()
-            x, y = offset[mine], rest[vertex[mine]]
-            mean_x, mean_y = (share * x).sum(0), (share * y).sum(0)
-            u, _, v = np.linalg.svd((share * (y - mean_y)).T @ (x - mean_x))
-            turns[b] = u @ np.diag([1, 1, np.linalg.det(u @ v)]) @ v
-            places[b] = mean_y - turns[b] @ mean_x
-    last = (weight * (apart() ** 2).sum(1)).sum()
+        for b in np.unique(bound.bone):
+            mine = bound.bone == b
+            bound.turns[b], bound.places[b] = fitted(bound.offset[mine], rest[vertex[mine]],
+                                                     weight[mine])
+    last = (weight * (bound.apart() ** 2).sum(1)).sum()
     print(f"  sum of squares {first:.6g}, and refined {last:.6g}")
     check.expect(last >= first * (1 - 1e-3), "a better bind pose is near")
 
@@ -448,6 +512,7 @@ def check_all(check, paths):
         if kind.one_file:
             check_conversions(check, path)
         check_import(check, kind, model, "scaled", scale=40, only=["die", "stand"])
+        check_loose(check, kind)
         check_residual(check, kind)
 
 
