@@ -107,39 +107,6 @@ TEST_F(ReadGeometry, TextureTransformsAreApplied) {
   ExpectPlace(mesh.tverts[2], 4.5F, 0.25F, 0.0F);
 }
 
-// The axis that the file's front looks along becomes +X, its up +Z, through nodes and points alike.
-TEST_F(ReadGeometry, TheFrontLooksAlongX) {
-  const struct {
-    gltf::facing front;
-    cpoint3 place;
-  } cases[] = {{gltf::facing::PlusZ, {3, 1, 2}},
-               {gltf::facing::MinusZ, {-3, -1, 2}},
-               {gltf::facing::PlusX, {1, -3, 2}},
-               {gltf::facing::MinusX, {-1, 3, 2}}};
-  gltfmodel model;
-  const int mesh = model.Triangle({0.5F, 1, 3, 0, 0, 0, 1, 0, 0});
-  // (x, y, z) x (2, 1, 3), turned a quarter about the up axis to (z, y, -x), and moved.
-  model.Node({{"mesh", mesh},
-              {"scale", {2, 1, 3}},
-              {"rotation", {0, 0.70710678F, 0, 0.70710678F}},
-              {"translation", {-8, 1, 4}}});
-  for (const auto& each : cases) {
-    how.front = each.front;
-    core::scene own;
-    ASSERT_TRUE(gltf::ReadScene(files.Write("m.glb", model.Binary()), how, own, told));
-    cnode* const node = own.Nodes()[0];
-    const cpoint3 place = MeshOf(node).verts[0] * node->GetTMAtFrame(0, kWholeTransform);
-    ExpectPlace(place, each.place.x, each.place.y, each.place.z);
-    // Written with the same front, the file has it where it was.
-    ASSERT_TRUE(gltf::WriteScene(own, files.File("again.glb"), how, told));
-    core::scene again;
-    ASSERT_TRUE(gltf::ReadScene(files.File("again.glb"), {}, again, told));
-    cnode* const other = again.Nodes()[0];
-    const cpoint3 back = MeshOf(other).verts[0] * other->GetTMAtFrame(0, kWholeTransform);
-    ExpectPlace(back, 3, 1, 2);
-  }
-}
-
 TEST_F(ReadGeometry, SparseValuesStandInForOthers) {
   gltfmodel model;
   const auto sparse = [&](int accessor, std::uint8_t place) {

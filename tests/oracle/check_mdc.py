@@ -19,7 +19,7 @@ FLOATS = 1e-4  # of the model's size: what single precision may cost
 def check_export(check, path, scale, rate, cut=None, origin=None, lean=1.0):
     """Every vertex and tag of every frame against the scene's own skinning at that time; of a
     stretch `cut` of the frames only, relative to a node where one is named."""
-    print(f"{path.name} to mdc, scale {scale}, {rate} frames a second")
+    print(f"{path.name} to mdc, facing {check.front}, scale {scale}, {rate} frames a second")
     target = check.folder / f"{path.stem}.mdc"
     check.run("export", path, "-o", target, "--scale", scale, "--fps", rate,
               *harness.range_options(cut, origin))
@@ -282,6 +282,9 @@ def check_all(check, paths):
     check_export(check, paths[0], 40, 20, cut=(23, 31), origin="tag_head")
     check_shapes(check)
     check_compressed(check)
+    for front in "-z", "+x", "-x":
+        check.face(front)
+        check_import(check, check_export(check, check.folder / "mirrored.glb", 30, 20), 3, scale=40)
 
 
 if __name__ == "__main__":

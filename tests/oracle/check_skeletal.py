@@ -64,7 +64,7 @@ def unscaled(matrix):
 def check_export(check, kind, path, scale, rate=20, cut=None, origin=None):
     """Bones and skinned vertices of every frame against the scene's own: also of bones that change
     their distance from the parent and of further top bones, which a file has no place for."""
-    print(f"{path.name} to {kind.name}, scale {scale}")
+    print(f"{path.name} to {kind.name}, facing {check.front}, scale {scale}")
     target = kind.path(check.folder, path.stem)
     told = check.run("export", path, "-o", target, *kind.extra(target), "--scale", scale,
                      "--fps", rate, *harness.range_options(cut, origin))
@@ -514,6 +514,10 @@ def check_all(check, paths):
         check_import(check, kind, model, "scaled", scale=40, only=["die", "stand"])
         check_loose(check, kind)
         check_residual(check, kind)
+        for front in "-z", "+x", "-x", "+z":
+            check.face(front)
+            check_export(check, kind, check.folder / "mirrored.glb", 30)
+            check_import(check, kind, model, "facing", scale=40, only=["die"])
 
 
 if __name__ == "__main__":

@@ -266,9 +266,13 @@ def rotation(quaternion):
                      [2 * (x * z - y * w), 2 * (y * z + x * w), 1 - 2 * (x * x + y * y)]])
 
 
-# The games' axes against the file's, whose front is +Z, left +X and up +Y: (X, Y, Z) of the file is
-# (Z, X, Y).
-AXES = np.array([[0.0, 0, 1], [1, 0, 0], [0, 1, 0]])
+def axes_of(front):
+    """Rows of the games' axes, front, left and up, in the file's, whose up is +Y."""
+    front = np.roll([1.0 if front[0] == "+" else -1.0, 0, 0], "xyz".index(front[1]))
+    return np.array([front, np.cross([0, 1, 0], front), [0, 1, 0]])
+
+
+AXES = axes_of("+z")
 
 
 def scene_points(points, scale=1.0):

@@ -9,14 +9,22 @@ import tempfile
 
 import numpy as np
 
+import gltf
+
 
 class Check:
     def __init__(self, marrow, folder):
         self.marrow, self.folder = marrow, folder
         self.faults = 0
+        self.front = "+z"
+
+    def face(self, front):
+        """From here on the scenes' characters look along that axis."""
+        self.front, gltf.AXES = front, gltf.axes_of(front)
 
     def run(self, *arguments):
         """The command's output. A failed run ends the check: nothing behind it has a meaning."""
+        arguments += ("--facing", self.front) if arguments[0] != "convert" else ()
         done = subprocess.run([self.marrow, *map(str, arguments)], capture_output=True, text=True)
         if done.returncode:
             sys.exit(f"exit code {done.returncode}: marrow {' '.join(map(str, arguments))}\n"

@@ -218,34 +218,3 @@ def build_shapes(path):
            (hand, "scale", [0, 0.5], [[1, 1, 1], [0.25, 0.25, 0.25]], "LINEAR"),
            (len(s.nodes) - 1, "scale", [0, 0.5], [[1e-3, 1e-3, 1e-3], [3, 2, 1]], "LINEAR"))
     s.write(path)
-
-
-FRONTS = {"+z": (0, 0, 1), "-z": (0, 0, -1), "+x": (1, 0, 0), "-x": (-1, 0, 0)}
-
-
-def build_box(path, facing, mirrored):
-    """A box on the ground, 1 wide, 2 high and 3 deep, on one joint, its front and its left side
-    nodes of their own; where `mirrored`, the file has its mirror image under a mirror. Gives the
-    directions of front and left."""
-    front, up = np.array(FRONTS[facing], float), np.array([0.0, 1, 0])
-    left = np.cross(up, front)
-    s = Scene()
-    joint = s.node("Bip01", extras={"bone": True})
-    parts = {"front": [], "left": [], "rest": []}
-    for axis, name in enumerate(("left", "rest", "front")):
-        for sign in (1, -1):
-            corners = np.insert([[-1, -1], [1, -1], [1, 1], [-1, 1]][::sign], 0, sign, axis=1)
-            parts[name if sign > 0 else "rest"].append(
-                np.roll(corners, axis, axis=1) @ [0.5 * left, up, 1.5 * front] + up)
-    for number, (name, sides) in enumerate(parts.items()):
-        points = np.vstack(sides)
-        triangles = np.vstack([[[k, k + 1, k + 2], [k, k + 2, k + 3]]
-                               for k in range(0, len(points), 4)])
-        if mirrored:
-            points, triangles = points * [-1, 1, 1], triangles[:, [0, 2, 1]]
-        s.node(name, joint, mesh=number, scale=[-1, 1, 1] if mirrored else [1, 1, 1])
-        s.meshes.append(s.mesh(name, points, np.tile([0, 1, 0], (len(points), 1)),
-                               np.zeros((len(points), 2)), triangles))
-        s.meshes[-1]["primitives"][0]["material"] = int(name == "left")
-    s.write(path)
-    return front, left
