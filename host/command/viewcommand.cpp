@@ -170,7 +170,7 @@ nlohmann::json OptionsFor(const CLI::App& app, const importjob& job, modeltree& 
       options.push_back(name);
     } else {
       for (const std::string& value : option->results()) {
-        options.push_back(name + "=" + value);
+        options.push_back(std::string(name).append("=").append(value));
       }
     }
   }
