@@ -1,6 +1,7 @@
 #include "core/deform.h"
 
 #include <algorithm>
+#include <limits>
 #include <unordered_map>
 
 #include "core/pose.h"
@@ -33,13 +34,15 @@ std::unique_ptr<deformer> Prepare(const skinstate& skin) {
   for (const skinstretch& stretch : skin.stretches) {
     total += stretch.count;
   }
-  made->influences.reserve(total);
+  made->jointOf.reserve(total);
+  made->offsets.reserve(total);
+  made->jointNormals.reserve(total);
   made->starts.reserve(skin.mesh.verts.size() + 1);
   std::unordered_map<const cnode*, std::uint32_t> indices;
   const cnode* last = nullptr;
   std::uint32_t lastIndex = 0;
   for (const skinstretch& stretch : skin.stretches) {
-    made->starts.push_back(static_cast<std::uint32_t>(made->influences.size()));
+    made->starts.push_back(static_cast<std::uint32_t>(made->jointOf.size()));
     for (std::uint32_t i = 0; i < stretch.count; ++i) {
       const cskinweight& weight = skin.weights[stretch.first + i];
       if (weight.bone == nullptr) {
@@ -54,10 +57,15 @@ std::unique_ptr<deformer> Prepare(const skinstate& skin) {
         last = weight.bone;
         lastIndex = place->second;
       }
-      made->influences.push_back({lastIndex, weight.weight, weight.offset, weight.normal});
+      const float w = weight.weight;
+      const cpoint3& offset = weight.offset;
+      const cpoint3& normal = weight.normal;
+      made->jointOf.push_back(lastIndex);
+      made->offsets.push_back(float4{w * offset.x, w * offset.y, w * offset.z, w});
+      made->jointNormals.push_back(float4{normal.x, normal.y, normal.z, w});
     }
   }
-  made->starts.push_back(static_cast<std::uint32_t>(made->influences.size()));
+  made->starts.push_back(static_cast<std::uint32_t>(made->jointOf.size()));
   made->matrices.resize(made->joints.size());
   made->positions.resize(skin.mesh.verts.size());
   made->normals.resize(skin.mesh.verts.size());
@@ -76,10 +84,8 @@ deformer::jointmatrix MatrixOf(const affine& transform) {
   deformer::jointmatrix matrix;
   for (int i = 0; i < 4; ++i) {
     const vec3& row = i < 3 ? transform.row[i] : transform.translation;
-    matrix.m[i][0] = static_cast<float>(row.x);
-    matrix.m[i][1] = static_cast<float>(row.y);
-    matrix.m[i][2] = static_cast<float>(row.z);
-    matrix.m[i][3] = i < 3 ? 0.0F : 1.0F;
+    matrix.row[i] = float4{static_cast<float>(row.x), static_cast<float>(row.y),
+                           static_cast<float>(row.z), i < 3 ? 0.0F : 1.0F};
   }
   return matrix;
 }
@@ -130,11 +136,13 @@ void SumTargets(deformer& work, const meshstate& mesh, int frame, bool withNorma
   }
 }
 
-void AddTurned(float (&sum)[4], float weight, const cpoint3& p, const float (&m)[4][4]) {
-  for (int c = 0; c < 4; ++c) {
-    sum[c] += weight * (p.x * m[0][c] + p.y * m[1][c] + p.z * m[2][c]);
-  }
+float4 Turned(float4 p, const deformer::jointmatrix& matrix) {
+  return p[0] * matrix.row[0] + p[1] * matrix.row[1] + p[2] * matrix.row[2];
 }
+
+float4 LanesOf(const cpoint3& p) { return float4{p.x, p.y, p.z, 0.0F}; }
+
+cpoint3 PointOf(float4 p) { return {p[0], p[1], p[2]}; }
 
 cpoint3 Sum(const cpoint3& a, const cpoint3& b) { return MakePt3(a.x + b.x, a.y + b.y, a.z + b.z); }
 
@@ -163,57 +171,70 @@ void Rest(deformer& work, const meshstate& mesh, const affine* stretch, std::siz
 cpoint3 BlendNormal(const deformer& work, const meshstate& mesh, std::size_t v) {
   vec3 sum;
   for (std::uint32_t i = work.starts[v]; i < work.starts[v + 1]; ++i) {
-    const deformer::influence& in = work.influences[i];
-    float part[4] = {};
-    AddTurned(part, 1.0F, in.normal, work.normalMatrices[in.joint].m);
+    const std::uint32_t joint = work.jointOf[i];
+    float4 part = Turned(work.jointNormals[i], work.normalMatrices[joint]);
     if (mesh.morph != nullptr) {
-      AddTurned(part, 1.0F, work.turned[v], work.normalTurns[in.joint].m);
+      part += Turned(LanesOf(work.turned[v]), work.normalTurns[joint]);
     }
-    sum = sum + Unit({part[0], part[1], part[2]}) * in.weight;
+    sum = sum + Unit({part[0], part[1], part[2]}) * double{work.jointNormals[i][3]};
   }
   return UnitOr(sum, mesh.normals[v]);
 }
 
-template <bool Morphs>
-void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const cpoint3& offset,
-           bool withNormals) {
-  for (std::size_t v = 0; v < work.positions.size(); ++v) {
-    const std::uint32_t first = work.starts[v];
-    const std::uint32_t end = work.starts[v + 1];
-    if (first == end) {
-      Rest(work, mesh, stretch, v);
-      continue;
-    }
-    float sum[4] = {};
-    for (std::uint32_t i = first; i < end; ++i) {
-      const deformer::influence& in = work.influences[i];
-      const auto& m = work.matrices[in.joint].m;
-      for (int c = 0; c < 4; ++c) {
-        sum[c] += in.weight *
-                  (in.offset.x * m[0][c] + in.offset.y * m[1][c] + in.offset.z * m[2][c] + m[3][c]);
-      }
-      if constexpr (Morphs) {
-        AddTurned(sum, in.weight, work.moved[v], work.positionTurns[in.joint].m);
-      }
-    }
-    const float missing = 1.0F - sum[3];
-    work.positions[v].x = sum[0] + missing * offset.x;
-    work.positions[v].y = sum[1] + missing * offset.y;
-    work.positions[v].z = sum[2] + missing * offset.z;
-    if (!withNormals) {
+void BlendNormals(deformer& work, const meshstate& mesh) {
+  for (std::size_t v = 0; v < work.normals.size(); ++v) {
+    if (work.starts[v] == work.starts[v + 1]) {
       continue;
     }
     if (!work.normalMatrices.empty()) {
       work.normals[v] = BlendNormal(work, mesh, v);
       continue;
     }
-    float turned[4] = {};
-    for (std::uint32_t i = first; i < end; ++i) {
-      const deformer::influence& in = work.influences[i];
-      AddTurned(turned, in.weight, in.normal, work.matrices[in.joint].m);
+    float4 sum = float4{};
+    for (std::uint32_t i = work.starts[v]; i < work.starts[v + 1]; ++i) {
+      const float4 normal = work.jointNormals[i];
+      sum += normal[3] * Turned(normal, work.matrices[work.jointOf[i]]);
     }
-    work.normals[v] = UnitOr({turned[0], turned[1], turned[2]}, mesh.normals[v]);
+    work.normals[v] = UnitOr({sum[0], sum[1], sum[2]}, mesh.normals[v]);
   }
+}
+
+template <bool Morphs>
+void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const cpoint3& offset) {
+  const std::uint32_t* const starts = work.starts.data();
+  const std::uint32_t* const jointOf = work.jointOf.data();
+  const float4* const offsets = work.offsets.data();
+  const deformer::jointmatrix* const matrices = work.matrices.data();
+  cpoint3* const positions = work.positions.data();
+  const float4 whole = LanesOf(offset);
+  constexpr float kFar = std::numeric_limits<float>::infinity();
+  float4 low = float4{kFar, kFar, kFar, kFar};
+  float4 high = -low;
+  const std::size_t count = work.positions.size();
+  for (std::size_t v = 0; v < count; ++v) {
+    const std::uint32_t first = starts[v];
+    const std::uint32_t end = starts[v + 1];
+    float4 sum = float4{};
+    if (first == end) {
+      Rest(work, mesh, stretch, v);
+      sum = LanesOf(positions[v]);
+    } else {
+      for (std::uint32_t i = first; i < end; ++i) {
+        const float4 part = offsets[i];
+        const deformer::jointmatrix& matrix = matrices[jointOf[i]];
+        sum += Turned(part, matrix) + part[3] * matrix.row[3];
+        if constexpr (Morphs) {
+          sum += part[3] * Turned(LanesOf(work.moved[v]), work.positionTurns[jointOf[i]]);
+        }
+      }
+      sum += (1.0F - sum[3]) * whole;
+      positions[v] = PointOf(sum);
+    }
+    low = Least(sum, low);
+    high = Largest(sum, high);
+  }
+  work.low = count == 0 ? cpoint3() : PointOf(low);
+  work.high = count == 0 ? cpoint3() : PointOf(high);
 }
 
 }  // namespace
@@ -233,9 +254,12 @@ const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
   const affine* const stretch = StretchAt(skin, frame);
   if (state.mesh.morph != nullptr) {
     SumTargets(work, state.mesh, frame, withNormals);
-    Blend<true>(work, state.mesh, stretch, offset, withNormals);
+    Blend<true>(work, state.mesh, stretch, offset);
   } else {
-    Blend<false>(work, state.mesh, stretch, offset, withNormals);
+    Blend<false>(work, state.mesh, stretch, offset);
+  }
+  if (withNormals) {
+    BlendNormals(work, state.mesh);
   }
   return work;
 }

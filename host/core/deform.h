@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/affine.h"
+#include "core/lanes.h"
 #include "core/state.h"
 
 namespace core {
@@ -11,19 +12,17 @@ namespace core {
 // A skin's weights in the form that deformation wants: the joints once each, and the weights of
 // all vertices one behind the other with indices into them.
 struct deformer {
-  struct influence {
-    std::uint32_t joint;
-    float weight;
-    cpoint3 offset;
-    cpoint3 normal;
-  };
   // Rows of four; the fourth column sums up the weights.
   struct jointmatrix {
-    float m[4][4];
+    float4 row[4];
   };
 
   std::vector<const cnode*> joints;
-  std::vector<influence> influences;
+  // Of each weight: the joint's index; the offset times the weight, and the weight; the normal, and
+  // the weight.
+  std::vector<std::uint32_t> jointOf;
+  std::vector<float4> offsets;
+  std::vector<float4> jointNormals;
   std::vector<std::uint32_t> starts;  // of each vertex, and the end
   std::vector<jointmatrix> matrices;  // of the joints at the frame, into the skin's local space
   // The same for normals, which a joint does not make longer; empty where `matrices` do: without
@@ -31,6 +30,8 @@ struct deformer {
   std::vector<jointmatrix> normalMatrices;
   std::vector<cpoint3> positions;  // deformed, in local space
   std::vector<cpoint3> normals;
+  cpoint3 low;  // the box of the positions; the origin where there are none
+  cpoint3 high;
 
   // Of a mesh with morph targets: by joint what leads displacements and those of normals into its
   // space, and on from there into local space at the frame; what the frame's targets add to the

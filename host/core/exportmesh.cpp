@@ -149,11 +149,10 @@ int cexpmesh::CalcSkinVertsAtFrame(int frame, int /*mode*/, int /*flags*/) {
   if (skin_ == nullptr) {
     return 0;
   }
-  const core::deformer& deformed = core::DeformAtFrame(*skin_, frame, true);
+  const std::vector<cpoint3>& positions = core::DeformAtFrame(*skin_, frame, false).positions;
   const std::uint32_t* source = vertMap.Data();
   for (std::int32_t i = 0; i < numVerts; ++i) {
-    verts[i].pos = deformed.positions[source[i]];
-    verts[i].normal = deformed.normals[source[i]];
+    verts[i].pos = positions[source[i]];
   }
   return 1;
 }

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/box.h"
 #include "core/deform.h"
 #include "core/state.h"
 #include "plugin/host/scene.h"
@@ -50,7 +49,10 @@ cskin::cskin() : cnode(kNodeSkin) {
 cskin::~cskin() { delete skin_; }
 
 int cskin::GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) {
-  return core::BoxOf(core::DeformAtFrame(*this, frame, false).positions, minimum, maximum) ? 1 : 0;
+  const core::deformer& deformed = core::DeformAtFrame(*this, frame, false);
+  minimum = deformed.low;
+  maximum = deformed.high;
+  return deformed.positions.empty() ? 0 : 1;
 }
 
 int cskin::Init(cmesh* mesh) {

@@ -15,7 +15,7 @@ class little {
   little(T value) { *this = value; }  // NOLINT(google-explicit-constructor): a number is a number
 
   little& operator=(T value) {
-    bytes_ = std::bit_cast<bytes>(value);
+    std::memcpy(bytes_.data(), &value, sizeof value);
     Swap();
     return *this;
   }

@@ -55,11 +55,14 @@ std::optional<exportrun> run;
 
 std::array<little<float>, 3> Stored(const cpoint3& point) { return {point.x, point.y, point.z}; }
 
-// A world position in steps from the frame's origin.
-std::array<little<std::int16_t>, 3> StoredSteps(const cpoint3& position) {
-  const cpoint3 local = position - run->origin;
+// A world position in steps from the frame's origin. Written where it stays: a copy of numbers
+// that were stored one by one would wait for each of them.
+void StoreSteps(const cpoint3& position, std::array<little<std::int16_t>, 3>& stored) {
+  const cpoint3& origin = run->origin;
   const auto steps = [](float value) { return TruncateToSteps(double{value} * kMdcStepsPerUnit); };
-  return {steps(local.x), steps(local.y), steps(local.z)};
+  stored[0] = steps(position.x - origin.x);
+  stored[1] = steps(position.y - origin.y);
+  stored[2] = steps(position.z - origin.z);
 }
 
 std::array<little<std::int16_t>, 3> StoredAngles(const cpoint3& degrees) {
@@ -114,7 +117,7 @@ void CalcTagFrames(const exportrange& range) {
     run->progress->SetPosition(i);
     for (mdctagrec& tag : run->Tags) {
       mdcTag& record = tag.lpTagFrames[static_cast<std::size_t>(i)];
-      record.xyz = StoredSteps(tag.node->GetPosAtFrame(range.start + i));
+      StoreSteps(tag.node->GetPosAtFrame(range.start + i), record.xyz);
       record.angles = StoredAngles(QuatToEuler(tag.node->GetRotAtFrame(range.start + i)));
     }
   }
@@ -151,14 +154,15 @@ void BuildSurface(mdcsurfrec& surface, cnode& node, cexpmesh& mesh, std::int32_t
   const auto numFrames = static_cast<std::size_t>(count);
   surface.frameCompFrames.assign(numFrames, kMdcNoCompressedFrame);
   surface.frameBaseFrames.reserve(numFrames);
-  surface.xyzNormals.reserve(static_cast<std::size_t>(mesh.numVerts) * numFrames);
+  surface.xyzNormals.resize(static_cast<std::size_t>(mesh.numVerts) * numFrames);
+  array_assert(static_cast<int>(mesh.numVerts <= mesh.vertsBound));
+  mdcXyzNormal* stored = surface.xyzNormals.data();
   for (int i = 0; i < count; ++i) {
     const int frame = range.start + i;
     deform(frame);
     const cmatrix4 matrix = node.GetTMAtFrame(frame, kWholeTransform);
     for (std::int32_t v = 0; v < mesh.numVerts; ++v) {
-      array_assert(static_cast<int>(v < mesh.vertsBound));
-      surface.xyzNormals.push_back({StoredSteps(matrix * mesh.verts[v].pos), 0});
+      StoreSteps(matrix * mesh.verts[v].pos, stored++->xyz);
     }
     surface.frameBaseFrames.emplace_back(static_cast<std::uint16_t>(i));
   }
