@@ -1,7 +1,7 @@
 // The handlers over growing models. Without arguments of its own it is a Google Benchmark
 // program; with --case it measures one case alone:
-//   --case FORMAT export|import|scene|bare|barescene FRAMES SURFACES VERTS-PER-SURFACE JOINTS
-//   WEIGHTS
+//   --case FORMAT KIND FRAMES SURFACES VERTS-PER-SURFACE JOINTS WEIGHTS
+// where KIND is export, import, scene or the bare loop of one: bareexport, bare, barescene.
 
 #include <benchmark/benchmark.h>
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "bareexport.h"
 #include "core/scene.h"
 #include "desktop/scripted.h"
 #include "module/module.h"
@@ -34,6 +35,7 @@ class benchfile {
 
   const std::string& Path() const { return path_; }
   const std::string& Format() const { return format_; }
+  std::string BarePath() const { return directory_ + "/bare.mdc"; }
   std::string ScenePath() const { return directory_ + "/bench.glb"; }
   // The skeleton beside an mdm file.
   std::string SkeletonPath() const { return directory_ + "/bench.mdx"; }
@@ -63,6 +65,8 @@ class benchhost {
   void SetNormals(const benchfile& file, int frames);
   // Of an mdc: all frames into a scene file, as the command does it.
   int WriteScene(const benchfile& file);
+  // What an export of an mdc computes at least; see bareexport.
+  bareexport Bare() const { return bareexport(scene_); }
   void SetFrames(int frames) { scene_.animEnd = frames - 1; }
 
  private:

@@ -8,15 +8,16 @@
 enum class measuredrun {
   Export,
   Import,
-  Scene,      // an mdc's every frame into a scene file
-  BareLoop,   // DecodeBare on the file that an import would read
-  BareScene,  // WriteBareFrames on the same
+  BareExport,  // bareexport on the scene that an export of an mdc would write
+  Scene,       // an mdc's every frame into a scene file
+  BareLoop,    // DecodeBare on the file that an import would read
+  BareScene,   // WriteBareFrames on the same
 };
 
 inline constexpr std::pair<const char*, measuredrun> kMeasuredRuns[] = {
-    {"export", measuredrun::Export},       {"import", measuredrun::Import},
-    {"scene", measuredrun::Scene},         {"bare", measuredrun::BareLoop},
-    {"barescene", measuredrun::BareScene},
+    {"export", measuredrun::Export},         {"import", measuredrun::Import},
+    {"bareexport", measuredrun::BareExport}, {"scene", measuredrun::Scene},
+    {"bare", measuredrun::BareLoop},         {"barescene", measuredrun::BareScene},
 };
 
 // Measures one case in this process and prints it as one line of JSON. 0: the runs gave 1.
