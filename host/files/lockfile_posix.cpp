@@ -16,12 +16,23 @@ namespace {
 
 constexpr std::chrono::milliseconds kRetry{20};
 
-// Whether the open file is still the one under the name: its last holder removes it.
-bool IsNamed(int file, const char* path) {
+// Whether the open file is still the one under the name: its last holder removes it. The other
+// result is an error where the system does not say.
+bool IsNamed(int file, const char* path, int& error) {
   struct stat held {};
   struct stat named {};
-  return fstat(file, &held) == 0 && stat(path, &named) == 0 && held.st_ino == named.st_ino &&
-         held.st_dev == named.st_dev;
+  error = fstat(file, &held) == 0 ? 0 : errno;
+  if (error == 0 && stat(path, &named) != 0) {
+    error = errno == ENOENT ? 0 : errno;
+    return false;
+  }
+  return error == 0 && held.st_ino == named.st_ino && held.st_dev == named.st_dev;
+}
+
+// Where nobody gets the lock, nobody holds it.
+[[noreturn]] void Refuse(const std::string& path, int error) {
+  unlink(path.c_str());
+  throw std::system_error(error, std::generic_category());
 }
 
 }  // namespace
@@ -35,19 +46,21 @@ std::unique_ptr<lockfile> lockfile::Acquire(const std::string& path,
     if (file < 0) {
       throw std::system_error(errno, std::generic_category());
     }
+    int error = 0;
     if (flock(file, LOCK_EX | LOCK_NB) == 0) {
-      if (IsNamed(file, path.c_str())) {
+      if (IsNamed(file, path.c_str(), error)) {
         return std::unique_ptr<lockfile>(new lockfile(path, file));
       }
       close(file);
+      if (error != 0) {
+        Refuse(path, error);
+      }
       continue;
     }
-    const int error = errno;
+    error = errno;
     close(file);
     if (error != EWOULDBLOCK && error != EINTR) {
-      // Where nobody gets the lock, nobody holds it.
-      unlink(path.c_str());
-      throw std::system_error(error, std::generic_category());
+      Refuse(path, error);
     }
     registering.reset();
     if (std::chrono::steady_clock::now() >= deadline) {

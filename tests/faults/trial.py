@@ -21,6 +21,7 @@ ERRORS = "ENOSPC EIO EINTR EACCES EMFILE".split()
 CALLS = """openat read pread64 write pwrite64 writev lseek close fsync rename link unlink chmod chown
 access faccessat2 newfstatat fstat flock readlink getcwd copy_file_range fcntl getdents64""".split()
 CHANGING = "write close fsync rename link unlink chmod chown flock".split()
+HUNG = 255  # the code of a run that did not end
 BAD = "lost", "corrupt", "left behind", "said otherwise", "crashed"
 COLUMNS = "old kept", "new whole", "next run", *BAD
 
@@ -80,8 +81,16 @@ class Trial:
         return [self.marrow, *arguments]
 
     def run(self, arguments, cwd=None, before=()):
-        return subprocess.run([*before, *self.command(arguments)], cwd=cwd or self.dir,
-                              capture_output=True, timeout=120)
+        process = subprocess.Popen([*before, *self.command(arguments)], cwd=cwd or self.dir,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   start_new_session=True)
+        try:
+            out, err = process.communicate(timeout=120)
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.communicate()
+            return subprocess.CompletedProcess(process.args, HUNG, b"", b"did not end")
+        return subprocess.CompletedProcess(process.args, process.returncode, out, err)
 
     def prepare(self, case, old=True):
         shutil.rmtree(self.dir, ignore_errors=True)
@@ -145,7 +154,7 @@ class Trial:
             return self.judge_killed(row, case, detail)
         if state in BAD:
             return self.note(row, state, detail)
-        if code in (-signal.SIGSEGV, -signal.SIGBUS, 139, 135):
+        if code in (-signal.SIGSEGV, -signal.SIGBUS, 139, 135, HUNG):
             return self.note(row, "crashed", detail)
         if left and not (call == "unlink" and self.next_run_removes(case, state)):
             return self.note(row, "left behind", f"{detail} {sorted(left)}")
