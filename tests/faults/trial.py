@@ -66,7 +66,7 @@ class Trial:
         sample = os.path.abspath(sample)
         self.run(["export", sample, "-o", "in.mds", "--sequences"], cwd=self.source)
         self.cases = cases(sample)
-        self.whole, self.others, self.time = {}, {}, {}
+        self.whole, self.others, self.time, self.told = {}, {}, {}, {}
         for case in self.cases:
             for arguments, results in (case.other, self.others), (case.arguments, self.whole):
                 self.prepare(case, old=False)
@@ -74,6 +74,7 @@ class Trial:
                 process = self.run(arguments)
                 self.time[case.name] = time.monotonic() - begun
                 assert process.returncode == 0, process.stderr
+                self.told[case.name] = process.stdout
                 results[case.name] = self.targets(case)
                 assert None not in results[case.name], case.name
 
@@ -142,10 +143,10 @@ class Trial:
             wanted = [each for each in case.arguments if each not in ("--sequences", "--force")]
             self.run([*wanted, "--start", "9", "--end", "1"])
 
-    def judge(self, row, case, code, stderr, detail, call="", unheard=False):
+    def judge(self, row, case, code, stderr, detail, call="", lasting=False, unheard=False):
         """Of a run that was not killed outright, and so has to clean up after itself, but for what
-        the system would not let it remove or rename (`call`). `unheard`: its last words could not
-        be written."""
+        the system would not let it remove or rename (`call`), or where it refuses for good
+        (`lasting`). `unheard`: its last words could not be written."""
         detail = f"{case.name}: {detail}: code {code}: {stderr.decode(errors='replace').strip()}"
         state = self.state(case, self.whole[case.name])
         left = self.leftovers()
@@ -156,7 +157,7 @@ class Trial:
             return self.note(row, state, detail)
         if code in (-signal.SIGSEGV, -signal.SIGBUS, 139, 135, HUNG):
             return self.note(row, "crashed", detail)
-        if left and not (call == "unlink" and self.next_run_removes(case, state)):
+        if left and not ((lasting or call == "unlink") and self.next_run_removes(case, state)):
             return self.note(row, "left behind", f"{detail} {sorted(left)}")
         told = unheard or b"standard output cannot be written" in stderr or ended
         if (code == 0) != (state == "new whole") and not told:
@@ -265,7 +266,8 @@ class Trial:
                 self.prepare(case)
                 process = self.traced(case.arguments, inject)
                 self.judge(error, case, process.returncode, process.stderr, inject, call,
-                           unheard=call == "write" and not process.stdout)
+                           lasting=more == "+",
+                           unheard=call == "write" and process.stdout != self.told[case.name])
 
     def kills_at_calls(self, share):
         for case, call, number in self.places(share, CHANGING):
