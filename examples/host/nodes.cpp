@@ -65,7 +65,7 @@ int cnode::GetBBoxAtFrame(int /*frame*/, cpoint3& minimum, cpoint3& maximum) {
 }
 cnode* cnode::GetParent() { return state_->parent; }
 int cnode::AttachChild(cnode* child, int /*mode*/) {
-  child->State().parent = this;
+  child->state_->parent = this;
   return 1;
 }
 void cnode::SetMaterial(cmaterial* material) { state_->material = material; }
@@ -90,7 +90,7 @@ int canim::SetKeyAt(int index, ckey& key, int /*mode*/) {
   return 1;
 }
 
-cbone::cbone() : cnode(kNodeBone) { State().track = &anim; }
+cbone::cbone() : cnode(kNodeBone) { StateOf(*this).track = &anim; }
 
 cmesh::cmesh() : cnode(kNodeMesh), mesh_(new core::meshstate) {}
 cmesh::~cmesh() { delete mesh_; }
@@ -139,7 +139,7 @@ cskin::~cskin() { delete skin_; }
 int cskin::Init(cmesh* mesh) {
   skin_->mesh = std::move(mesh->Mesh());
   skin_->verts.resize(skin_->mesh.verts.size());
-  State().material = mesh->State().material;
+  SetMaterial(mesh->GetMaterial());
   numFaces = mesh->numFaces;
   return 1;
 }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "core/box.h"
+#include "core/nodeaccess.h"
 #include "core/smooth.h"
 #include "core/state.h"
 #include "plugin/host/scene.h"
@@ -42,8 +43,7 @@ bool core::BoxOf(const std::vector<cpoint3>& points, cpoint3& minimum, cpoint3& 
 }
 
 cmesh::cmesh() : cnode(kNodeMesh) {
-  State().ownTrack = std::make_unique<canim>();
-  State().track = State().ownTrack.get();
+  core::nodeaccess::MakeTrack(*this);
   mesh_ = new core::meshstate;
 }
 

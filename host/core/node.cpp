@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <utility>
 
 #include "core/changes.h"
+#include "core/nodeaccess.h"
 #include "core/pose.h"
 #include "core/scene.h"
 #include "core/state.h"
@@ -24,10 +26,10 @@ cnode::~cnode() {
     state_->owner->Forget(this);
   }
   if (state_->parent != nullptr) {
-    std::erase(state_->parent->State().children, this);
+    std::erase(core::nodeaccess::Of(*state_->parent).children, this);
   }
   for (cnode* child : state_->children) {
-    child->State().parent = nullptr;
+    core::nodeaccess::Of(*child).parent = nullptr;
   }
   core::ForgetPoses();
   delete state_;
@@ -54,7 +56,7 @@ int cnode::AttachChild(cnode* child, int /*mode*/) {
   if (child == nullptr || child == this) {
     return 0;
   }
-  core::nodestate& below = child->State();
+  core::nodestate& below = core::nodeaccess::Of(*child);
   if (below.parent == this) {
     return 1;
   }
@@ -63,7 +65,7 @@ int cnode::AttachChild(cnode* child, int /*mode*/) {
   }
   state_->children.push_back(child);
   if (below.parent != nullptr) {
-    std::erase(below.parent->State().children, child);
+    std::erase(core::nodeaccess::Of(*below.parent).children, child);
   }
   below.parent = this;
   core::ForgetPoses();
@@ -87,14 +89,29 @@ cmatrix4 cnode::GetTMAtFrame(int frame, int mask) {
 }
 
 void cnode::UpdateAnim() {
-  core::SortKeys(state_->track->State());
+  core::SortKeys(core::nodeaccess::Of(*state_->track));
   core::ForgetPoses();
 }
 
-cbone::cbone() : cnode(kNodeBone) { State().track = &anim; }
+cbone::cbone() : cnode(kNodeBone) { StateOf(*this).track = &anim; }
 
-core::cdummy::cdummy() : cnode(kNodeDummy) {
-  State().ownTrack = std::make_unique<canim>();
-  State().track = State().ownTrack.get();
-}
+core::cdummy::cdummy() : cnode(kNodeDummy) { nodeaccess::MakeTrack(*this); }
 void core::cdummy::Destroy() { delete this; }
+
+namespace core {
+
+void SetKeys(cnode& node, std::vector<ckey> keys) {
+  nodeaccess::Of(*nodeaccess::Of(node).track).keys = std::move(keys);
+  node.UpdateAnim();
+}
+
+void SetStretches(cnode& node, std::vector<affine> stretches) {
+  nodeaccess::Of(node).stretches = std::move(stretches);
+  ForgetPoses();
+}
+
+void SetFlags(cnode& node, int flags) { nodeaccess::Of(node).flags = flags; }
+
+void MakeDummy(cnode& bone) { nodeaccess::Of(bone).type = kNodeDummy; }
+
+}  // namespace core

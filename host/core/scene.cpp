@@ -6,6 +6,7 @@
 
 #include "core/changes.h"
 #include "core/deform.h"
+#include "core/nodeaccess.h"
 #include "core/pose.h"
 #include "core/state.h"
 
@@ -55,14 +56,14 @@ scene::~scene() {
   }
   // Take the bonds apart first, all at once; one by one they would be searched for each node.
   for (cnode* node : nodes_) {
-    nodestate& state = node->State();
+    nodestate& state = nodeaccess::Of(*node);
     for (cnode* child : state.children) {
-      child->State().parent = nullptr;
+      nodeaccess::Of(*child).parent = nullptr;
     }
     state.children.clear();
   }
   for (cnode* node : nodes_) {
-    node->State().owner = nullptr;
+    nodeaccess::Of(*node).owner = nullptr;
     node->Destroy();
   }
   for (cmaterial* material : materials_) {
@@ -97,9 +98,9 @@ void scene::Add(cnode* node) {
     node->Destroy();
     throw;
   }
-  node->State().owner = this;
-  node->State().index = static_cast<int>(nodes_.size()) - 1;
-  Invalidate();
+  nodeaccess::Of(*node).owner = this;
+  nodeaccess::Of(*node).index = static_cast<int>(nodes_.size()) - 1;
+  ForgetPoses();
 }
 
 void scene::Add(cmaterial* material) {
@@ -116,8 +117,8 @@ void scene::Add(cmaterial* material) {
 }
 
 void scene::Replace(cnode* old, cnode* made) {
-  nodestate& from = old->State();
-  nodestate& to = made->State();
+  nodestate& from = nodeaccess::Of(*old);
+  nodestate& to = nodeaccess::Of(*made);
   for (cnode* child : std::vector<cnode*>(from.children)) {
     made->AttachChild(child, 1);
   }
@@ -125,22 +126,22 @@ void scene::Replace(cnode* old, cnode* made) {
     from.parent->AttachChild(made, 1);
   }
   made->SetName(from.name.c_str());
-  to.track->State().keys = from.track->State().keys;
+  nodeaccess::Of(*to.track).keys = from.track->State().keys;
   to.stretches = std::move(from.stretches);
   to.index = from.index;
   to.owner = this;
   nodes_[static_cast<std::size_t>(from.index)] = made;
   from.owner = nullptr;
   old->Destroy();
-  Invalidate();
+  ForgetPoses();
 }
 
 void scene::Adopt(scene& other) {
   nodes_.reserve(nodes_.size() + other.nodes_.size());
   materials_.reserve(materials_.size() + other.materials_.size());
   for (cnode* node : other.nodes_) {
-    node->State().owner = this;
-    node->State().index = static_cast<int>(nodes_.size());
+    nodeaccess::Of(*node).owner = this;
+    nodeaccess::Of(*node).index = static_cast<int>(nodes_.size());
     nodes_.push_back(node);
   }
   for (cmaterial* material : other.materials_) {
@@ -149,25 +150,23 @@ void scene::Adopt(scene& other) {
   }
   other.nodes_.clear();
   other.materials_.clear();
-  Invalidate();
+  ForgetPoses();
 }
-
-void scene::Invalidate() { ForgetPoses(); }
 
 std::uint64_t scene::PosesEvaluated() const { return poses_->evaluated; }
 
 void scene::Forget(cnode* node) {
   const auto place = nodes_.begin() + node->State().index;
   for (auto later = nodes_.erase(place); later != nodes_.end(); ++later) {
-    --(*later)->State().index;
+    --nodeaccess::Of(**later).index;
   }
-  node->State().owner = nullptr;
+  nodeaccess::Of(*node).owner = nullptr;
   for (cnode* other : nodes_) {
     if (other->GetType() == kNodeSkin) {
       ForgetJoint(static_cast<cskin*>(other)->Skin(), node);
     }
   }
-  Invalidate();
+  ForgetPoses();
 }
 
 void scene::Forget(cmaterial* material) {

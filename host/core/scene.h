@@ -69,10 +69,6 @@ class CORE_API scene {
   // What nodes that were added lacked, a line each.
   std::vector<std::string> warnings;
 
-  // Forgets the poses that were evaluated; whoever changes a track or a parent calls it. Costs
-  // nothing worth counting, so it may be called for every key.
-  void Invalidate();
-
   // Poses evaluated so far, one for each node and frame that was not remembered.
   std::uint64_t PosesEvaluated() const;
 

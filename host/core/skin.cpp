@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "core/deform.h"
+#include "core/nodeaccess.h"
 #include "core/state.h"
 #include "plugin/host/scene.h"
 
@@ -41,8 +42,7 @@ bool HasVertex(const core::skinstate& skin, int vertex) {
 }  // namespace
 
 cskin::cskin() : cnode(kNodeSkin) {
-  State().ownTrack = std::make_unique<canim>();
-  State().track = State().ownTrack.get();
+  core::nodeaccess::MakeTrack(*this);
   skin_ = new core::skinstate;
 }
 

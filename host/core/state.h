@@ -32,8 +32,7 @@ class CORE_API cdummy final : public cnode {
 class scene;
 struct deformer;
 
-// Keys ascending by frame, relative to the parent. No keys: the identity. Whoever changes them
-// directly calls scene::Invalidate afterwards.
+// Keys ascending by frame, relative to the parent. No keys: the identity.
 struct trackstate {
   std::vector<ckey> keys;
 };
@@ -54,6 +53,13 @@ struct nodestate {
   // node's pose. Frames beyond the last have the last. Empty: none.
   std::vector<affine> stretches;
 };
+
+// Changes that a node's class has no operation for.
+CORE_API void SetKeys(cnode& node, std::vector<ckey> keys);
+CORE_API void SetStretches(cnode& node, std::vector<affine> stretches);
+CORE_API void SetFlags(cnode& node, int flags);
+// Leaves of a bone its pose alone: it is no bone any more for those who look for bones.
+CORE_API void MakeDummy(cnode& bone);
 
 // In place of the first vertex of a face that names vertices which its mesh does not have. Such
 // faces are left out when the mesh comes into a scene.

@@ -47,14 +47,16 @@ TEST_F(MdcExport, WritesItsTablesOneBehindTheOther) {
   AddBone("TAG_" + std::string(80, 'X'), bone, {KeyAt(0, {1.5F, -0.99F, 1000}, {0, 45.004F, 0})});
   AddBone("my_tag_x", bone, {});
   cmesh* crate = AddTriangle("tag_" + std::string(80, 'S'), {600, -0.99F, 0});
-  SetKeys(*crate, {KeyAt(10, {0, 0, 0}, {}, {2, 1, 1}), KeyAt(12, {20, 0, 0}, {}, {2, 1, 1})});
+  core::SetKeys(*crate,
+                {KeyAt(10, {0, 0, 0}, {}, {2, 1, 1}), KeyAt(12, {20, 0, 0}, {}, {2, 1, 1})});
   crate->SetMaterial(AddMaterial("wood", "D:\\Game\\Main\\Models\\Mapobjects\\Crate.tga"));
   // A face without a triangle is left out and the list closes up.
   AddMesh("cloak", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}},
           {{0, 1, 2}, {0, 1, 9}, {3, 2, 1}, {-1, 0, 1}});
   // A skin stands where its bones have it, wherever its own node goes.
-  SetKeys(*AddSkin("flag", {{2, 0, 0}, {3, 0, 0}, {2, 1, 0}}, {bone, bone, bone}, {{0, 1, 2}}),
-          {KeyAt(10, {0, 0, 50}), KeyAt(12, {0, 30, 70})});
+  core::SetKeys(
+      *AddSkin("flag", {{2, 0, 0}, {3, 0, 0}, {2, 1, 0}}, {bone, bone, bone}, {{0, 1, 2}}),
+      {KeyAt(10, {0, 0, 50}), KeyAt(12, {0, 30, 70})});
 
   mdcmodel wanted;
   wanted.name = "models/crate.mdc";

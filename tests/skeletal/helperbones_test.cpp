@@ -76,7 +76,7 @@ TEST_F(HelperBones, WhatNeedsNothingIsLeftAlone) {
   EXPECT_TRUE(command::AddHelperBones(*scene, filekind::Mdm).stretching.empty());
 
   // A top bone that is none for the exporters cannot have children.
-  scene->Nodes()[0]->State().flags = kNodeFlagNoBone;
+  core::SetFlags(*scene->Nodes()[0], kNodeFlagNoBone);
   AddStill("second", nullptr, {0, 9, 0});
   const std::size_t count = scene->Nodes().size();
   const command::helperbones made = command::AddHelperBones(*scene, filekind::Mdm);

@@ -12,7 +12,7 @@ using MdmExport = exporttest;
 TEST_F(MdmExport, TagsAndTheirChains) {
   cbone* top = AddStill("top", nullptr, {1, 0, 0});
   cbone* flagged = AddStill("flagged", top, {});
-  flagged->State().flags = kNodeFlagNoBone;
+  core::SetFlags(*flagged, kNodeFlagNoBone);
   cbone* hand = AddBone("mytag_hand", top, {KeyAt(0, {0, 5, 0}, {0, 90, 0}, {2, 2, 2})});
   cbone* held = AddStill("tag_weapon", hand, {2, 0, 0}, {0, 0, 30});
   AddBone("TAG_Under", held, {KeyAt(0, {0, 3, 0}, {20, 0, 0}, {3, 3, 3})});

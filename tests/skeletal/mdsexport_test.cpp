@@ -21,7 +21,7 @@ TEST_F(MdsExport, BonesTagsAndFramesSeenFromTheOrigin) {
   cbone* spine = AddBone("Bip01 Spine1", top, {KeyAt(0, {2, 0, 0}, {}, {2, 2, 2})});
   AddStill("bip01 Head", AddDummy("between", spine, {}), {1, 0, 0});
   cbone* flagged = AddStill("tag_torso", spine, {1, 0, 0});
-  flagged->State().flags = kNodeFlagNoBone;
+  core::SetFlags(*flagged, kNodeFlagNoBone);
   AddStill(std::string(70, 'n').c_str(), flagged, {1, 0, 0});
   AddBone("l hand", spine, {KeyAt(0, {1, 0, 0}), KeyAt(4, {9, 0, 0})});
   AddSkin("box", {{0, 0, 0}, {1, 0, 0}, {0, 2, 0}}, {top, top, top}, {{0, 1, 2}});
@@ -92,7 +92,7 @@ TEST_F(MdsExport, SurfacesKeepWhatTheSkinHas) {
   AddStill("not of the skin", bones[1], {1, 0, 0});
   cskin* skin = AddSkin("body", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {bones[3], bones[3], bones[3]},
                         {{0, 1, 2}, {0, 1, 9}, {2, 1, 0}});
-  SetKeys(*skin, {KeyAt(0, {5, 6, 7}, {90, 0, 0})});
+  core::SetKeys(*skin, {KeyAt(0, {5, 6, 7}, {90, 0, 0})});
   skin->SetVertWeight(0, 1, {0.25F, {1, 2, 3}, {}, bones[2]});
   skin->SetVertWeight(0, 2, {0.25F, {1, 2, 3}, {}, AddDummy("no bone", nullptr, {})});
   skin->SetVertNumWeights(1, 0);

@@ -14,7 +14,7 @@ namespace {
 template <class Node>
 Node* Place(Node* node, const std::string& name, cnode* parent, const std::vector<ckey>& keys) {
   node->SetName(name.c_str());
-  SetKeys(*node, keys);
+  core::SetKeys(*node, keys);
   if (parent != nullptr) {
     parent->AttachChild(node, 1);
   }
@@ -23,16 +23,6 @@ Node* Place(Node* node, const std::string& name, cnode* parent, const std::vecto
 }
 
 }  // namespace
-
-void SetKeys(cnode& node, const std::vector<ckey>& keys) {
-  canim& track = *node.State().track;
-  track.SetNumKeys(static_cast<int>(keys.size()), 0);
-  int index = 0;
-  for (ckey key : keys) {
-    track.SetKeyAt(index++, key, 0);
-  }
-  node.UpdateAnim();
-}
 
 cbone* AddBone(const std::string& name, cnode* parent, const std::vector<ckey>& keys) {
   return Place(CreateNewBone(), name, parent, keys);

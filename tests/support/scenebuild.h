@@ -14,9 +14,6 @@
 ckey KeyAt(int frame, const cpoint3& position, const cpoint3& angles = {},
            const cpoint3& scale = MakePt3(1.0F, 1.0F, 1.0F));
 
-// Sets the keys of a node of any type.
-void SetKeys(cnode& node, const std::vector<ckey>& keys);
-
 cbone* AddBone(const std::string& name, cnode* parent, const std::vector<ckey>& keys);
 cnode* AddDummy(const std::string& name, cnode* parent, const std::vector<ckey>& keys);
 

@@ -76,7 +76,6 @@ class normaltaker {
     for (surface& each : surfaces_) {
       SetSurface(each, chosen);
     }
-    scene_.Invalidate();
   }
 
  private:

@@ -202,8 +202,7 @@ void mdcframes::Choose(const importchoices& choices) {
 }
 
 void mdcframes::TakeTag(const cmdctagentry& tag, cnode& node) const {
-  std::vector<ckey>& keys = node.State().track->State().keys;
-  keys.clear();
+  std::vector<ckey> keys;
   keys.reserve(static_cast<std::size_t>(last_) - static_cast<std::size_t>(first_) + 1);
   bool moves = false;
   for (int frame = first_; frame <= last_; ++frame) {
@@ -228,6 +227,7 @@ void mdcframes::TakeTag(const cmdctagentry& tag, cnode& node) const {
   if (!moves) {
     keys.resize(1);
   }
+  core::SetKeys(node, std::move(keys));
 }
 
 void mdcframes::TakeSurface(const cmdcsurfentry& entry, bool shapes, core::scene& scene,
@@ -294,7 +294,6 @@ void mdcframes::Take(core::scene& scene, bool shapes) const {
   if (scene.clips.empty() && first_ < last_) {
     scene.clips.push_back({"all", 0, last_ - first_ + 1});
   }
-  scene.Invalidate();
 }
 
 }  // namespace command

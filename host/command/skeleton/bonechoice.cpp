@@ -91,13 +91,12 @@ class chooser {
       }
     }
     MoveWeights();
-    Hang(scene_, hung, KeyedFrames(scene_));
+    Hang(hung, KeyedFrames(scene_));
     for (cnode* node : scene_.Nodes()) {
       if (leftOut_[Index(*node)]) {
-        node->State().type = core::kNodeDummy;
+        core::MakeDummy(*node);
       }
     }
-    scene_.Invalidate();
   }
 
  private:

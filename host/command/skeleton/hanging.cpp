@@ -65,7 +65,7 @@ ckey KeyUnder(const cnode& parent, const cnode& node, int frame, bool& rigid) {
   return key;
 }
 
-void Hang(core::scene& scene, const std::vector<hanging>& nodes, const framespan& span) {
+void Hang(const std::vector<hanging>& nodes, const framespan& span) {
   if (nodes.empty()) {
     return;
   }
@@ -87,10 +87,9 @@ void Hang(core::scene& scene, const std::vector<hanging>& nodes, const framespan
     if (std::ranges::all_of(keys[n], same)) {
       keys[n].resize(1);
     }
-    nodes[n].node->State().track->State().keys = std::move(keys[n]);
+    core::SetKeys(*nodes[n].node, std::move(keys[n]));
     nodes[n].parent->AttachChild(nodes[n].node, 1);
   }
-  scene.Invalidate();
 }
 
 }  // namespace command

@@ -39,6 +39,6 @@ struct hanging {
 
 // Hangs the nodes on the parents with a key for each frame of the span, or one key where nothing
 // moves in it. What a scale against the parent does is lost.
-void Hang(core::scene& scene, const std::vector<hanging>& nodes, const framespan& span);
+void Hang(const std::vector<hanging>& nodes, const framespan& span);
 
 }  // namespace command

@@ -188,7 +188,7 @@ class helpernames {
 void AddHelper(core::scene& scene, cnode& bone, double longest, const framespan& span,
                const std::string& name) {
   const double length = kHelperLength * longest;
-  core::trackstate& track = bone.State().track->State();
+  const core::trackstate& track = bone.State().track->State();
   std::vector<ckey> upper;
   std::vector<ckey> lower;
   upper.reserve(span.Count());
@@ -207,12 +207,12 @@ void AddHelper(core::scene& scene, cnode& bone, double longest, const framespan&
     knee.scale = MakePt3(1.0F, 1.0F, 1.0F);
     upper.push_back(knee);
   }
-  track.keys = std::move(lower);
+  core::SetKeys(bone, std::move(lower));
   cbone* const helper = CreateNewBone();
   if (helper == nullptr) {
     throw std::bad_alloc();
   }
-  helper->anim.State().keys = std::move(upper);
+  core::SetKeys(*helper, std::move(upper));
   scene.Add(helper);
   helper->SetName(name.c_str());
   bone.GetParent()->AttachChild(helper, 1);
@@ -231,7 +231,7 @@ helperbones AddHelperBones(core::scene& scene, filekind kind) {
   Measure(found.further, *found.top, span);
   for (topbone& one : found.further) {
     if (one.strays && one.rigid) {
-      one.bone->State().track->State().keys = std::move(one.keys);
+      core::SetKeys(*one.bone, std::move(one.keys));
       one.parent->AttachChild(one.bone, 1);
       found.jointed.push_back(one.bone);
       made.hung.push_back({one.bone->GetName(), one.farthest});
@@ -243,9 +243,6 @@ helperbones AddHelperBones(core::scene& scene, filekind kind) {
       AddHelper(scene, *bone, change->longest, span, names.For(bone->GetName()));
       made.stretching.push_back({bone->GetName(), change->most});
     }
-  }
-  if (!made.hung.empty() || !made.stretching.empty()) {
-    scene.Invalidate();
   }
   return made;
 }

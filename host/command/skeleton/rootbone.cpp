@@ -112,7 +112,7 @@ rootbone HangOnRootBone(core::scene& scene) {
       hung.push_back({tag, &bone});
     }
   }
-  Hang(scene, hung, span);
+  Hang(hung, span);
   for (const cmesh* mesh : meshes) {
     if (Moves(*mesh, span)) {
       made.moving.push_back(mesh->State().name);

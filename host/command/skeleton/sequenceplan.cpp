@@ -71,7 +71,7 @@ bool SharedAgree(const core::scene& scene, const relayout& frames) {
 
 void Apply(const relayout& frames, std::vector<core::clip> clips, core::scene& scene) {
   for (cnode* node : scene.Nodes()) {
-    core::trackstate& track = node->State().track->State();
+    const core::trackstate& track = node->State().track->State();
     if (track.keys.size() < 2) {
       continue;
     }
@@ -81,13 +81,12 @@ void Apply(const relayout& frames, std::vector<core::clip> clips, core::scene& s
       keys.push_back(core::KeyAtFrame(track, from));
       keys.back().frame = static_cast<std::int32_t>(keys.size() - 1);
     }
-    track.keys = std::move(keys);
+    core::SetKeys(*node, std::move(keys));
   }
   scene.clips = std::move(clips);
   scene.animStart = 0;
   scene.animEnd = static_cast<int>(frames.source.size()) - 1;
   scene.frameBounds.clear();
-  scene.Invalidate();
 }
 
 // Clips by their names in a sequence file.

@@ -133,9 +133,9 @@ class nodebuilder {
   void Place(ownednode<cnode> node, int index, const std::string& name) {
     cnode* const added = Hand(std::move(node), name);
     if (keepStretches_) {
-      added->State().stretches = poses_.nodes[At(index)].bent;
+      core::SetStretches(*added, poses_.nodes[At(index)].bent);
     }
-    std::vector<ckey>& keys = added->State().track->State().keys;
+    std::vector<ckey> keys;
     cnode*& frame = frames_[At(index)];
     if (frame == nullptr) {
       frame = added;
@@ -150,6 +150,7 @@ class nodebuilder {
         key.rot = BehindSteps(key.rot);
       }
     }
+    core::SetKeys(*added, std::move(keys));
     if (parent >= 0) {
       frames_[At(parent)]->AttachChild(added, 1);
     }
@@ -190,7 +191,6 @@ void Build(const document& doc, const options& how, const std::string& path, cor
   scene.ticksPerFrame = static_cast<int>(std::lround(1000.0 / how.fps));
   scene.notes = doc.notes;
   scene.frameBounds = doc.frameBounds;
-  scene.Invalidate();
   const std::vector<std::string> left =
       LeftOut(doc, nodes, poses, names, {surfaces.numLoose, surfaces.unmorphed});
   warnings.insert(warnings.end(), left.begin(), left.end());

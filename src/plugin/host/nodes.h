@@ -16,6 +16,7 @@
 class cmaterial;
 
 namespace core {
+struct nodeaccess;
 struct nodestate;
 struct trackstate;
 struct meshstate;
@@ -59,12 +60,12 @@ class CORE_API cnode {
   // Takes up the keys that were just set on the node's track.
   virtual void UpdateAnim();
 
-  core::nodestate& State() { return *state_; }
   const core::nodestate& State() const { return *state_; }
 
  protected:
   explicit cnode(int type);
   ~cnode();
+  static core::nodestate& StateOf(cnode& node) { return *node.state_; }
 
  private:
   core::nodestate* state_;
@@ -83,10 +84,10 @@ class CORE_API canim {
   int SetNumKeys(int count, int mode);
   int SetKeyAt(int index, ckey& key, int mode);
 
-  core::trackstate& State() { return *state_; }
   const core::trackstate& State() const { return *state_; }
 
  private:
+  friend struct core::nodeaccess;
   core::trackstate* state_;
 };
 
