@@ -4,7 +4,9 @@
     check_mdc.py MARROW SCENE.glb...
 """
 
+import shutil
 import struct
+import subprocess
 
 import numpy as np
 
@@ -263,6 +265,35 @@ def check_compressed(check):
     check_all_frames(check, path, scale=20, options=("--interpolate", "step"), own=False)
 
 
+PACKERS = (("gltfpack", "-c", "-kn", "-ke", "-vp", "16", "-vn", "12", "-vt", "14", "-af", "60"),
+           ("draco_transcoder", "-qp", "16", "-qn", "12", "-qt", "14"))
+
+
+def check_packed(check, path):
+    """The scene as programs of others compress it, quantized and in another order: every corner of
+    a triangle has its like, with the middle of the triangle, in rest and in poses."""
+    def corners(s):
+        rows = np.hstack([*s.verts[[0, 50, -1]], s.normals[0], s.st])[s.triangles]
+        middles = np.broadcast_to(rows.mean(1, keepdims=True), rows.shape)
+        return np.concatenate([rows, middles], -1).reshape(3 * len(rows), -1)
+
+    model, packed = models.Mdc(check.folder / f"{path.stem}.mdc"), check.folder / "packed.mdc"
+    for program, *options in PACKERS:
+        if not shutil.which(program):
+            print(f"{program} is not here")
+            continue
+        subprocess.run([program, *options, "-i", path, "-o", packed.with_suffix(".glb")],
+                       check=True, capture_output=True)
+        check.run("export", packed.with_suffix(".glb"), "-o", packed, "--fps", 20)
+        pairs = zip(*(sorted(map(corners, m.surfaces), key=len) for m in (model, models.Mdc(packed))),
+                    strict=True)
+        for some, every in [pair[::turn] for pair in pairs for turn in (1, -1)]:
+            check.same(some.shape, every.shape, "corners")
+            some = some[::len(some) // 200 + 1]
+            check.bound(f"corners by {program}", abs(some[:, None] - every).max(-1).min(1), 0.25,
+                        72)
+
+
 def check_all(check, paths):
     for path in paths:
         exported = check_export(check, path, 40, 20)
@@ -274,6 +305,7 @@ def check_all(check, paths):
                 check_all_frames(check, exported, scale)
     check_attached(check, paths[0])
     check_clips(check, check.folder / f"{paths[0].stem}.mdc")
+    check_packed(check, paths[0])
     check_import(check, check_export(check, paths[0], 10.5, 13), 3, scale=40)
     for kind in scenes.ARMATURES:
         path = check.folder / f"{kind}.glb"
