@@ -57,22 +57,6 @@ TEST_F(ReadFiles, MaterialsKeepNamesColoursImagesAndPaths) {
   EXPECT_EQ(told.warnings, (lines{"image 2: gone.jpg cannot be read as a JPEG or PNG file"}));
 }
 
-TEST_F(ReadFiles, TheSameSceneFromEveryKindOfFile) {
-  const gltfmodel model = SmallGltf();
-  files.Write("some data.bin", model.Buffer());
-  const std::string paths[] = {files.Write("a.glb", model.Binary()),
-                               files.Write("b.gltf", model.Text()),
-                               files.Write("c.gltf", model.Text("some%20data.bin"))};
-  for (const std::string& path : paths) {
-    core::scene own;
-    ASSERT_TRUE(gltf::ReadScene(path, how, own, told)) << path << told.fault;
-    EXPECT_EQ(own.Nodes().size(), 6U);
-    EXPECT_EQ(own.notes, "made for a test");
-    EXPECT_EQ(own.clips.size(), 2U);
-    EXPECT_EQ(MeshOf(own.Nodes()[5]).faces.size(), 2U);
-  }
-}
-
 TEST_F(ReadFiles, FaultsNameThePlace) {
   const std::vector<badvalue> cases{
       {"/asset/version", "1.0", "glTF of version 1.0, not 2.0"},

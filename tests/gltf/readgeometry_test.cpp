@@ -107,30 +107,6 @@ TEST_F(ReadGeometry, TextureTransformsAreApplied) {
   ExpectPlace(mesh.tverts[2], 4.5F, 0.25F, 0.0F);
 }
 
-TEST_F(ReadGeometry, SparseValuesStandInForOthers) {
-  gltfmodel model;
-  const auto sparse = [&](int accessor, std::uint8_t place) {
-    json& from = model.Accessors()[static_cast<std::size_t>(accessor)];
-    bytes value(12);
-    const float five = 5.0F;
-    std::memcpy(value.data(), &five, 4);
-    from["sparse"] = {{"count", 1},
-                      {"indices", {{"bufferView", model.View({place})}, {"componentType", 5121}}},
-                      {"values", {{"bufferView", model.View(value)}}}};
-  };
-  const int over = model.Floats("VEC3", {1, 1, 1, 2, 2, 2, 3, 3, 3});
-  const int zeros = model.Floats("VEC3", std::vector<float>(9));
-  model.Accessors().back().erase("bufferView");
-  sparse(over, 1);
-  sparse(zeros, 2);
-  model.Node({{"mesh", model.Mesh({{"attributes", {{"POSITION", over}, {"NORMAL", zeros}}}})}});
-  const core::meshstate& mesh = ReadMesh(model);
-  ExpectPlace(mesh.verts[0], 1.0F, 1.0F, 1.0F);
-  ExpectPlace(mesh.verts[1], 0.0F, 5.0F, 0.0F);
-  ExpectPlace(mesh.normals[0], 0.0F, 0.0F, 0.0F);
-  ExpectPlace(mesh.normals[2], 0.0F, 1.0F, 0.0F);
-}
-
 TEST_F(ReadGeometry, MeshesWithoutNormalsAreSmoothed) {
   gltfmodel model;
   model.Node({{"mesh", model.Triangle()}});

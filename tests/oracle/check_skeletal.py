@@ -322,6 +322,11 @@ def check_import(check, kind, model, stem, scale=1.0, fits=True, only=None):
     check.same([(c["name"], len(gltf.frame_times(scene.duration(i), 20)))
                 for i, c in enumerate(scene.clips)], [(n, c) for n, _, c in wanted], "clips")
     taken = [start + f for _, start, frames in wanted for f in range(frames)]
+    # Of a key and its opposite the one that is nearer to the key before: viewers differ in which
+    # way round they take.
+    check.expect(all((values[1:] * values[:-1]).sum(1).min(initial=1) >= 0 for tracks in scene.tracks
+                     for (_, what), (_, values, _) in tracks.items() if what == "rotation"),
+                 "rotations are on one side of the sphere")
     check.same([(s.name, scene.triangles(s).tolist()) for s in scene.surfaces],
                [(s.name, s.triangles.tolist()) for s in model.surfaces], "surfaces")
     errors, bones, turns = [], [], []

@@ -156,24 +156,23 @@ def build(path, kind):
 
 
 def morphed(scene, random, shown, count):
-    """Gives each primitive of a mesh `count` morph targets with normals, the second sparse."""
+    """Gives each primitive of a mesh `count` morph targets with normals, the second sparse over
+    nothing, the third over others."""
     for primitive in shown["primitives"]:
         size = scene.accessors[primitive["attributes"]["POSITION"]]["count"]
         primitive["targets"] = []
         for number in range(count):
             moved = random.normal(size=(size, 3)) * 0.1
-            if number == 1:
+            position = scene.array(moved, "VEC3")
+            if number:
                 places = np.sort(random.permutation(size)[:7])
-                position = len(scene.accessors)
-                scene.accessors.append({
-                    "componentType": make_sample.FLOAT, "count": size, "type": "VEC3", "sparse": {
-                        "count": 7,
-                        "indices": {"componentType": make_sample.BYTE, "bufferView": scene.view(
-                            places.astype("u1").tobytes())},
-                        "values": {"bufferView": scene.view(
-                            moved[:7].astype("<f4").tobytes())}}})
-            else:
-                position = scene.array(moved, "VEC3")
+                scene.accessors[position]["sparse"] = {
+                    "count": 7,
+                    "indices": {"componentType": make_sample.BYTE, "bufferView": scene.view(
+                        places.astype("u1").tobytes())},
+                    "values": {"bufferView": scene.view(moved[:7].astype("<f4").tobytes())}}
+            if number == 1:
+                del scene.accessors[position]["bufferView"]
             primitive["targets"].append({"POSITION": position, "NORMAL": scene.array(
                 random.normal(size=(size, 3)) * 0.3, "VEC3")})
     return shown
