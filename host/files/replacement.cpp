@@ -409,7 +409,13 @@ void replacement::Undo(const std::vector<member>& set) {
       each.renamed = false;
     }
   }
-  if (whole && (!any || FlushFolders(set) == 0)) {
+  if (const int error = whole && any ? FlushFolders(set) : 0; error != 0) {
+    whole = false;
+    warn_(parts_.front()->asked,
+          "is as it was, but its journal stays until the next run to this target: " +
+              SystemMessage(error));
+  }
+  if (whole) {
     RemoveTraces(set);
   }
 }

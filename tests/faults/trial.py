@@ -145,19 +145,21 @@ class Trial:
 
     def judge(self, row, case, code, stderr, detail, call="", lasting=False, unheard=False):
         """Of a run that was not killed outright, and so has to clean up after itself, but for what
-        the system would not let it remove or rename (`call`), or where it refuses for good
-        (`lasting`). `unheard`: its last words could not be written."""
+        the system would not let it remove (`call`), what it says that it leaves, or where the system
+        refuses for good (`lasting`). `unheard`: its last words could not be written."""
         detail = f"{case.name}: {detail}: code {code}: {stderr.decode(errors='replace').strip()}"
         state = self.state(case, self.whole[case.name])
         left = self.leftovers()
         ended = code < 0 or code > 128
-        if state in BAD and call == "rename" and code == 1 and b"until the next run" in stderr:
+        leaves = code == 1 and b"until the next run" in stderr
+        if state in BAD and call == "rename" and leaves:
             return self.judge_killed(row, case, detail)
         if state in BAD:
             return self.note(row, state, detail)
         if code in (-signal.SIGSEGV, -signal.SIGBUS, 139, 135, HUNG):
             return self.note(row, "crashed", detail)
-        if left and not ((lasting or call == "unlink") and self.next_run_removes(case, state)):
+        may_stay = lasting or call == "unlink" or leaves
+        if left and not (may_stay and self.next_run_removes(case, state)):
             return self.note(row, "left behind", f"{detail} {sorted(left)}")
         told = unheard or b"standard output cannot be written" in stderr or ended
         if (code == 0) != (state == "new whole") and not told:
