@@ -22,6 +22,7 @@ struct exportchoices {
   bool modelsDir = true;  // "Use 'models' as the directory for filenames"
   std::string mdx;        // the mdx file beside an mdm; empty: none
   std::int64_t mostFrames = std::numeric_limits<std::int64_t>::max();  // that the format has
+  std::string framesOf;  // what those frames are of, " of 25 bones", where that decides
 };
 
 // Frames of a file, both ends included; of all without numbers.

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <optional>
 
 #include "command/failure.h"
@@ -20,6 +21,7 @@
 #include "core/state.h"
 #include "core/utf8path.h"
 #include "files/replacement.h"
+#include "skeletal/records.h"
 
 namespace command {
 
@@ -27,6 +29,21 @@ namespace {
 
 // An mdc counts frames in 16 bits.
 constexpr std::int64_t kMostMdcFrames = 65535;
+
+// A skeletal file is as large as its offsets reach.
+void LimitFrames(filekind kind, const core::scene& scene, exportchoices& choices) {
+  const format& kept = FormatOf(kind);
+  if (kept.vertexFrames) {
+    choices.mostFrames = kMostMdcFrames;
+  } else if (kept.HasBones() || !choices.mdx.empty()) {
+    const filekind animated = kept.HasBones() ? kind : kept.skeleton;
+    const std::int64_t bones = ExpectedOf(scene, animated, std::nullopt).bones.value_or(0);
+    const auto frameSize = static_cast<std::int64_t>(sizeof(skelFrame)) +
+                           bones * static_cast<std::int64_t>(sizeof(skelBoneFrame));
+    choices.mostFrames = std::numeric_limits<std::int32_t>::max() / frameSize;
+    choices.framesOf = " of " + Counted(bones, "bone");
+  }
+}
 
 bool HasNode(const core::scene& scene, int type) {
   return std::ranges::any_of(scene.Nodes(),
@@ -251,9 +268,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
   }
   choices.mdx = MdxForModule(mdx, skeleton.written, kLongestMdxToWrite);
-  if (kept.vertexFrames) {
-    choices.mostFrames = kMostMdcFrames;
-  }
+  LimitFrames(kind, scene, choices);
   exportanswers answers(choices);
   const int result =
       host.Export(handler, scene, path, model.written, answers, [&](const std::string& chosen) {
@@ -272,7 +287,9 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   if (result == kRunFailed) {
     if (!host.Told()) {
-      throw NotWritten(path, host.WriteFault().empty() ? "the run failed" : host.WriteFault());
+      throw NotWritten(path, host.WriteFault().empty()
+                                 ? "the run failed; perhaps there was not enough memory"
+                                 : host.WriteFault());
     }
     return kExitFailed;
   }

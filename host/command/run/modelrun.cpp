@@ -40,15 +40,29 @@ const module::handler& Required(const module::handler* found, const module::libr
 }
 
 // Handlers give no reason, but leave errno as the call that failed has set it. Other calls of a run
-// set it too: what a write cannot end with is none of it.
-std::string WriteFaultOf(int error) {
+// set it too: what neither a write nor an allocation can end with is none of it.
+std::string FaultOf(int error) {
   constexpr std::array kOfWrites{ENOSPC, EIO, EFBIG, EINTR, EACCES, EPERM, EROFS, EMFILE, ENFILE,
 #ifdef EDQUOT
                                  EDQUOT
 #endif
   };
-  return std::ranges::find(kOfWrites, error) == kOfWrites.end() ? std::string()
-                                                                : files::ErrnoMessage(error);
+  if (error == ENOMEM) {
+    return "there is not enough memory";
+  }
+  if (std::ranges::find(kOfWrites, error) == kOfWrites.end()) {
+    return {};
+  }
+  return files::ErrnoMessage(error) + (error == EFBIG ? " (a model file may have 2 GiB)" : "");
+}
+
+// The module's assertions are lists that find no memory, each with its name.
+std::string FaultOf(const core::assertionfailure& failed) {
+  const bool list = failed.line > 0;
+  return (list ? "there is not enough memory for the list " : "internal error: ") +
+         std::string(failed.expression) +
+         (list ? " (" + std::string(failed.file) + ", line " + std::to_string(failed.line) + ")"
+               : "");
 }
 
 // What is current for the length of a run.
@@ -112,7 +126,7 @@ int modelhost::Run(core::scene& scene, const std::string& path, Answers& answers
   desktop::scripteddesktop scripted;
   answers.Attach(scripted);
   scripted.onMessage = [&](const std::string& text, const std::string& /*caption*/, int /*style*/) {
-    const std::string cause = WriteFaultOf(errno);
+    const std::string cause = FaultOf(errno);
     told_ = true;
     out_.Error(path, text + (cause.empty() ? "" : ": " + cause));
   };
@@ -126,13 +140,11 @@ int modelhost::Run(core::scene& scene, const std::string& path, Answers& answers
   try {
     errno = 0;
     const int result = body();
-    writeFault_ = WriteFaultOf(errno);
+    writeFault_ = FaultOf(errno);
     out_.EndProgress();
     return result;
   } catch (const core::assertionfailure& failed) {
-    throw failure(
-        path, "the run was ended by a failed assertion: " + std::string(failed.expression) + " (" +
-                  failed.file + ", line " + std::to_string(failed.line) + ")");
+    throw failure(path, FaultOf(failed));
   }
 }
 

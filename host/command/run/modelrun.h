@@ -39,7 +39,8 @@ class modelhost {
              const std::function<std::string(const std::string&)>& onMdx);
   // Whether the last run showed a message.
   bool Told() const { return told_; }
-  // Why the last run could not write, where a system call of it failed; else empty.
+  // Why the last run could not write, where a system call or an allocation of it failed; else
+  // empty.
   const std::string& WriteFault() const { return writeFault_; }
 
  private:
