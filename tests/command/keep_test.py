@@ -7,7 +7,7 @@ import subprocess
 import unittest
 
 import program
-from program import MARROW, SAMPLE
+from program import MARROW, SAMPLE, Result
 
 
 def small_files():
@@ -89,6 +89,25 @@ class Keep(program.ProgramTest):
                     self.assertIn(cause, told.lower(), inject)
                 self.assertEqual(self.names(), ["a.mdc"])
                 (self.dir / "a.mdc").unlink()
+
+    @unittest.skipIf(b"__asan_init" in open(MARROW, "rb").read(), "what traces cannot trace itself")
+    def test_a_file_that_is_not_what_was_written(self):
+        def traced(*options):
+            return Result(subprocess.run(
+                ["strace", "-o", self.dir / "calls", "-e", "trace=write", *options,
+                 MARROW, "export", SAMPLE, "-o", "a.mdc", "--end", "9"],
+                cwd=self.dir, capture_output=True, timeout=120))
+
+        traced()
+        calls = [line for line in self.read("calls").decode("latin-1").splitlines()
+                 if line.startswith("write(") and not line.startswith("write(1,")]
+        self.olds("a.mdc")
+        # The last write brings the end of the file, which is in the last frame of its surface.
+        told = traced("-e", f"inject=write:poke_enter=@arg2=11111111:when={len(calls)}").err
+        (self.dir / "calls").unlink()
+        self.assertRegex(told, "^marrow: error: a.mdc: not written, the previous file is kept: "
+                         r"frame 9: surface 1 \(body\): vertex \d+ is not where the scene has it$")
+        self.assert_olds("a.mdc")
 
     def test_the_stored_name_is_that_of_the_target(self):
         (self.dir / "models").mkdir()

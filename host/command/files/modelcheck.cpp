@@ -149,8 +149,9 @@ expectedmodel ExpectedOf(const core::scene& scene, filekind kind,
   return expected;
 }
 
-std::string FaultOfWritten(const std::string& path, filekind kind, const expectedmodel& expected,
+std::string FaultOfWritten(const std::string& path, filekind kind, const writtenfrom& from,
                            writtenmodel& written) {
+  const expectedmodel expected = ExpectedOf(from.scene, kind, from.range);
   return LoadKind(path, kind, [&](const auto& file) -> std::string {
     const foundmodel found = Found(file);
     for (const std::string& fault : {Difference("frames", expected.frames, found.frames),
@@ -165,6 +166,9 @@ std::string FaultOfWritten(const std::string& path, filekind kind, const expecte
     if (found.end != file.Size()) {
       return "it ends at byte " + std::to_string(file.Size()) + " instead of " +
              std::to_string(found.end);
+    }
+    if (std::string fault = ContentFault(file, from); !fault.empty()) {
+      return fault;
     }
     written = {Summary(found, file.Size()), Reach(file), PassedLimits(file)};
     return {};

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "command/content/contentcheck.h"
 #include "command/files/paths.h"
 #include "command/run/answers.h"
 #include "core/scene.h"
@@ -32,8 +33,9 @@ struct writtenmodel {
 };
 inline constexpr double kMdcReach = 512.0;
 
-// Reads the file whole. What does not hold in it or is not as expected; empty when all is well.
-std::string FaultOfWritten(const std::string& path, filekind kind, const expectedmodel& expected,
+// Reads the file whole. What does not hold in it, or is not what it was written from; empty when
+// all is well.
+std::string FaultOfWritten(const std::string& path, filekind kind, const writtenfrom& from,
                            writtenmodel& written);
 // What does not fit between the two files of a model; empty when they fit.
 std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath);

@@ -151,13 +151,22 @@ struct newmodel {
   filekind kind = filekind::Other;
 };
 
+// The origin of frames: that of the scene without a node.
+cpoint3 PlaceOf(const std::string& origin, const core::scene& scene) {
+  for (cnode* node : scene.Nodes()) {
+    if (!origin.empty() && node->GetName() == origin) {
+      return node->GetPosAtFrame(0);
+    }
+  }
+  return {};
+}
+
 // Reads back what the run wrote; fails where it is not what the scene has, or a call of the run
 // failed.
-writtenmodel CheckWritten(const newmodel& model, const core::scene& scene,
-                          const std::optional<framerange>& range, const std::string& writeFault) {
+writtenmodel CheckWritten(const newmodel& model, const writtenfrom& from,
+                          const std::string& writeFault) {
   writtenmodel written;
-  const std::string fault =
-      FaultOfWritten(model.written, model.kind, ExpectedOf(scene, model.kind, range), written);
+  const std::string fault = FaultOfWritten(model.written, model.kind, from, written);
   if (!fault.empty()) {
     throw NotWritten(model.path, writeFault.empty() ? fault : writeFault);
   }
@@ -301,12 +310,13 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   SetStoredName(model.written, FullPath(path), kind, choices.modelsDir);
   FinishModel(out, path, model.written, kind, finish, scene, range);
-  const writtenmodel written = CheckWritten(model, scene, range, host.WriteFault());
+  const writtenfrom from{scene, range, PlaceOf(choices.origin, scene)};
+  const writtenmodel written = CheckWritten(model, from, host.WriteFault());
   writtenmodel writtenMdx;
   if (!mdx.empty()) {
     SetStoredName(skeleton.written, FullPath(mdx), filekind::Mdx, choices.modelsDir);
     FinishModel(out, mdx, skeleton.written, filekind::Mdx, finish, scene, range);
-    writtenMdx = CheckWritten(skeleton, scene, range, host.WriteFault());
+    writtenMdx = CheckWritten(skeleton, from, host.WriteFault());
     if (const std::string fault = FaultOfPair(model.written, skeleton.written); !fault.empty()) {
       throw NotWritten(path, "does not match " + mdx + ": " + fault);
     }
