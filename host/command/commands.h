@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "command/console.h"
+#include "command/memorylimit.h"
 
 namespace CLI {
 class App;
@@ -17,6 +18,7 @@ namespace command {
 struct programstate {
   console out;
   std::string modulePath;  // empty: the module beside the program
+  memorylimit memory;
   int exitCode = 0;
 };
 

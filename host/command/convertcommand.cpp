@@ -9,6 +9,7 @@
 #include "command/files/sequencefile.h"
 #include "command/outputs.h"
 #include "command/run/eachinput.h"
+#include "command/run/processes.h"
 #include "command/run/transfer.h"
 #include "core/timeline.h"
 #include "core/utf8path.h"
@@ -95,7 +96,7 @@ void RequireFramesKept(const convertjob& job, const importchoices& in, const std
 int Convert(programstate& state, const convertjob& job) {
   const filekind from = KindOf(job.source);
   const filekind to = KindOf(job.target);
-  modelhost host(state.out, state.modulePath);
+  modelhost host(state.out, state.modulePath, state.memory);
   CheckConversion(job, from, to);
   exportoptions out = job.out;
   out.choices.ask = job.mdx.empty() && job.ask.Asks(out.table);
@@ -135,7 +136,7 @@ int Convert(programstate& state, const convertjob& job) {
     }
   }
   if (to == filekind::Scene) {
-    WriteSceneFile(state.out, scene, job.target, job.scene.how);
+    WriteSceneFile(state.out, scene, job.target, job.scene.how, state.memory);
     return kExitDone;
   }
   return ExportModel(state.out, host, job.target, out, job.scene.how.fps, scene);
@@ -156,6 +157,7 @@ int ConvertAll(programstate& state, const convertjob& job) {
                   kExitUsage);
   }
   job.out.RequireApart(targets, FormatOf(KindOf(sources.front())).IsPair() ? "" : job.mdx);
+  state.memory.Hold(SideBySide(sources.size(), job.output.jobs));
   return ForEachInput(state.out, sources, job.output.jobs, [&](std::size_t i) {
     convertjob each = job;
     each.source = sources[i];
@@ -193,6 +195,7 @@ void DefineConvert(CLI::App& app, programstate& state) {
   job->ask.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
+  state.memory.Define(*command);
   AddExamples(*command, {"marrow convert models/players/hero/body.mds body.mdm --sequences",
                          "marrow convert *.mds -o scenes --to glb"});
   command->callback([&state, job] { state.exitCode = ConvertAll(state, *job); });

@@ -6,6 +6,7 @@
 #include "command/files/scenefile.h"
 #include "command/outputs.h"
 #include "command/run/eachinput.h"
+#include "command/run/processes.h"
 #include "command/run/transfer.h"
 
 namespace command {
@@ -25,7 +26,7 @@ int Export(programstate& state, const exportjob& job, const std::string& source,
   if (KindOf(source) != filekind::Scene) {
     throw failure(source, "a scene file ends in .glb or .gltf", kExitUsage);
   }
-  modelhost host(state.out, state.modulePath);
+  modelhost host(state.out, state.modulePath, state.memory);
   host.ExporterOf(target);
   exportoptions options = job.options;
   options.choices.ask = job.ask.Asks(options.table);
@@ -65,11 +66,13 @@ void DefineExport(CLI::App& app, programstate& state) {
   job->ask.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
+  state.memory.Define(*command);
   AddExamples(*command, {"marrow export walk.glb -o models/mapobjects/walk.mdc --origin tag_floor",
                          "marrow export crate.glb barrel.glb -o models/mapobjects --to mdc"});
   command->callback([&state, job] {
     const std::vector<std::string> targets = job->output.For(job->sources);
     job->options.RequireApart(targets, job->options.choices.mdx);
+    state.memory.Hold(SideBySide(job->sources.size(), job->output.jobs));
     state.exitCode = ForEachInput(state.out, job->sources, job->output.jobs, [&](std::size_t i) {
       return Export(state, *job, job->sources[i], targets[i]);
     });

@@ -8,6 +8,7 @@
 #include "command/importjob.h"
 #include "command/outputs.h"
 #include "command/run/eachinput.h"
+#include "command/run/processes.h"
 
 namespace command {
 
@@ -25,13 +26,13 @@ int Import(programstate& state, const importcommand& given, const std::string& m
   if (KindOf(target) != filekind::Scene) {
     throw failure(target, "a scene file ends in .glb or .gltf", kExitUsage);
   }
-  modelhost host(state.out, state.modulePath);
+  modelhost host(state.out, state.modulePath, state.memory);
   given.job.Check(host, model);
   const bool ask = given.ask.Asks(given.job.options.table);
   core::scene scene;
   const int code = given.job.Run(state, host, model, ask, scene);
   if (code == kExitDone) {
-    WriteSceneFile(state.out, scene, target, given.job.scene.how);
+    WriteSceneFile(state.out, scene, target, given.job.scene.how, state.memory);
   }
   return code;
 }
@@ -50,10 +51,12 @@ void DefineImport(CLI::App& app, programstate& state) {
   given->ask.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
+  state.memory.Define(*command);
   AddExamples(*command, {"marrow import models/players/hero/body.mds -o hero.glb --skin dark",
                          "marrow import body.mdm --attach tag_head=head.mdc"});
   command->callback([&state, given] {
     const std::vector<std::string> targets = given->output.For(given->models);
+    state.memory.Hold(SideBySide(given->models.size(), given->output.jobs));
     state.exitCode = ForEachInput(state.out, given->models, given->output.jobs, [&](std::size_t i) {
       return Import(state, *given, given->models[i], targets[i]);
     });

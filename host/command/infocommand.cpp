@@ -49,6 +49,7 @@ description Describe(programstate& state, const infojob& job, std::string& fault
 }
 
 void ShowInfo(programstate& state, const infojob& job) {
+  state.memory.Hold(1);
   std::string fault;
   const description whole = Describe(state, job, fault);
   if (job.json) {
@@ -78,6 +79,7 @@ void DefineInfo(CLI::App& app, programstate& state) {
   job->scene.Define(*command);
   job->scene.DefineReading(*command);
   DefineQuiet(*command, state);
+  state.memory.Define(*command);
   AddExamples(*command,
               {"marrow info models/players/hero/body.mds", "marrow info hero.glb --json"});
   command->callback([&state, job] { ShowInfo(state, *job); });

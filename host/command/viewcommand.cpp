@@ -248,6 +248,7 @@ int View(programstate& state, const CLI::App& app, const viewjob& given) {
   if (!given.target.empty() && suffix != "html" && suffix != "htm") {
     throw failure(given.target, "a page for browsers ends in .html", kExitUsage);
   }
+  state.memory.Hold(1);
   RequireReadable(given.model);
   const loadedfile page = LoadPage(given.page);
   core::scene scene;
@@ -258,7 +259,7 @@ int View(programstate& state, const CLI::App& app, const viewjob& given) {
                     kExitUsage);
     }
   } else {
-    modelhost host(state.out, state.modulePath);
+    modelhost host(state.out, state.modulePath, state.memory);
     given.job.Check(host, given.model);
     const int code = given.job.Run(state, host, given.model, false, scene);
     if (code != kExitDone) {
@@ -306,6 +307,7 @@ void DefineView(CLI::App& app, programstate& state) {
   given->job.Define(*command);
   DefineQuiet(*command, state);
   DefineModule(*command, state);
+  state.memory.Define(*command);
   AddExamples(*command, {"marrow view models/players/hero/body.mds --skin dark",
                          "marrow view body.mdm --attach tag_head=head.mdc -o hero.html"});
   command->callback([&state, command, given] { state.exitCode = View(state, *command, *given); });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <string_view>
 
 #include "core/stbimage.h"
 
@@ -25,13 +26,53 @@ const char* MimeTypeOf(const std::vector<std::uint8_t>& file) {
   return StartsWith(file, {0x89, 'P', 'N', 'G'}) ? "image/png" : "";
 }
 
+// Pixels that a byte of a file can hold at most. Deflate makes 1032 bytes of one, here of pixels of
+// one bit. A JPEG has at least a bit for each block of 8 x 8 of its first component, which has up
+// to 16 times as many pixels as the coarsest.
+constexpr std::int64_t kMostPngPixels = 1032 * 8;
+constexpr std::int64_t kMostJpegPixels = 8 * 64;
+
+// Bytes that a TGA's pixels take at least, by its header.
+std::int64_t LeastTgaBytes(const std::vector<std::uint8_t>& file, std::int64_t numPixels) {
+  constexpr std::size_t kType = 2;
+  constexpr std::size_t kDepth = 16;
+  constexpr int kRunLengths = 8;  // added to the type
+  constexpr int kLongestRun = 128;
+  if (file.size() <= kDepth) {
+    return numPixels;
+  }
+  const std::int64_t pixel = (file[kDepth] + 7) / 8;
+  return file[kType] < kRunLengths ? numPixels * pixel : numPixels / kLongestRun * (1 + pixel);
+}
+
+// Whether the file is long enough for the image that its header tells of.
+bool CanHold(const std::vector<std::uint8_t>& file, const pixels& image) {
+  const std::int64_t numPixels = std::int64_t{image.width} * image.height;
+  const std::string_view type = MimeTypeOf(file);
+  if (type.empty()) {
+    return LeastTgaBytes(file, numPixels) <= std::ssize(file);
+  }
+  return numPixels / (type == "image/png" ? kMostPngPixels : kMostJpegPixels) <= std::ssize(file);
+}
+
+// What the decoder holds at once at most: all of the file, twice where it grows, or the image with
+// four channels of 16 bits, twice.
+std::size_t LargestBlock(const std::vector<std::uint8_t>& file, const pixels& image) {
+  constexpr std::size_t kTables = std::size_t{1} << 20;
+  return kTables + 2 * file.size() +
+         std::size_t{16} * static_cast<std::size_t>(image.width) *
+             static_cast<std::size_t>(image.height);
+}
+
 // The size that the file's header tells; false when it is no image, or too large a one.
 bool ReadHeader(const std::vector<std::uint8_t>& file, pixels& into) {
   int channels = 0;
+  LimitImageBlocks(LargestBlock(file, {}));
   return !file.empty() && file.size() <= INT_MAX &&
          stbi_info_from_memory(file.data(), static_cast<int>(file.size()), &into.width,
                                &into.height, &channels) != 0 &&
-         into.width > 0 && into.height > 0 && std::int64_t{into.width} * into.height <= kMostPixels;
+         into.width > 0 && into.height > 0 &&
+         std::int64_t{into.width} * into.height <= kMostPixels && CanHold(file, into);
 }
 
 }  // namespace
@@ -42,6 +83,7 @@ std::shared_ptr<const pixels> DecodeImage(std::vector<std::uint8_t> file) {
     return nullptr;
   }
   int channels = 0;
+  LimitImageBlocks(LargestBlock(file, *made));
   const std::unique_ptr<stbi_uc, decodedfree> decoded(
       stbi_load_from_memory(file.data(), static_cast<int>(file.size()), &made->width, &made->height,
                             &channels, STBI_rgb_alpha));

@@ -6,6 +6,7 @@
 
 #include "core/decode.h"
 #include "core/findfile.h"
+#include "core/scene.h"
 #include "core/state.h"
 #include "core/utf8path.h"
 
@@ -35,6 +36,29 @@ std::vector<std::uint8_t> ReadWhole(const std::string& path) {
   return content;
 }
 
+// The decoded file. What a scene file takes as it is has no use for its pixels, of which a scene of
+// many images would be full.
+std::shared_ptr<const core::pixels> DecodeFile(const std::string& path) {
+  std::shared_ptr<const core::pixels> decoded = core::DecodeImage(ReadWhole(path));
+  return decoded == nullptr || decoded->encoded.empty() ? decoded
+                                                        : core::KeepImage(decoded->encoded);
+}
+
+std::shared_ptr<const core::pixels> LoadOnce(const std::string& path) {
+  core::scene* const scene = core::scene::CurrentOrNull();
+  std::error_code error;
+  const std::filesystem::path whole = std::filesystem::canonical(core::PathOf(path), error);
+  if (scene == nullptr || error) {
+    return DecodeFile(path);
+  }
+  std::weak_ptr<const core::pixels>& known = scene->images[whole.string()];
+  std::shared_ptr<const core::pixels> content = known.lock();
+  if (content == nullptr) {
+    known = content = DecodeFile(path);
+  }
+  return content;
+}
+
 }  // namespace
 
 cimage::cimage() : state_(new core::imagestate{kNoImagePath, nullptr}) {}
@@ -57,7 +81,7 @@ int cimage::Load(const char* path) {
   if (found.empty()) {
     return 0;
   }
-  auto content = core::DecodeImage(ReadWhole(found));
+  auto content = LoadOnce(found);
   if (!content) {
     return 0;
   }

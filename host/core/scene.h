@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "plugin/host/scene.h"
@@ -14,6 +15,7 @@
 namespace core {
 
 class posecache;
+struct pixels;
 
 // A stretch of the time line with a name: one animation of a scene file, one sequence of a model.
 struct clip {
@@ -66,6 +68,9 @@ class CORE_API scene {
   // than they do.
   using box = std::array<float, 6>;
   std::vector<box> frameBounds;
+  // The images that were loaded from files while something has them, by whole path: a file that
+  // many name is decoded once.
+  std::unordered_map<std::string, std::weak_ptr<const pixels>> images;
   // What nodes that were added lacked, a line each.
   std::vector<std::string> warnings;
 

@@ -60,6 +60,7 @@ struct bindresidual {
 struct report {
   // What is wrong and where, without the file's name; empty when the call gave true.
   std::string fault;
+  bool noMemory = false;  // whether that is a lack of memory
   // What the file has and the other side cannot carry, one line each, each said once.
   std::vector<std::string> warnings;
   // Of a written file.

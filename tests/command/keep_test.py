@@ -66,7 +66,8 @@ class Keep(program.ProgramTest):
         for end, saying in (("2147483646", "holds 6100805 frames of 25 bones, not 2147483647"),
                             ("3000000", "there is not enough memory for the list"),
                             ("500000", "there is not enough memory")):
-            self.fails(1, "export", SAMPLE, "-o", "a.mds", "--end", end, saying=["a.mds", saying],
+            self.fails(1, "export", SAMPLE, "-o", "a.mds", "--end", end, "--max-memory", "9GB",
+                       saying=["a.mds", saying],
                        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (150 << 20,) * 2))
             self.assert_olds("a.mds")
 

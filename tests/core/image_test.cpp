@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "core/decode.h"
 #include "core/findfile.h"
 #include "core/state.h"
 #include "samples/tempdirectory.h"
@@ -31,7 +32,11 @@ TEST(Image, KeepsTheFileOfWhatASceneFileCanCarry) {
     cimage image;
     ASSERT_NE(image.Load(name.c_str()), 0);
     const cimage copy = image;
-    const core::pixels& content = *copy.State().content;
+    const core::pixels& kept = *copy.State().content;
+    EXPECT_EQ(kept.rgba.empty(), !kept.encoded.empty()) << name;
+    const auto decoded =
+        kept.encoded.empty() ? copy.State().content : core::DecodeImage(kept.encoded);
+    const core::pixels& content = *decoded;
     ASSERT_EQ(content.rgba.size(), 8U) << name;
     EXPECT_TRUE(content.width == 2 && content.rgba[3] == 255);
     EXPECT_EQ(content.encoded.size(), name == names[0] ? 0U : fs::file_size(name));

@@ -76,6 +76,28 @@ void SettleRates(console& out, const std::string& path, const gltf::options& how
   }
 }
 
+// Clips may share frames, and a file has every frame of each. They are built in memory.
+void RequireClipsFit(const core::scene& scene, const std::string& path, const memorylimit& memory) {
+  constexpr std::uint64_t kBytesAFrame = 28;   // a position and a rotation
+  constexpr std::uint64_t kBytesAClip = 2800;  // of a node's channels and samplers
+  constexpr std::uint64_t kFree = std::uint64_t{256} << 20;
+  constexpr std::uint64_t kClipsAFrame = 8;
+  std::uint64_t keys = 0;
+  std::uint64_t moving = 0;
+  for (const cnode* node : scene.Nodes()) {
+    const std::uint64_t own = node->State().track->State().keys.size();
+    keys += own;
+    moving += own > 1 ? 1 : 0;
+  }
+  std::uint64_t bytes = 0;
+  for (const core::clip& clip : core::NamedClips(scene)) {
+    bytes += moving *
+             (static_cast<std::uint64_t>(std::max(clip.frames, 0)) * kBytesAFrame + kBytesAClip);
+  }
+  memory.Require(path, Counted(std::ssize(core::NamedClips(scene)), "clip"), bytes,
+                 kFree + kClipsAFrame * keys * kBytesAFrame);
+}
+
 }  // namespace
 
 void sceneoptions::Define(CLI::App& app) {
@@ -138,20 +160,21 @@ void ReadSceneFile(console& out, const std::string& path, const gltf::options& h
     out.Warning(path, warning);
   }
   if (!read) {
-    throw failure(path, told.fault);
+    throw failure(path, told.noMemory ? std::string(kNoMemory) : told.fault);
   }
   SettleRates(out, path, how, scene);
 }
 
 void WriteSceneFile(console& out, const core::scene& scene, const std::string& path,
-                    const gltf::options& how) {
+                    const gltf::options& how, const memorylimit& memory) {
+  RequireClipsFit(scene, path, memory);
   gltf::report told;
   const bool written = gltf::WriteScene(scene, path, how, told);
   for (const std::string& warning : told.warnings) {
     out.Warning(path, warning);
   }
   if (!written) {
-    throw failure(path, "not written: " + told.fault);
+    throw failure(path, "not written: " + (told.noMemory ? std::string(kNoMemory) : told.fault));
   }
   TellBindResidual(out, scene, path, told.bind);
   // A file has a clip only with a node that it moves.

@@ -4,6 +4,7 @@
 
 #include "command/console.h"
 #include "command/files/paths.h"
+#include "command/memorylimit.h"
 #include "command/options.h"
 #include "core/scene.h"
 #include "gltf/gltf.h"
@@ -36,6 +37,6 @@ struct sceneoptions {
 void ReadSceneFile(console& out, const std::string& path, const gltf::options& how,
                    core::scene& scene);
 void WriteSceneFile(console& out, const core::scene& scene, const std::string& path,
-                    const gltf::options& how);
+                    const gltf::options& how, const memorylimit& memory);
 
 }  // namespace command

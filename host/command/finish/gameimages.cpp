@@ -74,8 +74,10 @@ class imagesearch {
       cimage loaded;
       loaded.Load(file.place.c_str());
       found = loaded.State().content;
-    } else if (auto bytes = files_.Read(file, fault)) {
-      found = core::DecodeImage(std::move(*bytes));
+    } else if (found = archived_[file.place].lock(); found == nullptr) {
+      if (auto bytes = files_.Read(file, fault)) {
+        archived_[file.place] = found = core::DecodeImage(std::move(*bytes));
+      }
     }
     if (found == nullptr) {
       unreadable_ = file.place + " " + fault;
@@ -86,6 +88,8 @@ class imagesearch {
   }
 
   gamefiles files_;
+  // By place, while a material has it: many may name one.
+  std::unordered_map<std::string, std::weak_ptr<const core::pixels>> archived_;
   std::string beside_;  // the model's own directory, where it lies in no models folder
   std::string unreadable_;
 };

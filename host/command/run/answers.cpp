@@ -86,7 +86,7 @@ void exportanswers::Answer(desktop::scriptedwindow& window, const controls& ids)
   const std::int64_t end = Number(window, ids.end);
   const std::int64_t frames = end - start + 1;
   if (frames > choices_.mostFrames) {
-    refusal_ = "the format holds " + std::to_string(choices_.mostFrames) + " frames" +
+    refusal_ = choices_.limitedBy + " " + std::to_string(choices_.mostFrames) + " frames" +
                choices_.framesOf + ", not " + std::to_string(frames);
     window.Cancel();
     return;

@@ -21,7 +21,8 @@ struct exportchoices {
   std::string origin;     // name of the origin object, empty for none
   bool modelsDir = true;  // "Use 'models' as the directory for filenames"
   std::string mdx;        // the mdx file beside an mdm; empty: none
-  std::int64_t mostFrames = std::numeric_limits<std::int64_t>::max();  // that the format has
+  std::int64_t mostFrames = std::numeric_limits<std::int64_t>::max();  // that the file may have
+  std::string limitedBy;                                               // "the format holds"
   std::string framesOf;  // what those frames are of, " of 25 bones", where that decides
 };
 

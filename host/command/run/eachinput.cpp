@@ -5,6 +5,7 @@
 #include <new>
 
 #include "command/failure.h"
+#include "command/memorylimit.h"
 #include "command/run/processes.h"
 #include "command/wording.h"
 #include "files/replacement.h"
@@ -31,7 +32,7 @@ int Guarded(console& out, const std::function<int()>& work) {
   } catch (const files::fault& failed) {
     out.Error(failed.Path(), failed.what());
   } catch (const std::bad_alloc&) {
-    out.Error("", "there is not enough memory");
+    out.Error("", kNoMemory);
   } catch (const std::exception& failed) {
     out.Error("", failed.what());
   }

@@ -12,6 +12,7 @@
 #include "command/game/shaderpaths.h"
 #include "command/game/writeimages.h"
 #include "command/game/writeskin.h"
+#include "command/run/framelimit.h"
 #include "command/run/transfer.h"
 #include "command/skeleton/helperbones.h"
 #include "command/skeleton/rig.h"
@@ -21,29 +22,10 @@
 #include "core/state.h"
 #include "core/utf8path.h"
 #include "files/replacement.h"
-#include "skeletal/records.h"
 
 namespace command {
 
 namespace {
-
-// An mdc counts frames in 16 bits.
-constexpr std::int64_t kMostMdcFrames = 65535;
-
-// A skeletal file is as large as its offsets reach.
-void LimitFrames(filekind kind, const core::scene& scene, exportchoices& choices) {
-  const format& kept = FormatOf(kind);
-  if (kept.vertexFrames) {
-    choices.mostFrames = kMostMdcFrames;
-  } else if (kept.HasBones() || !choices.mdx.empty()) {
-    const filekind animated = kept.HasBones() ? kind : kept.skeleton;
-    const std::int64_t bones = ExpectedOf(scene, animated, std::nullopt).bones.value_or(0);
-    const auto frameSize = static_cast<std::int64_t>(sizeof(skelFrame)) +
-                           bones * static_cast<std::int64_t>(sizeof(skelBoneFrame));
-    choices.mostFrames = std::numeric_limits<std::int32_t>::max() / frameSize;
-    choices.framesOf = " of " + Counted(bones, "bone");
-  }
-}
 
 bool HasNode(const core::scene& scene, int type) {
   return std::ranges::any_of(scene.Nodes(),
@@ -277,7 +259,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
     throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
   }
   choices.mdx = MdxForModule(mdx, skeleton.written, kLongestMdxToWrite);
-  LimitFrames(kind, scene, choices);
+  LimitFrames(kind, scene, host.Memory(), choices);
   exportanswers answers(choices);
   const int result =
       host.Export(handler, scene, path, model.written, answers, [&](const std::string& chosen) {

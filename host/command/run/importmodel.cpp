@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <limits>
 
 #include "command/failure.h"
 #include "command/files/modelcheck.h"
@@ -74,15 +75,28 @@ std::string SkinBeside(const std::string& path, const std::string& name) {
   return name.empty() ? name : (core::PathOf(path).parent_path() / core::PathOf(name)).string();
 }
 
+// A model's file is held whole, and its scene takes up to four times as much.
+void RequireMemory(const memorylimit& memory, const std::string& path) {
+  constexpr std::uint64_t kMemoryAByte = 5;
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(core::PathOf(path), error);
+  if (!error) {
+    memory.Require(path, "the file and its scene", kMemoryAByte * size,
+                   std::numeric_limits<std::uint64_t>::max());
+  }
+}
+
 }  // namespace
 
 int ImportModel(console& out, modelhost& host, const std::string& path,
                 const importchoices& choices, core::scene& scene) {
   const module::handler& handler = host.ImporterOf(path);
   RequireReadable(path);
+  RequireMemory(host.Memory(), path);
   importchoices chosen = choices;
   if (FormatOf(KindOf(path)).IsPair() && !chosen.ask) {
     chosen.mdx = SkeletonOf(path, chosen.mdx);
+    RequireMemory(host.Memory(), chosen.mdx);
   }
   std::optional<mdcframes> frames;
   if (FormatOf(KindOf(path)).vertexFrames && !chosen.ask) {

@@ -48,7 +48,7 @@ std::string FaultOf(int error) {
 #endif
   };
   if (error == ENOMEM) {
-    return "there is not enough memory";
+    return kNoMemory;
   }
   if (std::ranges::find(kOfWrites, error) == kOfWrites.end()) {
     return {};
@@ -82,7 +82,8 @@ class currentrun {
 
 }  // namespace
 
-modelhost::modelhost(console& out, const std::string& modulePath) : out_(out) {
+modelhost::modelhost(console& out, const std::string& modulePath, const memorylimit& memory)
+    : out_(out), memory_(memory) {
   const std::string path = modulePath.empty() ? ModuleBesideProgram() : modulePath;
   std::string error;
   module_ = module::library::Load(path, error);

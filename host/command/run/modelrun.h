@@ -5,6 +5,7 @@
 #include <string>
 
 #include "command/console.h"
+#include "command/memorylimit.h"
 #include "command/run/answers.h"
 #include "command/run/askuser.h"
 #include "core/scene.h"
@@ -18,12 +19,13 @@ namespace command {
 class modelhost {
  public:
   // An empty path: the module beside the program. Fails when that is none.
-  modelhost(console& out, const std::string& modulePath);
+  modelhost(console& out, const std::string& modulePath, const memorylimit& memory = {});
   ~modelhost();
   modelhost(const modelhost&) = delete;
   modelhost& operator=(const modelhost&) = delete;
 
   const module::library& Module() const { return *module_; }
+  const memorylimit& Memory() const { return memory_; }
 
   // The handler of the file's suffix. Fails as wrong usage when the module has none.
   const module::handler& ImporterOf(const std::string& path) const;
@@ -49,6 +51,7 @@ class modelhost {
           Body&& body);
 
   console& out_;
+  memorylimit memory_;
   std::unique_ptr<module::library> module_;
   bool told_ = false;
   std::string writeFault_;

@@ -12,6 +12,9 @@ struct processend {
   int signal = 0;  // that ended it
 };
 
+// Processes that work at a time.
+unsigned SideBySide(std::size_t count, unsigned most);
+
 // Calls work(i), which does not throw, for each i below `count`, and ended(i, ...) for each in that
 // order, on this side. On POSIX each call is in a copy of this process, at most `most` at a time;
 // the console shows what they printed, an end's whole before `ended` is called. Elsewhere they are

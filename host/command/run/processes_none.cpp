@@ -2,6 +2,8 @@
 
 namespace command {
 
+unsigned SideBySide(std::size_t /*count*/, unsigned /*most*/) { return 1; }
+
 void RunInProcesses(console& /*out*/, std::size_t count, std::size_t /*most*/,
                     const std::function<int(std::size_t)>& work,
                     const std::function<void(std::size_t, const processend&)>& ended) {

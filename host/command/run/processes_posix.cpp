@@ -4,6 +4,7 @@
 #include <sys/prctl.h>
 #endif
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -65,6 +66,10 @@ std::string TextOf(std::FILE* from) {
 }
 
 }  // namespace
+
+unsigned SideBySide(std::size_t count, unsigned most) {
+  return static_cast<unsigned>(std::min<std::size_t>(count, most));
+}
 
 void RunInProcesses(console& out, std::size_t count, std::size_t most,
                     const std::function<int(std::size_t)>& work,

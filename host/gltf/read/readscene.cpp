@@ -1,7 +1,10 @@
 #include "gltf/read/readscene.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <filesystem>
+#include <limits>
 #include <new>
 #include <numbers>
 #include <stdexcept>
@@ -9,6 +12,7 @@
 #include <unordered_set>
 
 #include "core/state.h"
+#include "core/utf8path.h"
 #include "gltf/read/badfile.h"
 #include "gltf/read/compressed/decompress.h"
 #include "gltf/read/document.h"
@@ -210,16 +214,26 @@ bool ReadLoaded(loadedfile file, const std::string& path, const options& how, co
     told.fault = fault.what();
   } catch (const std::bad_alloc&) {
     told.fault = "there is not enough memory for it";
+    told.noMemory = true;
   } catch (const std::length_error&) {
     told.fault = "there is not enough memory for it";
+    told.noMemory = true;
   }
   return false;
 }
 
 bool ReadScene(const std::string& path, const options& how, core::scene& scene, report& told) {
   loadedfile file;
+  errno = 0;
   if (!LoadWholeFile(path.c_str(), file)) {
-    told.fault = "cannot be read, or is empty";
+    std::error_code error;
+    const bool large = std::filesystem::file_size(core::PathOf(path), error) >
+                           std::numeric_limits<std::int32_t>::max() &&
+                       !error;
+    told.noMemory = errno == ENOMEM;
+    told.fault = told.noMemory ? "there is not enough memory for it"
+                 : large       ? "is larger than 2 GiB, the most that is read"
+                               : "cannot be read, or is empty";
     return false;
   }
   return ReadLoaded(std::move(file), path, how, scene, told);

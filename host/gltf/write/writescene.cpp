@@ -155,6 +155,7 @@ bool WriteScene(const core::scene& scene, const std::string& path, const options
     told.fault = FileFault(fault);
   } catch (const std::bad_alloc&) {
     told.fault = "there is not enough memory to write the scene";
+    told.noMemory = true;
   }
   return false;
 }
