@@ -2,8 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
+#include <fstream>
 
 #include "command/memorylimit.h"
 
@@ -11,20 +10,18 @@ namespace command {
 
 namespace {
 
-struct fileclose {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 std::uint64_t PageSize() { return static_cast<std::uint64_t>(std::max(sysconf(_SC_PAGESIZE), 0L)); }
 
 // Bytes of data that the process has reserved, as the limit counts them; 0 where none tells.
 std::uint64_t DataInUse() {
-  const std::unique_ptr<std::FILE, fileclose> file(std::fopen("/proc/self/statm", "r"));
-  unsigned long pages = 0;
+  std::ifstream file("/proc/self/statm");
   // Total, resident, shared, text, unused, data
-  const bool read =
-      file != nullptr && std::fscanf(file.get(), "%*u %*u %*u %*u %*u %lu", &pages) == 1;
-  return read ? pages * PageSize() : 0;
+  constexpr int kData = 5;
+  std::uint64_t pages = 0;
+  for (int i = 0; i <= kData && file; ++i) {
+    file >> pages;
+  }
+  return file ? pages * PageSize() : 0;
 }
 
 }  // namespace

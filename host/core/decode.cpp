@@ -29,8 +29,8 @@ const char* MimeTypeOf(const std::vector<std::uint8_t>& file) {
 // Pixels that a byte of a file can hold at most. Deflate makes 1032 bytes of one, here of pixels of
 // one bit. A JPEG has at least a bit for each block of 8 x 8 of its first component, which has up
 // to 16 times as many pixels as the coarsest.
-constexpr std::int64_t kMostPngPixels = 1032 * 8;
-constexpr std::int64_t kMostJpegPixels = 8 * 64;
+constexpr std::int64_t kMostPngPixels = std::int64_t{1032} * 8;
+constexpr std::int64_t kMostJpegPixels = std::int64_t{8} * 64;
 
 // Bytes that a TGA's pixels take at least, by its header.
 std::int64_t LeastTgaBytes(const std::vector<std::uint8_t>& file, std::int64_t numPixels) {
