@@ -22,4 +22,9 @@ std::vector<cnode*> SurfacesOf(const core::scene& scene) {
   return surfaces;
 }
 
+const core::meshstate& MeshOf(cnode& surface) {
+  return surface.GetType() == kNodeSkin ? static_cast<cskin&>(surface).Skin().mesh
+                                        : static_cast<cmesh&>(surface).Mesh();
+}
+
 }  // namespace command

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/scene.h"
+#include "core/state.h"
 
 namespace command {
 
@@ -13,5 +14,8 @@ namespace command {
 std::vector<cskin*> SkinsOf(const core::scene& scene);
 // Of a model with frames of vertices: skins and meshes; and all that an importer brings in.
 std::vector<cnode*> SurfacesOf(const core::scene& scene);
+
+// The mesh of one of them; that of a skin is at rest.
+const core::meshstate& MeshOf(cnode& surface);
 
 }  // namespace command

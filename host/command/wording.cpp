@@ -39,6 +39,12 @@ std::string WithoutDashes(const std::string& name) {
 
 }  // namespace
 
+std::string FaultOfCount(const std::string& what, std::int64_t found, std::int64_t wanted) {
+  return found == wanted ? ""
+                         : "it has " + std::to_string(found) + " " + what + " instead of " +
+                               std::to_string(wanted);
+}
+
 std::string Counted(std::int64_t number, const std::string& one) {
   return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
 }

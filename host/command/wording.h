@@ -8,6 +8,9 @@
 
 namespace command {
 
+// "it has 3 triangles instead of 4"; empty for equal numbers.
+std::string FaultOfCount(const std::string& what, std::int64_t found, std::int64_t wanted);
+
 // "1 node", "2 nodes"
 std::string Counted(std::int64_t number, const std::string& one);
 // "a, b, c"

@@ -25,7 +25,7 @@ int WriteMDX(const char* path, const bonelist& list, const exportrange& range,
   SetName(header.name, GetModelName(path).c_str());
   header.numFrames = range.NumFrames();
   header.numBones = static_cast<std::int32_t>(skeleton.Bones.size());
-  header.torsoParent = FindTorsoParent(list.Bones());
+  header.torsoParent = FindTorsoParent(list.Names());
   file.Put(header);
   header.ofsFrames = file.Position();
   WriteFrames(file, skeleton);

@@ -79,7 +79,7 @@ int ExportMds(const char* path) {
     return kRunNothing;
   }
   bonelist list(tagbones::Listed, mdshierarchy);
-  const int torsoParent = FindTorsoParent(list.Bones());
+  const int torsoParent = FindTorsoParent(list.Names());
   exportrange range{Interface::GetAnimStart(), Interface::GetAnimEnd(), {}};
   int usemodels = 0;  // disabled in the dialog: shaders always have the folder
   if (ShowExportOptions(&range.start, &range.end, &usemodels, range.originname, 0) == 0) {

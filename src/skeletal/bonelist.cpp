@@ -24,6 +24,15 @@ bonelist::bonelist(tagbones choice, culongarray& hierarchy) {
   }
 }
 
+std::vector<std::string> bonelist::Names() const {
+  std::vector<std::string> names;
+  names.reserve(bones_.size());
+  for (cnode* bone : bones_) {
+    names.emplace_back(bone->GetName());
+  }
+  return names;
+}
+
 int bonelist::GetBoneIndex(const cnode* node) const {
   const auto place = numbers_.find(node);
   return place == numbers_.end() ? -1 : place->second;

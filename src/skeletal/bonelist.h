@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -24,6 +25,7 @@ class bonelist {
   bonelist(tagbones choice, culongarray& hierarchy);
 
   const std::vector<cnode*>& Bones() const { return bones_; }
+  std::vector<std::string> Names() const;  // of the bones
   // The tag bones that stand apart; none where there is no bone.
   const std::vector<cnode*>& Tags() const { return tags_; }
 

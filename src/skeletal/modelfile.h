@@ -82,6 +82,13 @@ class cmodelfile {
   bool Parse(fileview block);
 
   std::uint32_t Size() const { return static_cast<std::uint32_t>(block_.Size()); }
+  // Points `list` to numbers that lie `offset` bytes behind the start of a record of the file, as
+  // fileview::List does.
+  bool Numbers(const void* record, std::int32_t offset, std::int32_t count,
+               const little<std::int32_t>*& list) const {
+    const auto start = static_cast<const unsigned char*>(record) - block_.Data();
+    return block_.List(std::int64_t{start} + offset, count, list);
+  }
   // What does not hold, and where, after Load or Parse gave false; empty when the file could not
   // be read at all. The header and the tables are there as far as they could be read.
   const std::string& Fault() const { return fault_; }

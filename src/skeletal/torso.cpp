@@ -3,8 +3,7 @@
 #include <iterator>
 #include <string>
 
-#include "plugin/host/nodes.h"
-#include "sampling/names.h"
+#include "sampling/storednames.h"
 #include "skeletal/standardbones.h"
 
 namespace {
@@ -20,14 +19,14 @@ static_assert(std::size(kTagTemplate) == 17);
 
 }  // namespace
 
-int FindTorsoParent(const std::vector<cnode*>& bones) {
+int FindTorsoParent(const std::vector<std::string>& names) {
   constexpr std::string_view kSpine = "spine";
   constexpr std::string_view kTop = "bip";
   constexpr std::size_t kTopLength = 5;
   int candidate = -1;
   int count = 0;
-  for (cnode* bone : bones) {
-    const std::string name = LowerCase(bone->GetName());
+  for (const std::string& given : names) {
+    const std::string name = LowerCase(given);
     const std::size_t spine = name.find(kSpine);
     if (spine != std::string::npos) {
       if (spine + kSpine.size() == name.size()) {

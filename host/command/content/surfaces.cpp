@@ -2,29 +2,28 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
+#include "command/finish/shaders.h"
+#include "command/surfaces.h"
+#include "command/wording.h"
 #include "core/deform.h"
 #include "plugin/host/scene.h"
+#include "sampling/storednames.h"
+#include "sampling/triangles.h"
 
 namespace command {
 
 namespace {
 
-constexpr std::uint32_t kUnknown = std::numeric_limits<std::uint32_t>::max();
-
 // Of single precision, after some steps of it.
 constexpr double kRounding = 1e-5;
 
-bool IsWhole(const cface& face, const core::meshstate& mesh) {
-  const auto inside = [](std::int32_t index, std::size_t size) {
-    return index >= 0 && static_cast<std::size_t>(index) < size;
-  };
-  return std::ranges::all_of(face.v,
-                             [&](std::int32_t v) { return inside(v, mesh.verts.size()); }) &&
-         (mesh.tverts.empty() || std::ranges::all_of(face.tv, [&](std::int32_t tv) {
-            return inside(tv, mesh.tverts.size());
-          }));
+// The path that a material has for its colour image; "<empty>" without one.
+std::string ImagePath(cmaterial& material) {
+  constexpr std::size_t kImagePathSize = 512;
+  std::array<char, kImagePathSize> path{};
+  material.GetImage(0)->GetPathName(path.data());
+  return path.data();
 }
 
 }  // namespace
@@ -55,63 +54,50 @@ bool IsNear(const std::array<little<float>, 3>& found, const cpoint3& wanted, do
          IsNear(float{found[2]}, wanted.z, tolerance);
 }
 
+bool HasName(const namefield<64>& found, const std::string& text) {
+  namefield<64> wanted;
+  SetName(wanted, text.c_str());
+  return found == wanted;
+}
+
 std::string NumberedName(const char* what, std::size_t number, const std::string& name) {
   return std::string(what) + " " + std::to_string(number) + " (" + name + ")";
 }
 
-std::string FaultOfFaces(const facelist& written, const core::meshstate& mesh,
-                         std::vector<std::uint32_t>& sources) {
-  const std::size_t numVerts = written.texCoords.size();
-  sources.assign(numVerts, kUnknown);
-  for (std::size_t v = 0; v < std::min(mesh.verts.size(), numVerts); ++v) {
-    sources[v] = static_cast<std::uint32_t>(v);
-  }
-  std::int32_t triangle = 0;
-  for (const cface& face : mesh.faces) {
-    if (!IsWhole(face, mesh)) {
-      continue;
-    }
-    const auto place = [triangle] { return "triangle " + std::to_string(triangle); };
-    if (triangle == written.numTriangles) {
-      return place() + " is missing";
-    }
-    for (std::size_t c = 0; c < 3; ++c) {
-      const std::int32_t index = written.triangles[triangle][c];
-      const auto wanted = static_cast<std::uint32_t>(face.v[c]);
-      if (index < 0 || static_cast<std::size_t>(index) >= numVerts) {
-        return place() + " names vertex " + std::to_string(index) + " of " +
-               std::to_string(numVerts);
-      }
-      const auto vertex = static_cast<std::size_t>(index);
-      if (sources[vertex] != wanted && sources[vertex] != kUnknown) {
-        return place() + " has other vertices than in the scene";
-      }
-      sources[vertex] = wanted;
-      if (mesh.tverts.empty()) {
-        continue;
-      }
-      const cpoint3& st = mesh.tverts[static_cast<std::size_t>(face.tv[c])];
-      if (!IsSame(written.texCoords[vertex][0], st.x) ||
-          !IsSame(written.texCoords[vertex][1], st.y)) {
-        return "vertex " + std::to_string(index) +
-               " has other texture coordinates than in the scene";
-      }
-    }
-    ++triangle;
-  }
-  if (triangle != written.numTriangles) {
-    return "it has " + std::to_string(written.numTriangles) + " triangles instead of " +
-           std::to_string(triangle);
-  }
-  if (numVerts < mesh.verts.size() || std::ranges::count(sources, kUnknown) != 0) {
-    return "it has other vertices than in the scene";
-  }
-  return {};
+bool HasImage(cnode& surface) {
+  cmaterial* const material = surface.GetMaterial();
+  return material != nullptr && !EqualsIgnoringCase(ImagePath(*material), kNoImagePath);
 }
 
-const core::meshstate& MeshOf(cnode& surface) {
-  return surface.GetType() == kNodeSkin ? static_cast<cskin&>(surface).Skin().mesh
-                                        : static_cast<cmesh&>(surface).Mesh();
+bool IsShader(const namefield<64>& found, cnode& surface) {
+  const std::string path = PathInGame(surface);
+  if (!path.empty() || surface.GetMaterial() == nullptr) {
+    return HasName(found, path);
+  }
+  if (!HasImage(surface)) {
+    return HasName(found, "(null)");
+  }
+  // A window may have asked whether names get the folder.
+  const std::string image = ImagePath(*surface.GetMaterial());
+  return HasName(found, MakeModelsPath(image, true)) ||
+         HasName(found, MakeModelsPath(image, false));
+}
+
+std::string FaultOfTriangles(const std::array<little<std::int32_t>, 3>* found,
+                             std::int32_t numFound, const cexpmesh& mesh) {
+  std::string fault = FaultOfCount("triangles", numFound, mesh.numFaces);
+  std::int32_t t = 0;
+  ForEachTriangle(mesh, mesh.faceFlags.count, [&](std::int32_t a, std::int32_t b, std::int32_t c) {
+    if (fault.empty() && !(found[t][0] == a && found[t][1] == b && found[t][2] == c)) {
+      fault = "triangle " + std::to_string(t) + " has other vertices than in the scene";
+    }
+    ++t;
+  });
+  return fault;
+}
+
+bool HasTexCoords(const std::array<little<float>, 2>& found, const cexpvert& wanted) {
+  return IsSame(found[0], wanted.u) && IsSame(found[1], wanted.v);
 }
 
 posedsurface PoseOf(cnode& surface, int frame) {
@@ -130,32 +116,25 @@ void framebounds::Add(const posedsurface& surface) {
   cpoint3 low = surface.low;
   cpoint3 high = surface.high;
   CalcTMBBox(low, high, surface.world);
-  low_ = any_ ? MakePt3(std::min(low_.x, low.x), std::min(low_.y, low.y), std::min(low_.z, low.z))
-              : low;
-  high_ = any_ ? MakePt3(std::max(high_.x, high.x), std::max(high_.y, high.y),
-                         std::max(high_.z, high.z))
-               : high;
-  any_ = true;
+  low_ = MakePt3(std::min(low_.x, low.x), std::min(low_.y, low.y), std::min(low_.z, low.z));
+  high_ = MakePt3(std::max(high_.x, high.x), std::max(high_.y, high.y), std::max(high_.z, high.z));
 }
 
 std::string framebounds::FaultOf(const std::array<std::array<little<float>, 3>, 2>& bounds,
-                                 const std::array<little<float>, 3>& localOrigin,
+                                 float radius, const std::array<little<float>, 3>& localOrigin,
                                  const cpoint3& origin) const {
   // Bounds that a scene remembers from an mdc are up to a step wider (SetFrameBounds).
   constexpr double kStep = 1.0 / 64.0;
-  // An exporter's box begins at 100,000 units from the scene's origin.
-  constexpr double kFar = 100000.0;
   if (!IsNear(localOrigin, origin, kRounding)) {
     return "its origin is not that of the scene";
   }
-  const auto far = [](const cpoint3& p) {
-    return !(std::max({std::abs(p.x), std::abs(p.y), std::abs(p.z)}) < kFar);
-  };
-  if (any_ && !far(low_) && !far(high_) &&
-      (!IsNear(bounds[0], low_ - origin, kStep) || !IsNear(bounds[1], high_ - origin, kStep))) {
+  if (!IsNear(bounds[0], low_ - origin, kStep) || !IsNear(bounds[1], high_ - origin, kStep)) {
     return "its bounds are not those of the scene";
   }
-  return {};
+  const auto edge = [&](std::size_t c) { return bounds[1][c] - bounds[0][c]; };
+  return IsNear(radius, std::max({edge(0), edge(1), edge(2)}), kRounding)
+             ? ""
+             : "its radius is not that of its bounds";
 }
 
 }  // namespace command

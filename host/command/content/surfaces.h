@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "binary/little.h"
+#include "binary/namefield.h"
 #include "core/state.h"
+#include "plugin/host/exportmesh.h"
 
 namespace command {
 
@@ -22,23 +24,21 @@ bool IsSame(float found, float wanted);
 bool IsNear(double found, double wanted, double tolerance);
 bool IsNear(const std::array<little<float>, 3>& found, const cpoint3& wanted, double tolerance);
 
+bool HasName(const namefield<64>& found, const std::string& text);
+
 // "surface 2 (head)"
 std::string NumberedName(const char* what, std::size_t number, const std::string& name);
 
-// The content of a written surface that frames do not change.
-struct facelist {
-  const std::array<little<std::int32_t>, 3>* triangles = nullptr;
-  std::int32_t numTriangles = 0;
-  std::vector<std::array<float, 2>> texCoords;  // of each vertex
-};
+// Whether the surface has an image of its own for its colour.
+bool HasImage(cnode& surface);
+// Whether it is the surface's shader: the path that the game has its image at, else the one that
+// handlers make of the image's.
+bool IsShader(const namefield<64>& found, cnode& surface);
 
-// Compares triangles and texture coordinates with the mesh's faces, and fills `sources` with each
-// written vertex's vertex in the mesh. Exporters keep the mesh's vertices and put further ones,
-// with other texture coordinates, behind them. What differs; empty for nothing.
-std::string FaultOfFaces(const facelist& written, const core::meshstate& mesh,
-                         std::vector<std::uint32_t>& sources);
-
-const core::meshstate& MeshOf(cnode& surface);
+// The surface's triangles against those that a host gives for export.
+std::string FaultOfTriangles(const std::array<little<std::int32_t>, 3>* found,
+                             std::int32_t numFound, const cexpmesh& mesh);
+bool HasTexCoords(const std::array<little<float>, 2>& found, const cexpvert& wanted);
 
 // A mesh or skin at a frame.
 struct posedsurface {
@@ -48,17 +48,25 @@ struct posedsurface {
 };
 posedsurface PoseOf(cnode& surface, int frame);
 
-// The box of a frame from its origin on, as the files keep it.
+// The box of a frame, as handlers measure it.
 class framebounds {
  public:
   void Add(const posedsurface& surface);
-  // What is wrong with the file's; empty for nothing.
-  std::string FaultOf(const std::array<std::array<little<float>, 3>, 2>& bounds,
-                      const std::array<little<float>, 3>& localOrigin, const cpoint3& origin) const;
+  // What is wrong with a frame of the file, whose record is one of an mdc or of a skeleton; empty
+  // for nothing.
+  template <class Frame>
+  std::string FaultOf(const Frame& frame, const cpoint3& origin) const {
+    return FaultOf(frame.bounds, frame.radius, frame.localOrigin, origin);
+  }
 
  private:
-  bool any_ = false;
-  cpoint3 low_, high_;
+  std::string FaultOf(const std::array<std::array<little<float>, 3>, 2>& bounds, float radius,
+                      const std::array<little<float>, 3>& localOrigin, const cpoint3& origin) const;
+
+  // A box of nothing is one inside out.
+  static constexpr float kFar = 100000.0F;
+  cpoint3 low_{kFar, kFar, kFar};
+  cpoint3 high_{-kFar, -kFar, -kFar};
 };
 
 }  // namespace command

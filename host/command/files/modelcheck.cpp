@@ -58,11 +58,7 @@ std::string LoadKind(const std::string& path, filekind kind, Use&& use) {
 
 std::string Difference(const char* what, const std::optional<std::int64_t>& expected,
                        const std::optional<std::int64_t>& found) {
-  if (!expected || !found || *expected == *found) {
-    return {};
-  }
-  return "it has " + std::to_string(*found) + " " + what + " instead of " +
-         std::to_string(*expected);
+  return expected && found ? FaultOfCount(what, *found, *expected) : "";
 }
 
 std::string Summary(const foundmodel& found, std::uint32_t size) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <deque>
 #include <numbers>
 #include <stdexcept>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "command/finish/openmodel.h"
 #include "command/surfaces.h"
+#include "command/wording.h"
 #include "core/deform.h"
 #include "core/pose.h"
 #include "core/state.h"
@@ -18,42 +20,14 @@ namespace command {
 
 namespace {
 
-void RequireCount(std::size_t found, std::size_t wanted, const std::string& what) {
-  if (found != wanted) {
-    throw std::runtime_error("it has " + std::to_string(found) + " " + what + " instead of " +
-                             std::to_string(wanted));
+void RequireCount(std::int64_t found, std::int64_t wanted, const std::string& what) {
+  if (const std::string fault = FaultOfCount(what, found, wanted); !fault.empty()) {
+    throw std::runtime_error(fault);
   }
 }
 
 void RequireVertices(std::int32_t found, const cexpmesh& mesh, std::size_t surface) {
-  RequireCount(static_cast<std::size_t>(found), static_cast<std::size_t>(mesh.numVerts),
-               "vertices in surface " + std::to_string(surface));
-}
-
-// The source of a surface of an mdc.
-struct source {
-  cnode* node = nullptr;
-  cskin* skin = nullptr;  // null: a mesh
-  cexpmesh mesh;
-  core::affine before;  // of a mesh in the frame before: what turned its normals
-};
-
-std::vector<source> SourcesOf(const cmdcfile& file, const core::scene& scene) {
-  const std::vector<cnode*> nodes = SurfacesOf(scene);
-  RequireCount(file.surfaces.size(), nodes.size(), "surfaces");
-  std::vector<source> sources(nodes.size());
-  for (std::size_t s = 0; s < nodes.size(); ++s) {
-    source& from = sources[s];
-    from.node = nodes[s];
-    if (nodes[s]->GetType() == kNodeSkin) {
-      from.skin = static_cast<cskin*>(nodes[s]);
-      from.mesh.BuildFromSkin(from.skin, 2);
-    } else {
-      from.mesh.BuildFromMesh(static_cast<cmesh*>(nodes[s]), 2);
-    }
-    RequireVertices(file.surfaces[s].numVerts, from.mesh, s);
-  }
-  return sources;
+  RequireCount(found, mesh.numVerts, "vertices in surface " + std::to_string(surface));
 }
 
 // In single precision, which is finer than a step by far: this is done for each vertex and frame.
@@ -131,58 +105,77 @@ cpoint3 MdcDirection(std::uint16_t code) {
   return {about.cos * fromUp.sin, about.sin * fromUp.sin, fromUp.cos};
 }
 
+mdcsource::mdcsource(cnode& surface) : node_(&surface) {
+  if (surface.GetType() == kNodeSkin) {
+    skin_ = static_cast<cskin*>(&surface);
+    mesh_.BuildFromSkin(skin_, 2);
+  } else {
+    mesh_.BuildFromMesh(static_cast<cmesh*>(&surface), 2);
+  }
+}
+
+const std::vector<std::uint16_t>& mdcsource::NormalsAt(int frame) {
+  const core::affine axes = InRange(core::ForNormals(core::WorldAtFrame(*node_, frame)));
+  if (skin_ == nullptr && !codes_.empty() && SameAxes(axes, before_)) {
+    return codes_;
+  }
+  const turner turn(axes);
+  codes_.resize(static_cast<std::size_t>(mesh_.numVerts));
+  if (skin_ != nullptr) {
+    const std::vector<cpoint3>& normals = core::DeformAtFrame(*skin_, frame, true).normals;
+    const std::uint32_t* const vertex = mesh_.vertMap.Data();
+    for (std::size_t v = 0; v < codes_.size(); ++v) {
+      codes_[v] = turn.Code(normals[vertex[v]]);
+    }
+  } else {
+    for (std::size_t v = 0; v < codes_.size(); ++v) {
+      codes_[v] = turn.Code(mesh_.verts[v].normal);
+    }
+    before_ = axes;
+  }
+  return codes_;
+}
+
 void SetMdcNormals(const cmdcfile& file, const core::scene& scene, int start) {
-  std::vector<source> sources = SourcesOf(file, scene);
+  const std::vector<cnode*> nodes = SurfacesOf(scene);
+  RequireCount(std::ssize(file.surfaces), std::ssize(nodes), "surfaces");
+  std::deque<mdcsource> sources;
+  for (std::size_t s = 0; s < nodes.size(); ++s) {
+    RequireVertices(file.surfaces[s].numVerts, sources.emplace_back(*nodes[s]).Mesh(), s);
+  }
   // All surfaces of a frame, so that each pose is evaluated once.
   for (std::int32_t f = 0; f < file.header->numFrames; ++f) {
-    const int frame = start + f;
+    if (std::string fault; !file.HoldsFrame(f, fault)) {
+      throw std::runtime_error(fault);
+    }
     for (std::size_t s = 0; s < sources.size(); ++s) {
-      source& from = sources[s];
-      const mdcXyzNormal* const stored = file.surfaces[s].baseByFrame[static_cast<std::size_t>(f)];
-      const auto count = static_cast<std::size_t>(from.mesh.numVerts);
-      const core::affine axes = InRange(core::ForNormals(core::WorldAtFrame(*from.node, frame)));
-      const turner turn(axes);
-      if (from.skin != nullptr) {
-        const std::vector<cpoint3>& normals = core::DeformAtFrame(*from.skin, frame, true).normals;
-        const std::uint32_t* const vertex = from.mesh.vertMap.Data();
-        for (std::size_t v = 0; v < count; ++v) {
-          Changed(stored[v]).normal = turn.Code(normals[vertex[v]]);
-        }
-      } else if (f > 0 && SameAxes(axes, from.before)) {
-        const mdcXyzNormal* const last =
-            file.surfaces[s].baseByFrame[static_cast<std::size_t>(f - 1)];
-        for (std::size_t v = 0; v < count; ++v) {
-          Changed(stored[v]).normal = last[v].normal;
-        }
-      } else {
-        for (std::size_t v = 0; v < count; ++v) {
-          Changed(stored[v]).normal = turn.Code(from.mesh.verts[v].normal);
-        }
-        from.before = axes;
+      const std::vector<std::uint16_t>& codes = sources[s].NormalsAt(start + f);
+      for (std::size_t v = 0; v < codes.size(); ++v) {
+        Changed(file.surfaces[s].baseByFrame[static_cast<std::size_t>(f)][v]).normal = codes[v];
       }
     }
   }
 }
 
+cpoint3 BoneNormal(const core::skinstate& skin, std::uint32_t vertex) {
+  const core::skinstretch& weights = skin.stretches[vertex];
+  return weights.count == 0
+             ? cpoint3()
+             : core::ToPoint(core::Unit(core::ToVec(skin.weights[weights.first].normal)));
+}
+
 void SetSkinNormals(const skelmesh& file, const core::scene& scene) {
   const std::vector<cskin*> skins = SkinsOf(scene);
-  RequireCount(file.surfaces.size(), skins.size(), "surfaces");
+  RequireCount(std::ssize(file.surfaces), std::ssize(skins), "surfaces");
   for (std::size_t s = 0; s < skins.size(); ++s) {
-    cskin& skin = *skins[s];
-    const core::skinstate& state = skin.Skin();
     cexpmesh mesh;
-    mesh.BuildFromSkin(&skin, 2);
+    mesh.BuildFromSkin(skins[s], 2);
     const skelsurfentry& entry = file.surfaces[s];
     RequireVertices(entry.numVerts, mesh, s);
     cvertexwalk walk = file.Vertices(entry);
     for (std::int32_t v = 0; v < mesh.numVerts; ++v, walk.Next()) {
-      const core::skinstretch& weights = state.stretches[mesh.vertMap.Data()[v]];
-      if (weights.count == 0 || walk.Vertex().numWeights == 0 || walk.Weights()->boneIndex < 0) {
-        continue;
-      }
-      const cpoint3 normal =
-          core::ToPoint(core::Unit(core::ToVec(state.weights[weights.first].normal)));
-      if (normal.Length() > 0.0F) {
+      const cpoint3 normal = BoneNormal(skins[s]->Skin(), mesh.vertMap.Data()[v]);
+      if (normal.Length() > 0.0F && walk.NumWeights() > 0 && walk.Weights()->boneIndex >= 0) {
         Changed(walk.Vertex()).normal = {normal.x, normal.y, normal.z};
       }
     }

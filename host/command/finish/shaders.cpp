@@ -13,21 +13,9 @@ namespace command {
 
 namespace {
 
-// The path of each surface; "" where the handler's stays.
-template <class Node>
-std::vector<std::string> PathsOf(const std::vector<Node*>& surfaces) {
-  std::vector<std::string> paths;
-  for (cnode* node : surfaces) {
-    const cmaterial* const material = node->GetMaterial();
-    const std::string path = material == nullptr ? "" : Folded(material->State().gamePath);
-    paths.push_back(path.find('/') == std::string::npos ? "" : path);
-  }
-  return paths;
-}
-
-template <std::size_t Size>
-bool Set(const namefield<Size>& shader, const std::string& path) {
-  namefield<Size> wanted{};
+bool Set(const namefield<64>& shader, cnode& surface) {
+  const std::string path = PathInGame(surface);
+  namefield<64> wanted{};
   SetName(wanted, path.c_str());
   if (path.empty() || wanted == shader) {
     return false;
@@ -38,22 +26,28 @@ bool Set(const namefield<Size>& shader, const std::string& path) {
 
 }  // namespace
 
+std::string PathInGame(cnode& surface) {
+  const cmaterial* const material = surface.GetMaterial();
+  const std::string path = material == nullptr ? "" : Folded(material->State().gamePath);
+  return path.find('/') == std::string::npos ? "" : path;
+}
+
 bool SetShaders(const cmdcfile& file, const core::scene& scene) {
-  const std::vector<std::string> paths = PathsOf(SurfacesOf(scene));
+  const std::vector<cnode*> surfaces = SurfacesOf(scene);
   bool changed = false;
-  for (std::size_t s = 0; s < std::min(paths.size(), file.surfaces.size()); ++s) {
+  for (std::size_t s = 0; s < std::min(surfaces.size(), file.surfaces.size()); ++s) {
     if (file.surfaces[s].numShaders > 0) {
-      changed = Set(file.surfaces[s].shaders[0].name, paths[s]) || changed;
+      changed = Set(file.surfaces[s].shaders[0].name, *surfaces[s]) || changed;
     }
   }
   return changed;
 }
 
 bool SetShaders(const skelmesh& file, const core::scene& scene) {
-  const std::vector<std::string> paths = PathsOf(SkinsOf(scene));
+  const std::vector<cskin*> skins = SkinsOf(scene);
   bool changed = false;
-  for (std::size_t s = 0; s < std::min(paths.size(), file.surfaces.size()); ++s) {
-    changed = Set(file.surfaces[s].surface->shader, paths[s]) || changed;
+  for (std::size_t s = 0; s < std::min(skins.size(), file.surfaces.size()); ++s) {
+    changed = Set(file.surfaces[s].surface->shader, *skins[s]) || changed;
   }
   return changed;
 }

@@ -1,8 +1,6 @@
 #pragma once
 
-// The shaders of written models, whose surfaces are the scene's in the scene's order: where the
-// handler shortened or changed a path of the games that the scene has, the surface gets that path,
-// in lower case. Names without a slash stay the handler's. Whether anything changed.
+#include <string>
 
 #include "core/scene.h"
 #include "mdc/mdcfile.h"
@@ -10,6 +8,12 @@
 
 namespace command {
 
+// The path in the games that a surface's material has, in lower case; "" for none and for a name
+// without a slash, where the handler's shader stays.
+std::string PathInGame(cnode& surface);
+
+// Give the surfaces of a written model, which are the scene's in the scene's order, those paths,
+// which the handler may have shortened or changed. Whether anything changed.
 bool SetShaders(const cmdcfile& file, const core::scene& scene);
 bool SetShaders(const skelmesh& file, const core::scene& scene);
 

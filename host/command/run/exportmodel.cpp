@@ -292,7 +292,7 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   }
   SetStoredName(model.written, FullPath(path), kind, choices.modelsDir);
   FinishModel(out, path, model.written, kind, finish, scene, range);
-  const writtenfrom from{scene, range, PlaceOf(choices.origin, scene)};
+  const writtenfrom from{scene, range, PlaceOf(choices.origin, scene), finish};
   const writtenmodel written = CheckWritten(model, from, host.WriteFault());
   writtenmodel writtenMdx;
   if (!mdx.empty()) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "command/content/surfaces.h"
 #include "command/files/modelcheck.h"
 #include "command/surfaces.h"
 #include "command/wording.h"
