@@ -12,7 +12,7 @@ std::uint64_t MachineMemory() {
 
 void LimitProcess(std::uint64_t bytes) {
   // The job lives as long as the process, which ends with it.
-  const HANDLE job = CreateJobObjectW(nullptr, nullptr);
+  HANDLE job = CreateJobObjectW(nullptr, nullptr);
   if (job == nullptr || bytes == 0) {
     return;
   }
