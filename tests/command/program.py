@@ -73,7 +73,7 @@ class ProgramTest(unittest.TestCase):
 
 
 def main():
-    unittest.main(argv=sys.argv[:1])
+    unittest.main(argv=[sys.argv[0], *sys.argv[3:]])
 
 
 if os.name != "posix":
