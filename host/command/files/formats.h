@@ -27,8 +27,10 @@ struct format {
   std::string_view text;                     // with its article
   tagsource tags;
   bool surfaces;
-  bool vertexFrames;  // each frame has the positions of all vertices
-  bool skeletal;      // its vertices follow bones, of this file or of another
+  // Each frame has the positions of all vertices. Only an mdc has: what goes by this reads its
+  // records.
+  bool vertexFrames;
+  bool skeletal;  // its vertices follow bones, of this file or of another
 
   bool IsModel() const { return surfaces || skeletal; }
   bool HasBones() const { return skeletal && skeleton == kind; }
