@@ -73,17 +73,17 @@ class Content : public exporttest {
                         const std::function<void(const File&, std::vector<field>&)>& addSpare) {
     const std::string path = directory.File(name);
     const command::writtenfrom from = Write(path, 4);
-    const auto fault = [&] {
-      command::writtenmodel written;
-      return command::FaultOfWritten(path, command::KindOf(path), from, written);
-    };
-    EXPECT_EQ(fault(), "");
     command::openmodel<File> model;
     ASSERT_TRUE(model.Load(path, path));
+    const std::string stored = NameText(model.file.header->name).data();
+    const auto fault = [&] {
+      command::writtenmodel written;
+      return command::FaultOfWritten(path, command::KindOf(path), stored, from, written);
+    };
+    EXPECT_EQ(fault(), "");
     const bytes whole = ReadBytes(path);
     std::vector<bool> spare(whole.size());
     std::vector<field> fields;
-    Add(fields, model.file.header->name);
     addSpare(model.file, fields);
     for (const field& each : fields) {
       std::fill_n(spare.begin() + (each.data() - model.block.View().Data()), each.size(), true);

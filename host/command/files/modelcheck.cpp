@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "command/content/surfaces.h"
 #include "command/failure.h"
 #include "command/files/modellimits.h"
 #include "command/files/readers.h"
@@ -145,8 +146,8 @@ expectedmodel ExpectedOf(const core::scene& scene, filekind kind,
   return expected;
 }
 
-std::string FaultOfWritten(const std::string& path, filekind kind, const writtenfrom& from,
-                           writtenmodel& written) {
+std::string FaultOfWritten(const std::string& path, filekind kind, const std::string& name,
+                           const writtenfrom& from, writtenmodel& written) {
   const expectedmodel expected = ExpectedOf(from.scene, kind, from.range);
   return LoadKind(path, kind, [&](const auto& file) -> std::string {
     const foundmodel found = Found(file);
@@ -162,6 +163,9 @@ std::string FaultOfWritten(const std::string& path, filekind kind, const written
     if (found.end != file.Size()) {
       return "it ends at byte " + std::to_string(file.Size()) + " instead of " +
              std::to_string(found.end);
+    }
+    if (!name.empty() && !HasName(file.header->name, name)) {
+      return "its name is " + std::string(NameText(file.header->name).data());
     }
     if (std::string fault = ContentFault(file, from); !fault.empty()) {
       return fault;

@@ -34,9 +34,9 @@ struct writtenmodel {
 inline constexpr double kMdcReach = 512.0;
 
 // Reads the file whole. What does not hold in it, or is not what it was written from; empty when
-// all is well.
-std::string FaultOfWritten(const std::string& path, filekind kind, const writtenfrom& from,
-                           writtenmodel& written);
+// all is well. `name` is the one in its header; "" where it is not known.
+std::string FaultOfWritten(const std::string& path, filekind kind, const std::string& name,
+                           const writtenfrom& from, writtenmodel& written);
 // What does not fit between the two files of a model; empty when they fit.
 std::string FaultOfPair(const std::string& mdmPath, const std::string& mdxPath);
 

@@ -31,8 +31,8 @@ headername NameFor(const std::string& path, filekind kind, bool modelsDir) {
 
 }  // namespace
 
-void SetStoredName(const std::string& written, const std::string& target, filekind kind,
-                   bool modelsDir) {
+std::string SetStoredName(const std::string& written, const std::string& target, filekind kind,
+                          bool modelsDir) {
   const auto close = [](std::FILE* stream) { std::fclose(stream); };
   errno = 0;
   std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(written.c_str(), "r+b"), close);
@@ -40,7 +40,7 @@ void SetStoredName(const std::string& written, const std::string& target, fileki
   if (!file || std::fseek(file.get(), kNameOffset, SEEK_SET) != 0 ||
       std::fread(stored.data(), stored.size(), 1, file.get()) != 1) {
     if (errno == 0) {
-      return;  // a write of the run failed: reading the file back tells which
+      return {};  // a write of the run failed: reading the file back tells which
     }
     throw failure(target, "not written: " + files::ErrnoMessage(errno));
   }
@@ -55,8 +55,9 @@ void SetStoredName(const std::string& written, const std::string& target, fileki
     if (std::fclose(file.release()) != 0 || !put) {
       throw failure(target, "not written: " + files::ErrnoMessage(errno));
     }
-    return;
+    return NameText(name).data();
   }
+  return {};
 }
 
 }  // namespace command

@@ -131,6 +131,7 @@ struct newmodel {
   std::string path;     // as the user named it
   std::string written;  // the new file beside it
   filekind kind = filekind::Other;
+  std::string storedName;  // in its header; empty: not known
 };
 
 // The origin of frames: that of the scene without a node.
@@ -148,7 +149,8 @@ cpoint3 PlaceOf(const std::string& origin, const core::scene& scene) {
 writtenmodel CheckWritten(const newmodel& model, const writtenfrom& from,
                           const std::string& writeFault) {
   writtenmodel written;
-  const std::string fault = FaultOfWritten(model.written, model.kind, from, written);
+  const std::string fault =
+      FaultOfWritten(model.written, model.kind, model.storedName, from, written);
   if (!fault.empty()) {
     throw NotWritten(model.path, writeFault.empty() ? fault : writeFault);
   }
@@ -253,8 +255,8 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   SetShaderPaths(scene, options.shaderDir);
 
   files::replacement set(out.Warnings());
-  const newmodel model{path, set.Add(path), kind};
-  newmodel skeleton{mdx, mdx.empty() ? mdx : set.Add(mdx), filekind::Mdx};
+  newmodel model{path, set.Add(path), kind, {}};
+  newmodel skeleton{mdx, mdx.empty() ? mdx : set.Add(mdx), filekind::Mdx, {}};
   if (skeleton.written == model.written) {
     throw failure(mdx, "--mdx and -o name the same file", kExitUsage);
   }
@@ -290,13 +292,14 @@ int ExportModel(console& out, modelhost& host, const std::string& path,
   if (rig.torso != nullptr) {
     finish.torso = BoneNumber(scene, kept.skeleton, *rig.torso);
   }
-  SetStoredName(model.written, FullPath(path), kind, choices.modelsDir);
+  model.storedName = SetStoredName(model.written, FullPath(path), kind, choices.modelsDir);
   FinishModel(out, path, model.written, kind, finish, scene, range);
   const writtenfrom from{scene, range, PlaceOf(choices.origin, scene), finish};
   const writtenmodel written = CheckWritten(model, from, host.WriteFault());
   writtenmodel writtenMdx;
   if (!mdx.empty()) {
-    SetStoredName(skeleton.written, FullPath(mdx), filekind::Mdx, choices.modelsDir);
+    skeleton.storedName =
+        SetStoredName(skeleton.written, FullPath(mdx), filekind::Mdx, choices.modelsDir);
     FinishModel(out, mdx, skeleton.written, filekind::Mdx, finish, scene, range);
     writtenMdx = CheckWritten(skeleton, from, host.WriteFault());
     if (const std::string fault = FaultOfPair(model.written, skeleton.written); !fault.empty()) {
