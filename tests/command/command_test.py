@@ -125,6 +125,8 @@ class Usage(program.ProgramTest):
         self.write("short.mdc", self.read("a.mdc")[:-1])
         self.fails(1, "import", "short.mdc", "-o", "x.glb", "--frame", "94",
                    saying=["short.mdc", "surface 1", "frame 94"])
+        refused = json.loads(self.marrow("info", "short.mdc", "--json").out)["refusedFrames"]
+        self.assertEqual([row["frame"] for row in refused], [94])
         self.export("a.mds")
         self.patch("a.mds", 4, 5)
         for command in (["import", "a.mds", "-o", "x.glb"], ["info", "a.mds"],
@@ -256,7 +258,10 @@ class Export(program.ProgramTest):
         self.assertEqual(info["fps"], 10)
         self.assertEqual([list(clip.values())[:3] for clip in info["clips"]],
                          [["idle", 0, 21], ["walk", 21, 11], ["wave", 32, 17]])
-        self.assertEqual([skin["name"] for skin in info["skins"]], ["sword", "body"])
+        self.export("a.mds")
+        most = [("sword", 1), ("body", 4)]  # weights of a vertex
+        for surfaces in info["skins"], self.info("a.mds")["surfaces"]:
+            self.assertEqual([(row["name"], row["mostWeights"]) for row in surfaces], most)
         self.assertEqual(len(info["materials"]), 1)
         self.assertEqual(sum(node["type"] == "bone" for node in info["nodes"]), 25)
 

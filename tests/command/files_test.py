@@ -90,6 +90,8 @@ class Import(program.ProgramTest):
         self.assertIn("b.skin, c.skin", result.err)
 
     def test_the_mdx_of_an_mdm(self):
+        self.write("A.Mdx", b"MDXW")  # less like it
+        self.assertEqual(types(self.imported("a.mdm")), {"bone", "skin"})
         (self.dir / "a.mdx").rename(self.dir / "A.Mdx")
         self.assertEqual(types(self.imported("a.mdm")), {"bone", "skin"})
         (self.dir / "A.Mdx").rename(self.dir / "b.mdx")

@@ -191,6 +191,7 @@ class Shaders(program.ProgramTest):
             ("figure", None, "models\\players\\hero\\Face.tga", [], FACE),
             ("figure", None, "models/players/hero/face.png", ["--shader-dir=models/a"], FACE),
             ("face.002", None, "b", ["--shader-dir=models/players/hero"], FACE),
+            ("figure", "models/old/" + FACE, None, [], FACE),
             ("face", None, None, ["--shader-dir=models/a/"], "models/a/face"),
             ("figure", None, "face.tga", [], "models/face.tga"),
         ):

@@ -62,6 +62,7 @@ TEST_F(Scene, DeepChainsAndDestroyedNodes) {
   EXPECT_NEAR(last->GetPosAtFrame(0).x, 1000.0F, 1e-3F);
   scene.Nodes()[kDepth / 2]->Destroy();
   EXPECT_EQ(Interface::NumNodes(), kDepth - 1);
+  EXPECT_EQ(last->State().index, kDepth - 2);
   EXPECT_NEAR(last->GetPosAtFrame(0).x, 0.1F * (kDepth / 2 - 1), 1e-3F);
 }
 

@@ -152,6 +152,13 @@ TEST_F(gltfwrite, ClipsHaveChannelsForWhatMovesInAnyOfThem) {
   }
 }
 
+// The largest number of an index's type ends a strip.
+TEST_F(gltfwrite, AnIndexIsBelowTheLargestOfItsType) {
+  AddMesh("far", std::vector<cpoint3>(256), {{0, 1, 255}});
+  ASSERT_TRUE(Write("far.glb")) << told.fault;
+  EXPECT_EQ(opened(directory.File("far.glb")).doc["accessors"].back()["componentType"], 5123);
+}
+
 // A file wants the joints of a skin under one node, and skins without a transform.
 TEST_F(gltfwrite, JointsOfTwoTreesHangOnOneNode) {
   cnode* bone = AddBone("bone", nullptr, {KeyAt(0, MakePt3(1.0F, 2.0F, 3.0F))});

@@ -179,6 +179,8 @@ def check_all_frames(check, path, scale=40, options=(), own=True):
                 check.same(how, "STEP" if options else "LINEAR", "interpolation")
     check.bound("vertices", np.concatenate(errors), 1e-4 * size, size)
     check.bound("normals, degrees", np.concatenate(leaning or [[]]), 1.5, 1)
+    boxes = np.reshape(scene.json["scenes"][0]["extras"]["frame_bounds"], (-1, 2, 3))
+    check.bound("boxes", abs(boxes - model.bounds - model.origins[:, None]), 1e-6 * size, size)
     for name, places, angles in model.tags:
         matrices = [gltf.scene_matrix(scene.world(*frame)[scene.named(name)], scale)
                     for frame in frames]
@@ -225,6 +227,8 @@ def check_attached(check, path):
     check.bound("attached vertices", errors, 1e-4 * height, height)
     names = [scene.name(node) for node in scene.order]
     check.same(len(set(names)), len(names), "names stay apart")
+    notes = scene.json["scenes"][0]["extras"]["notes"]
+    check.same(notes.count("MDC Model"), len(parts), "notes of what is attached")
 
 
 def check_clips(check, path):
@@ -311,7 +315,7 @@ def check_all(check, paths):
         path = check.folder / f"{kind}.glb"
         scenes.build(path, kind)
         check_export(check, path, 30, 20)
-    check_export(check, paths[0], 40, 20, cut=(23, 31), origin="tag_head")
+    check_export(check, paths[0], 40, 20, cut=(23, 31), origin="tag_weapon")
     check_shapes(check)
     check_compressed(check)
     for front in "-z", "+x", "-x":

@@ -502,7 +502,7 @@ def check_all(check, paths):
             path = check.folder / f"{armature}.glb"
             scenes.build(path, armature)
             check_export(check, kind, path, 30)
-        check_export(check, kind, paths[0], 40, cut=(23, 31), origin="tag_head")
+        check_export(check, kind, paths[0], 40, cut=(23, 31), origin="tag_weapon")
         check_export(check, kind, check.folder / "plain.glb", 30, cut=(12, 20))
         plain = kind.path(check.folder, "as-it-is")
         told = check.run("export", check.folder / "plain.glb", "-o", plain, *kind.extra(plain),

@@ -90,13 +90,14 @@ TEST_F(HelperBones, WithoutThemStretchedBonesFurtherTopsAndMovingTagsAreTold) {
   AddStill("still", top, {1, 2, 2});
   AddBone("near", top, {KeyAt(0, {4, 0, 0}), KeyAt(4, {3, 0, 0})});
   AddBone("far", top, {KeyAt(0, {4, 0, 0}), KeyAt(4, {0, 12, 0})});
+  AddBone("apart", top, {KeyAt(0, {4, 0, 0}), KeyAt(4, {4.06F, 0, 0})});
   AddBone("tag_a", top, {KeyAt(0, {2, 0, 0}), KeyAt(4, {0, 2, 0})});
   const auto losses = [&](filekind kind, int frames) {
     return command::SkeletonLosses(*scene, kind, {0, frames});
   };
   EXPECT_EQ(losses(filekind::Mdx, 5),
             names{"bones keep the distance from their parent that they have in frame 0: far by up "
-                  "to 8, near by up to 1"});
+                  "to 8, near by up to 1, apart by up to 0.06"});
   EXPECT_EQ(losses(filekind::Mdm, 5),
             names{"tags keep their position on the parent from frame 0: tag_a by up to "
                   "2.83"});
