@@ -11,9 +11,12 @@ std::uint64_t MachineMemory() {
 }
 
 void LimitProcess(std::uint64_t bytes) {
-  // The job lives as long as the process, which ends with it.
+  if (bytes == 0) {
+    return;
+  }
+  // The job lives as long as the process.
   HANDLE job = CreateJobObjectW(nullptr, nullptr);
-  if (job == nullptr || bytes == 0) {
+  if (job == nullptr) {
     return;
   }
   JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};

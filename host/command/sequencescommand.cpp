@@ -26,6 +26,7 @@ int InitSequences(programstate& state, const sequencesjob& job) {
   if (!IsSkeletal(kind)) {
     throw failure(job.model, "sequence files are for mds, mdm and mdx models", kExitUsage);
   }
+  state.memory.Hold(1);
   RequireReadable(job.model);
   std::string animated = job.model;
   if (FormatOf(kind).IsPair()) {
@@ -75,6 +76,7 @@ void DefineSequences(CLI::App& app, programstate& state) {
   RequireRange(fps, 1.0, 1000.0);
   command->add_flag("--force", job->force, "Replace a sequence file that is there");
   DefineQuiet(*command, state);
+  state.memory.Define(*command);
   AddExamples(*command, {"marrow sequences models/players/hero/body.mds --init",
                          "marrow sequences body.mdm --mdx human.mdx --init --fps 15 --force"});
   command->callback([&state, job] { state.exitCode = InitSequences(state, *job); });

@@ -1,18 +1,8 @@
 #include "skeletal/pose.h"
 
 #include "plugin/host/scene.h"
-#include "skeletal/angles.h"
 
 namespace {
-
-// The rotation about Y by `pitch`, then about Z by `yaw`, of stored units.
-cmatrix4 PitchAndYaw(std::int16_t pitch, std::int16_t yaw) {
-  cmatrix4 aboutY;
-  cmatrix4 aboutZ;
-  aboutY.FromAngleY(-DecodeAngle(pitch));
-  aboutZ.FromAngleZ(-DecodeAngle(yaw));
-  return aboutY * aboutZ;
-}
 
 cmatrix4 WorldRotation(const skelBoneFrame& packed) {
   cmatrix4 rotation;

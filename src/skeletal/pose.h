@@ -4,7 +4,17 @@
 #include <vector>
 
 #include "plugin/host/nodes.h"
+#include "skeletal/angles.h"
 #include "skeletal/modelfile.h"
+
+// The rotation about Y by `pitch`, then about Z by `yaw`, of stored units.
+inline cmatrix4 PitchAndYaw(std::int16_t pitch, std::int16_t yaw) {
+  cmatrix4 aboutY;
+  cmatrix4 aboutZ;
+  aboutY.FromAngleY(-DecodeAngle(pitch));
+  aboutZ.FromAngleZ(-DecodeAngle(yaw));
+  return aboutY * aboutZ;
+}
 
 // The pose of one bone in the frame that was computed last.
 struct cimpbone {

@@ -181,10 +181,19 @@ class Bounded(program.ProgramTest):
             self.write("a.skin", "".join(f"{name},{image}\n" for name in surfaces))
             self.bounded("import", "a.mds", "-o", "a.glb", code=0, saying="is not an image")
             (self.dir / image).unlink()
-        self.write("a.png", png(4000, 4000, bytes(12001 * 4000)))
-        spellings = [f"{'./' * i}a.png" for i in range(40)]
-        self.write("a.skin", "".join(f"{name},{path}\n" for name, path in zip(surfaces, spellings)))
-        self.bounded("import", "a.mds", "-o", "a.glb", code=0, saying="images found")
+
+    def test_an_image_of_many_surfaces(self):
+        data, scene = skinned(1, 1)
+        scene["meshes"][0]["primitives"] *= 36
+        self.write("m.bin", data)
+        self.write("a.gltf", json.dumps(scene))
+        self.marrow("export", "a.gltf", "-o", "a.mds")
+        surfaces = [surface["name"] for surface in self.info("a.mds")["surfaces"]]
+        self.write("a.png", png(6000, 6000, bytes(18001 * 6000)))
+        self.write("a.skin", "".join(f"{name},{'./' * i}a.png\n"
+                                     for i, name in enumerate(surfaces)))
+        self.bounded("import", "a.mds", "-o", "a.glb", code=0, saying="36 of 36 images found",
+                     megabytes=600)
 
 
 if __name__ == "__main__":

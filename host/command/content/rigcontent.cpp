@@ -4,7 +4,7 @@
 #include "core/affine.h"
 #include "plugin/host/scene.h"
 #include "sampling/storednames.h"
-#include "skeletal/angles.h"
+#include "skeletal/pose.h"
 #include "skeletal/torso.h"
 
 namespace command {
@@ -14,14 +14,6 @@ namespace {
 bool AreNear(const core::vec3& found, const core::vec3& wanted) {
   return IsNear(found.x, wanted.x, kAxis) && IsNear(found.y, wanted.y, kAxis) &&
          IsNear(found.z, wanted.z, kAxis);
-}
-
-cmatrix4 PitchAndYaw(std::int16_t pitch, std::int16_t yaw) {
-  cmatrix4 aboutY;
-  cmatrix4 aboutZ;
-  aboutY.FromAngleY(-DecodeAngle(pitch));
-  aboutZ.FromAngleZ(-DecodeAngle(yaw));
-  return aboutY * aboutZ;
 }
 
 class rigcheck {

@@ -68,16 +68,11 @@ class imagesearch {
     if (content != nullptr && core::FindFile(image.State().path) == file.place) {
       return true;
     }
+    std::weak_ptr<const core::pixels>& known = loaded_[file.place];
+    std::shared_ptr<const core::pixels> found = known.lock();
     std::string fault = "is not an image";
-    std::shared_ptr<const core::pixels> found;
-    if (file.within == nullptr) {
-      cimage loaded;
-      loaded.Load(file.place.c_str());
-      found = loaded.State().content;
-    } else if (found = archived_[file.place].lock(); found == nullptr) {
-      if (auto bytes = files_.Read(file, fault)) {
-        archived_[file.place] = found = core::DecodeImage(std::move(*bytes));
-      }
+    if (found == nullptr) {
+      known = found = Decoded(file, fault);
     }
     if (found == nullptr) {
       unreadable_ = file.place + " " + fault;
@@ -87,9 +82,19 @@ class imagesearch {
     return true;
   }
 
+  std::shared_ptr<const core::pixels> Decoded(const gamefile& file, std::string& fault) {
+    if (file.within == nullptr) {
+      cimage loaded;
+      loaded.Load(file.place.c_str());
+      return loaded.State().content;
+    }
+    auto bytes = files_.Read(file, fault);
+    return bytes ? core::DecodeImage(std::move(*bytes)) : nullptr;
+  }
+
   gamefiles files_;
   // By place, while a material has it: many may name one.
-  std::unordered_map<std::string, std::weak_ptr<const core::pixels>> archived_;
+  std::unordered_map<std::string, std::weak_ptr<const core::pixels>> loaded_;
   std::string beside_;  // the model's own directory, where it lies in no models folder
   std::string unreadable_;
 };

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <limits>
 #include <optional>
 
 #include "command/failure.h"
