@@ -11,16 +11,9 @@ namespace {
 constexpr const char* kSuffixes[] = {"mdc", "mds", "mdm", "mdx"};
 
 bytes GoodFile(unsigned kind) {
-  switch (kind) {
-    case 0:
-      return SmallMdcModel().Write();
-    case 1:
-      return SmallSkelModel().WriteMds();
-    case 2:
-      return SmallSkelModel().WriteMdm();
-    default:
-      return SmallSkelModel().WriteMdx();
-  }
+  static const bytes kGood[] = {SmallMdcModel().Write(), SmallSkelModel().WriteMds(),
+                                SmallSkelModel().WriteMdm(), SmallSkelModel().WriteMdx()};
+  return kGood[kind];
 }
 
 }  // namespace
