@@ -1,33 +1,17 @@
 """What small files can ask of a machine: side files that have no end are not read, what is known to
 need more memory than it may is refused at once, and names do not steer terminals."""
 
-import json
+import itertools
 import os
 import struct
 import subprocess
-import unittest
 import zlib
 
-import program
+import numpy as np
+
+import program  # also brings the path of the oracle's modules
 from program import MARROW, SAMPLE
-
-
-def gltf(name):
-    """A scene with a node of that name that shows a triangle and moves, and its m.bin."""
-    data = struct.pack("<2f6f", 0, 1, 0, 0, 0, 1, 0, 0)
-    floats = {"componentType": 5126}
-    scene = {"asset": {"version": "2.0"}, "nodes": [{"name": name, "mesh": 0}],
-             "meshes": [{"primitives": [{"attributes": {"POSITION": 2}}]}],
-             "buffers": [{"byteLength": len(data), "uri": "m.bin"}],
-             "bufferViews": [{"buffer": 0, "byteLength": 8},
-                             {"buffer": 0, "byteOffset": 8, "byteLength": 24}],
-             "accessors": [{**floats, "bufferView": 0, "count": 2, "type": "SCALAR"},
-                           {**floats, "bufferView": 1, "count": 2, "type": "VEC3"},
-                           {**floats, "count": 3, "type": "VEC3"}],
-             "animations": [{"channels": [{"sampler": 0, "target": {"node": 0,
-                                                                    "path": "translation"}}],
-                             "samplers": [{"input": 0, "output": 1}]}]}
-    return json.dumps(scene), data
+import scenes
 
 
 class Endless(program.ProgramTest):
@@ -58,49 +42,35 @@ class Endless(program.ProgramTest):
             self.ends("export", SAMPLE, "-o", "c.mds", option, self.fifo("p"), code=1,
                       saying="is not a regular file")
         self.ends("info", self.fifo("p.glb"), code=1)
-        text, _ = gltf("a")
-        self.write("m.gltf", text)
+        self.marrow("convert", SAMPLE, "m.gltf")
         self.fifo("m.bin")
         self.ends("info", "m.gltf", code=1, saying="cannot read m.bin")
         self.ends("info", "/dev/zero", code=2)
 
     def test_names_do_not_steer_terminals(self):
-        scene, data = gltf("a\x1b[2J\x7f\u009b\nb\u00fc")
-        self.write("m.gltf", scene)
-        self.write("m.bin", data)
+        name = "a\x1b[2J\x7f\u009b\nb\u00fc"
+        self.scene("m.gltf", lambda _, nodes: (nodes["body"].pop("skin"),
+                                               nodes["body"].update(name=name)))
         shown = self.marrow("info", "m.gltf").out + self.marrow("info", "m.gltf", "--json").out
         told = self.marrow("export", "m.gltf", "-o", "m.mds").err
         for text in shown, told:
             self.assertFalse([c for c in text if c != "\n" and (c < " " or "\x7f" <= c < "\xa0")])
-        self.assertIn("a?[2J??", shown)
-        self.assertEqual(self.info("m.gltf")["nodes"][0]["name"], "a\x1b[2J\x7f\u009b\nb\u00fc")
+            self.assertIn("[2J??", text)
+        self.assertIn(name, [node["name"] for node in self.info("m.gltf")["nodes"]])
 
 
-def skinned(bones, seconds, vertices=3):
+def rig(bones, seconds, triangles=1):
     """A mesh on that many joints, of which the first moves; or on none, and moves itself."""
-    data = struct.pack("<2f6f", 0, seconds, 0, 0, 0, 1, 0, 0)
-    data += struct.pack("<9f", 0, 0, 0, 1, 0, 0, 0, 1, 0) * (vertices // 3)
-    data += bytes(4 * vertices) + struct.pack("<4f", 1, 0, 0, 0) * vertices
-    views, at = [], 0
-    for size in 8, 24, 12 * vertices, 4 * vertices, 16 * vertices:
-        views.append({"buffer": 0, "byteOffset": at, "byteLength": size})
-        at += size
-    kinds = (5126, 2, "SCALAR"), (5126, 2, "VEC3"), (5126, vertices, "VEC3"), \
-        (5121, vertices, "VEC4"), (5126, vertices, "VEC4")
-    joints = [{"name": f"b{i}"} for i in range(bones)]
-    if bones:
-        joints[0]["children"] = list(range(2, bones + 1))
-    return data, {
-        "asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0, 1] if bones else [0]}],
-        "nodes": [{"name": "m", "mesh": 0, **({"skin": 0} if bones else {})}, *joints],
-        **({"skins": [{"joints": list(range(1, bones + 1))}]} if bones else {}),
-        "meshes": [{"primitives": [{"attributes": {"POSITION": 2, "JOINTS_0": 3, "WEIGHTS_0": 4}}]}],
-        "buffers": [{"byteLength": len(data), "uri": "m.bin"}], "bufferViews": views,
-        "accessors": [{"bufferView": i, "componentType": component, "count": count, "type": kind}
-                      for i, (component, count, kind) in enumerate(kinds)],
-        "animations": [{"channels": [{"sampler": 0, "target": {"node": 1 if bones else 0,
-                                                               "path": "translation"}}],
-                        "samplers": [{"input": 0, "output": 1}]}]}
+    scene, corners = scenes.Scene(), np.tile(np.eye(3), (triangles, 1))
+    joints = [scene.node(f"b{i}", 0 if i else None) for i in range(bones)]
+    scene.node("m", mesh=0, **({"skin": 0} if bones else {}))
+    scene.skins = [{"joints": joints}] if bones else []
+    first = np.eye(4)[[0] * len(corners)]
+    scene.meshes = [scene.mesh("m", corners, corners, corners[:, :2], np.arange(len(corners)), {
+        "JOINTS_0": scene.array(0 * first, "VEC4", scenes.make_sample.BYTE),
+        "WEIGHTS_0": scene.array(first, "VEC4")})]
+    scene.clip("move", (0, "translation", [0, seconds], [(0, 0, 0), (1, 0, 0)], "LINEAR"))
+    return scene
 
 
 def png(width, height, rows):
@@ -109,9 +79,6 @@ def png(width, height, rows):
     return (b"\x89PNG\r\n\x1a\n" +
             chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)) +
             chunk(b"IDAT", zlib.compress(rows, 9)) + chunk(b"IEND", b""))
-
-
-SANITIZED = b"__asan_init" in open(MARROW, "rb").read()
 
 
 class Bounded(program.ProgramTest):
@@ -126,25 +93,43 @@ class Bounded(program.ProgramTest):
         told = self.read("said").decode()
         self.assertEqual(process.returncode, code, told)
         self.assertIn(saying, told)
-        if not SANITIZED:  # which takes several times as much of both
+        if not program.SANITIZED:  # which takes several times as much of both
             self.assertLess(used.ru_utime + used.ru_stime, seconds)
             self.assertLess(used.ru_maxrss // 1024, megabytes)
 
-    def scene(self, name, *how):
-        data, scene = skinned(*how)
-        self.write("m.bin", data)
-        self.write(name, json.dumps(scene))
-
     def test_frames(self):
-        self.scene("a.gltf", 60, 50000)
-        self.bounded("export", "a.gltf", "-o", "a.mds", code=1,
+        rig(60, 50000).write(self.dir / "a.glb")
+        self.bounded("export", "a.glb", "-o", "a.mds", code=1,
                      saying="that the input can need (--max-memory allows others) holds")
-        self.bounded("export", "a.gltf", "-o", "a.mds", "--max-memory", "500MB", code=1,
+        self.bounded("export", "a.glb", "-o", "a.mds", "--max-memory", "500MB", code=1,
                      saying="--max-memory of 500 MB holds 647668 frames of 60 bones, not 1000001")
-        self.scene("a.gltf", 0, 2000, 30000)
-        self.bounded("export", "a.gltf", "-o", "a.mdc", code=1,
+        rig(0, 2000, 10000).write(self.dir / "a.glb")
+        self.bounded("export", "a.glb", "-o", "a.mdc", code=1,
                      saying="the format holds 8945 frames of 30000 vertices, not 40001")
         self.assertEqual([name for name in self.names() if name.startswith("a.m")], [])
+
+    def test_what_scenes_say_over_and_over(self):
+        sets = rig(1, 1)
+        attributes = sets.meshes[0]["primitives"][0]["attributes"]
+        for kind, number in itertools.product(("JOINTS", "WEIGHTS"), range(1, 1800)):
+            attributes[f"{kind}_{number}"] = attributes[kind + "_0"]
+        for accessor in sets.accessors:
+            accessor["count"] = 300000
+            del accessor["bufferView"]
+        channels = rig(0, 50000)
+        channels.animations[0]["channels"] *= 1700
+        frames = rig(0, 50000)
+        for _ in range(16):
+            frames.animations[0]["channels"].append({
+                "sampler": 0, "target": {"node": frames.node("a"), "path": "translation"}})
+        names = rig(0, 1)
+        names.nodes *= 10000
+        names.meshes[0]["primitives"] *= 2
+        for scene, fault in ((sets, "has more values than the file can have"), (channels, ""),
+                             (frames, "frames for 17 nodes, which is more than a scene can hold"),
+                             (names, "")):
+            scene.write(self.dir / "a.glb")
+            self.bounded("info", "a.glb", code=bool(fault), saying=fault, megabytes=700, seconds=30)
 
     def test_clips(self):
         self.export("a.mds")
@@ -159,7 +144,7 @@ class Bounded(program.ProgramTest):
             scene.truncate(1 << 30)
             model.truncate(3 << 30)
         limit = "--max-memory", "400MB"
-        if not SANITIZED:
+        if not program.SANITIZED:
             self.bounded("info", "a.glb", *limit, code=1, saying="not enough memory; --max-memory")
         (self.dir / "b.mds").rename(self.dir / "c.glb")
         self.bounded("info", "c.glb", code=1, saying="is larger than 2 GiB")
@@ -183,11 +168,10 @@ class Bounded(program.ProgramTest):
             (self.dir / image).unlink()
 
     def test_an_image_of_many_surfaces(self):
-        data, scene = skinned(1, 1)
-        scene["meshes"][0]["primitives"] *= 36
-        self.write("m.bin", data)
-        self.write("a.gltf", json.dumps(scene))
-        self.marrow("export", "a.gltf", "-o", "a.mds")
+        scene = rig(1, 1)
+        scene.meshes[0]["primitives"] *= 36
+        scene.write(self.dir / "s.glb")
+        self.marrow("export", "s.glb", "-o", "a.mds")
         surfaces = [surface["name"] for surface in self.info("a.mds")["surfaces"]]
         self.write("a.png", png(6000, 6000, bytes(18001 * 6000)))
         self.write("a.skin", "".join(f"{name},{'./' * i}a.png\n"
@@ -196,5 +180,4 @@ class Bounded(program.ProgramTest):
                      seconds=4)  # nine, where each surface decodes it
 
 
-if __name__ == "__main__":
-    program.main()
+program.main()

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "command/files/modelcheck.h"
+#include "command/files/posedbox.h"
 #include "command/finish/openmodel.h"
 #include "skeletal/exporttest.h"
 
@@ -209,6 +210,21 @@ TEST_F(Content, Mdc) {
           head.ofsXyzCompressed, each.shaders->shaderIndex);
     }
   });
+}
+
+// By which an import tells whether an mdx belongs to an mdm.
+TEST_F(Content, ThePosedBoxIsThatOfTheFirstFramesBounds) {
+  NewScene();
+  cbone* hip = AddStill("hip", nullptr, {1, 2, 3}, {10, 20, 30});
+  cbone* arm = AddStill("arm", hip, {9, -4, 3}, {-40, 50, 60});
+  AddSkin("coat", {{2, 1, 0}, {3, -7, 5}, {2, 1, 8}}, {hip, arm, arm}, {{0, 1, 2}});
+  SetRange(0, 0, "arm");
+  const auto mesh = Mdm();
+  const auto skeleton = Mdx();
+  const command::corners box = command::PosedBox(*mesh, *skeleton);
+  for (std::size_t i = 0; i < 6; ++i) {
+    EXPECT_NEAR(box[i / 3][i % 3], skeleton->frames[0]->bounds[i / 3][i % 3], 0.01) << i;
+  }
 }
 
 }  // namespace

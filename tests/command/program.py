@@ -9,7 +9,11 @@ import sys
 import tempfile
 import unittest
 
+import numpy as np
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "oracle"))
 MARROW = os.path.abspath(sys.argv[1])
+SANITIZED = b"__asan_init" in open(MARROW, "rb").read()
 SAMPLE = os.path.abspath(sys.argv[2])  # 3 clips: idle 41 frames, walk 21, wave 33; 23 bones, 2 tags, 2 skins
 
 
@@ -47,6 +51,10 @@ class ProgramTest(unittest.TestCase):
             self.assertIn(text, result.err)
         return result
 
+    @staticmethod
+    def assert_near(numbers, wanted, delta):
+        np.testing.assert_allclose(numbers, wanted, rtol=0, atol=delta)
+
     def info(self, name, *options):
         return json.loads(self.marrow("info", name, "--json", *options).out)
 
@@ -70,6 +78,14 @@ class ProgramTest(unittest.TestCase):
 
     def export(self, name, *options):
         return self.marrow("export", SAMPLE, "-o", name, *options)
+
+    def scene(self, name, change):
+        """The sample as text, with its document changed; `change` gets the nodes by name too."""
+        if not (self.dir / "sample.gltf").exists():
+            self.marrow("convert", SAMPLE, "sample.gltf")
+        document = json.loads(self.read("sample.gltf"))
+        change(document, {node.get("name"): node for node in document["nodes"]})
+        self.write(name, json.dumps(document))
 
 
 def main():

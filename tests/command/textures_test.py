@@ -3,7 +3,6 @@ paths of exported ones."""
 
 import base64
 import io
-import json
 import os
 import struct
 import unittest
@@ -179,8 +178,21 @@ class Textures(program.ProgramTest):
 
 class Shaders(program.ProgramTest):
     def test_what_becomes_of_a_material(self):
-        self.marrow("convert", program.SAMPLE, "kept.gltf")
-        for name, path, image, options, wanted in (
+        def change(document, _):
+            material, image = document["materials"][0], document["images"][0]
+            material["name"], image["name"] = name, stored or ""
+            material["extras"] = {"game_path": path} if path else {}
+            if stored is None:
+                del material["pbrMetallicRoughness"]["baseColorTexture"]
+            # An image in the document's buffer has a name; one of a file has that file's.
+            content = self.read(image.pop("uri"))
+            document["buffers"].append({"byteLength": len(content), "uri": "data:;base64," +
+                                        base64.b64encode(content).decode()})
+            image.update(bufferView=len(document["bufferViews"]), mimeType="image/png")
+            document["bufferViews"].append({"buffer": len(document["buffers"]) - 1,
+                                            "byteLength": len(content)})
+
+        for name, path, stored, options, wanted in (
             ("figure", FACE, "b.png", [], FACE),
             ("figure", "Textures/Sfx/Glow", "b.png", [], "textures/sfx/glow"),
             ("models/players/hero/face", None, "face", [], FACE),
@@ -195,28 +207,12 @@ class Shaders(program.ProgramTest):
             ("face", None, None, ["--shader-dir=models/a/"], "models/a/face"),
             ("figure", None, "face.tga", [], "models/face.tga"),
         ):
-            scene = json.loads(self.read("kept.gltf"))
-            material = scene["materials"][0]
-            material["name"] = name
-            material["extras"] = {"game_path": path} if path else {}
-            scene["images"][0]["name"] = image or ""
-            if image is None:
-                del material["pbrMetallicRoughness"]["baseColorTexture"]
-            # An image in the document's buffer has a name; one of a file has that file's.
-            with open(self.dir / scene["images"][0].pop("uri"), "rb") as file:
-                content = file.read()
-            scene["buffers"].append({"byteLength": len(content), "uri": "data:;base64," +
-                                     base64.b64encode(content).decode()})
-            scene["bufferViews"].append({"buffer": len(scene["buffers"]) - 1,
-                                         "byteLength": len(content)})
-            scene["images"][0].update(bufferView=len(scene["bufferViews"]) - 1,
-                                      mimeType="image/png")
-            self.write("s.gltf", json.dumps(scene))
+            self.scene("s.gltf", change)
             for kind in "mdc", "mds":
                 self.marrow("export", "s.gltf", "-o", f"s.{kind}", "--end=0", *options)
                 shaders = {row["shader"] if kind == "mds" else row["shaders"][0]
                            for row in self.info(f"s.{kind}")["surfaces"]}
-                self.assertEqual(shaders, {wanted}, (name, path, image, kind))
+                self.assertEqual(shaders, {wanted}, (name, path, stored, kind))
 
     def test_what_is_written_beside_a_model(self):
         folder = "main/models/players/hero"
@@ -236,10 +232,8 @@ class Shaders(program.ProgramTest):
             wanted, = self.info(program.SAMPLE)["materials"]
             self.assertEqual((row["image"], row["width"], row["height"]),
                              (SHADER, wanted["width"], wanted["height"]))
-        self.marrow("convert", program.SAMPLE, "s.gltf")
-        scene = json.loads(self.read("s.gltf"))
-        scene["materials"][0]["extras"]["game_path"] = "../figure.tga"
-        self.write("s.gltf", json.dumps(scene))
+        self.scene("s.gltf", lambda document, _: document["materials"][0]["extras"].update(
+            game_path="../figure.tga"))
         before = self.names()
         self.assertIn("leads out", self.marrow("export", "s.gltf", "-o", model, "--end=0", "--force",
                                                "--write-images").err)
@@ -253,5 +247,4 @@ class Shaders(program.ProgramTest):
                          [SHADER.removesuffix(".tga")])
 
 
-if __name__ == "__main__":
-    program.main()
+program.main()

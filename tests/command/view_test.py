@@ -121,5 +121,4 @@ class View(program.ProgramTest):
         self.assertEqual(list((self.dir / "tmp").iterdir()), [])
 
 
-if __name__ == "__main__":
-    program.main()
+program.main()

@@ -20,28 +20,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Image, KeepsTheFileOfWhatASceneFileCanCarry) {
+// PNG and TGA files go through the tests of what is written.
+TEST(Image, KeepsAJpgFile) {
   const tempdirectory directory;
   const unsigned char rgb[] = {1, 2, 3, 10, 11, 12};
-  const std::string names[] = {directory.File("a.tga"), directory.File("a.png"),
-                               directory.File("a.jpg")};
-  stbi_write_tga(names[0].c_str(), 2, 1, 3, rgb);
-  stbi_write_png(names[1].c_str(), 2, 1, 3, rgb, 6);
-  stbi_write_jpg(names[2].c_str(), 2, 1, 3, rgb, 90);
-  for (const std::string& name : names) {
-    cimage image;
-    ASSERT_NE(image.Load(name.c_str()), 0);
-    const cimage copy = image;
-    const core::pixels& kept = *copy.State().content;
-    EXPECT_EQ(kept.rgba.empty(), !kept.encoded.empty()) << name;
-    const auto decoded =
-        kept.encoded.empty() ? copy.State().content : core::DecodeImage(kept.encoded);
-    const core::pixels& content = *decoded;
-    ASSERT_EQ(content.rgba.size(), 8U) << name;
-    EXPECT_TRUE(content.width == 2 && content.rgba[3] == 255);
-    EXPECT_EQ(content.encoded.size(), name == names[0] ? 0U : fs::file_size(name));
-    EXPECT_TRUE(name == names[2] || content.rgba[5] == 11);
-  }
+  const std::string name = directory.File("a.jpg");
+  stbi_write_jpg(name.c_str(), 2, 1, 3, rgb, 90);
+  cimage image;
+  ASSERT_NE(image.Load(name.c_str()), 0);
+  const core::pixels& content = *image.State().content;
+  EXPECT_TRUE(content.rgba.empty() && content.width == 2);
+  EXPECT_EQ(content.encoded, ReadBytes(name));
+  const auto decoded = core::DecodeImage(content.encoded);
+  ASSERT_EQ(decoded->rgba.size(), 8U);
+  EXPECT_EQ(decoded->rgba[3], 255);
 }
 
 TEST(Image, FindsAGamePathInAnotherCase) {

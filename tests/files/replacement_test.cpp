@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
 
 #include "samples/tempdirectory.h"
 
@@ -15,23 +14,9 @@ namespace fs = std::filesystem;
 
 class Replacement : public testing::Test {
  protected:
-  std::string At(const std::string& name) const { return (folder_ / name).string(); }
-
-  void Put(const std::string& name, const std::string& text) const {
-    std::ofstream(folder_ / name, std::ios::binary) << text;
-  }
-
-  // Every file of the folder with its content.
-  std::map<std::string, std::string> Files() const {
-    std::map<std::string, std::string> files;
-    for (const auto& entry : fs::directory_iterator(folder_)) {
-      std::ostringstream text;
-      text << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-      files[entry.path().filename().string()] = text.str();
-    }
-    return files;
-  }
-
+  std::string At(const std::string& name) const { return folder_.Path() + "/" + name; }
+  void Put(const std::string& name, const std::string& text) const { folder_.Write(name, text); }
+  std::map<std::string, std::string> Files() const { return folder_.Files(); }
   void Write(files::replacement& set, const std::string& name, const std::string& text) const {
     std::ofstream(set.Add(At(name)), std::ios::binary) << text;
   }
@@ -55,8 +40,7 @@ class Replacement : public testing::Test {
   };
 
  private:
-  tempdirectory holder_;
-  fs::path folder_ = fs::canonical(holder_.Path());
+  tempdirectory folder_;
 };
 
 using filemap = std::map<std::string, std::string>;

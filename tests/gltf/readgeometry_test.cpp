@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "gltf/readtest.h"
 
 namespace {
@@ -56,25 +54,19 @@ TEST_F(ReadGeometry, StripsAndFansAndPlainCornersBecomeTriangles) {
 TEST_F(ReadGeometry, ComponentsOfEveryTypeAreRead) {
   gltfmodel model;
   model.doc["extensionsRequired"] = {"KHR_mesh_quantization"};
-  const std::int16_t places[] = {100, -200, 300, 0, 7, 8, 9, 0, 0, 0, 0, 0};
-  const std::int8_t normals[] = {0, 127, 0, 0, -128, 0, 0, 0, 0, 0, 64, 0};
-  const std::uint16_t coordinates[] = {65535, 0, 0, 65535, 32767, 13107};
-  const auto raw = [](const void* data, std::size_t size) {
-    bytes content(size);
-    std::memcpy(content.data(), data, size);
-    return content;
-  };
-  const auto add = [&](const char* type, int component, const bytes& content, bool normalized) {
-    const int place = model.Accessor(type, component, content);
-    model.Accessors().back()["count"] = 3;
-    model.Accessors().back()["normalized"] = normalized;
+  bytewriter places, normals, coordinates;
+  places.I16(std::array{100, -200, 300, 0, 7, 8, 9, 0, 0, 0, 0, 0});
+  normals.I8(std::array{0, 127, 0, 0, -128, 0, 0, 0, 0, 0, 64, 0});
+  coordinates.I16(std::array{65535, 0, 0, 65535, 32767, 13107});
+  const auto add = [&](const char* type, int component, const bytewriter& content, int stride) {
+    const int place = model.Accessor(type, component, content.Content());
+    model.Accessors().back().update({{"count", 3}, {"normalized", component != 5122}});
+    model.doc["bufferViews"].back()["byteStride"] = stride;
     return place;
   };
-  const int p = add("VEC3", 5122, raw(places, sizeof(places)), false);
-  model.doc["bufferViews"].back()["byteStride"] = 8;
-  const int n = add("VEC3", 5120, raw(normals, sizeof(normals)), true);
-  model.doc["bufferViews"].back()["byteStride"] = 4;
-  const int t = add("VEC2", 5123, raw(coordinates, sizeof(coordinates)), true);
+  const int p = add("VEC3", 5122, places, 8);
+  const int n = add("VEC3", 5120, normals, 4);
+  const int t = add("VEC2", 5123, coordinates, 4);
   model.Node(
       {{"mesh", model.Mesh({{"attributes", {{"POSITION", p}, {"NORMAL", n}, {"TEXCOORD_0", t}}}})},
        {"scale", {0.01, 0.01, 0.01}}});

@@ -27,12 +27,6 @@ auto ReadBlock(const bytes& content, Read&& read) {
 
 constexpr std::int32_t kBadNumbers[] = {0, -1, 0x7FFFFFFF};
 
-void SetNumber(bytes& content, std::size_t position, std::int32_t number) {
-  for (std::size_t i = 0; i < 4 && position + i < content.size(); ++i) {
-    content[position + i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(number) >> 8 * i);
-  }
-}
-
 using reader = bool (*)(const unsigned char*, std::size_t);
 // From the first byte of a 32-bit field to the end of another.
 using stretch = std::pair<std::size_t, std::size_t>;
@@ -53,7 +47,7 @@ void ExpectSafe(const bytes& good, std::size_t unread, const std::vector<stretch
   for (const auto& [first, end] : fields) {
     for (std::size_t i = 3 * first / 4; i < 3 * end / 4; ++i) {
       bytes bad = good;
-      SetNumber(bad, i / 3 * 4, kBadNumbers[i % 3]);
+      Patch(bad, i / 3 * 4, kBadNumbers[i % 3]);
       ReadBlock(bad, read);
     }
   }
@@ -65,7 +59,7 @@ TEST(Hostile, Mdc) {
   // Vertices of frames are asked for one by one: here those of the last surface.
   ExpectSafe(good, 48, {{0, 8}, {72, 112}, {surface + 68, surface + 124}}, ReadMdc);
   bytes last = good;
-  SetNumber(last, surface + Offset(good, surface + 120) + 120, 0);
+  Patch(last, surface + Offset(good, surface + 120) + 120, 0);
   EXPECT_TRUE(ReadBlock(last, ReadMdc)) << "nothing follows the last surface";
 }
 
@@ -84,8 +78,8 @@ TEST(Hostile, Mdm) {
   const std::size_t tag = Offset(good, 92);
   ExpectSafe(good, 4, {{0, 8}, {72, 100}, {232, 340}, {tag + 64, tag + 132}}, ReadMdm);
   bytes last = good;
-  SetNumber(last, 100 + Offset(good, 272) + 172, 0);
-  SetNumber(last, good.size() - 8, 0);
+  Patch(last, 100 + Offset(good, 272) + 172, 0);
+  Patch(last, good.size() - 8, 0);
   EXPECT_TRUE(ReadBlock(last, ReadMdm)) << "nothing follows the last surface and the last tag";
 }
 
@@ -149,7 +143,7 @@ TEST(SkeletalReaders, FaultsNameTheirPlace) {
                {80, 0, ""}};
   for (const auto& each : cases) {
     bytes bad = good;
-    SetNumber(bad, each.field, each.value);
+    Patch(bad, each.field, each.value);
     cmdsfile file;
     EXPECT_EQ(file.Parse({bad.data(), bad.size()}), each.fault[0] == '\0');
     EXPECT_EQ(file.Fault(), each.fault);
@@ -162,7 +156,7 @@ template <class File>
 std::string NamesIn(const bytes& good, const patches& changes) {
   bytes changed = good;
   for (const auto& [position, value] : changes) {
-    SetNumber(changed, position, static_cast<std::int32_t>(value));
+    Patch(changed, position, value);
   }
   File file;
   if (!file.Parse({changed.data(), changed.size()})) {

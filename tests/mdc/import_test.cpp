@@ -89,10 +89,9 @@ TEST_F(MdcImport, AFileThatDoesNotHoldIsRefusedBeforeAnythingHappens) {
       {1112, 9999}, {1116, -9999}, {1120, 2147483647}};
   for (const auto& [field, value] : bad) {
     SCOPED_TRACE(std::to_string(field) + " = " + std::to_string(value));
-    bytewriter file;
-    file.I8(good);
-    file.Patch(field >= 1000 ? surface + field - 1000 : field, value);
-    EXPECT_EQ(Run(file.Content()), 0);
+    bytes file = good;
+    Patch(file, field >= 1000 ? surface + field - 1000 : field, value);
+    EXPECT_EQ(Run(file), 0);
   }
   EXPECT_EQ(Run({}) + Import(directory.File("missing.mdc")), 0);
   EXPECT_EQ(asked, 0);
@@ -121,12 +120,11 @@ TEST_F(MdcImport, WhatNoImportReachesIsNoFault) {
                {88, -1, "0", 1, 0}};
   for (const auto& each : cases) {
     SCOPED_TRACE(std::to_string(each.field) + " = " + std::to_string(each.value));
-    bytewriter file;
-    file.I8(good);
-    file.Patch(surface + each.field, each.value);
+    bytes file = good;
+    Patch(file, surface + each.field, each.value);
     NewScene();
     frame = each.frame;
-    ASSERT_EQ(Run(file.Content()), each.result);
+    ASSERT_EQ(Run(file), each.result);
     if (each.result == 0) {
       ExpectNothingDone();
       continue;

@@ -74,13 +74,8 @@ def check_export(check, kind, path, scale, rate=20, cut=None, origin=None):
     frames = frames[slice(*cut)] if cut else frames
     check.same(len(model.angles), len(frames), "frames")
     skins = [s for s in scene.surfaces if s.skin is not None or scene.parents[s.node] is not None]
-    check.same([len(s.first) - 1 for s in model.surfaces], [len(s.points) for s in skins],
-               "surfaces' vertices")
-    for made, own in zip(model.surfaces, skins):
-        check.same(made.triangles.tolist(), scene.triangles(own).tolist(),
-                   f"triangles of {own.name}")
-        if own.st is not None:
-            check.bound("texture coordinates", abs(made.st - own.st), 1e-6, 1, tell=False)
+    for made, own in zip(model.surfaces, skins, strict=True):
+        check.surface(scene, made, own)
         check_weights(check, scene, model, made, own)
         used = {b for bone in set(made.bone) for b in model.chain(bone)}
         check.same(made.references.tolist(), sorted(used), f"bone references of {own.name}")

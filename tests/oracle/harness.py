@@ -53,6 +53,15 @@ class Check:
         self.expect(not np.isnan(errors).any() and over.max() <= 1,
                     f"{what}: {errors[worst]:.6g} at {tuple(map(int, worst))}")
 
+    def surface(self, scene, made, own):
+        """A model's against the scene's: vertices, of which each has coordinates, and triangles."""
+        self.same(len(made.st), len(own.points), f"vertices of {own.name}")
+        self.same(made.triangles.tolist(), scene.triangles(own).tolist(),
+                  f"triangles of {own.name}")
+        if own.st is not None:
+            self.bound(f"texture coordinates of {own.name}", abs(made.st - own.st), 1e-6, 1,
+                       tell=False)
+
 
 def range_options(cut, origin):
     """Of an export of the frames from cut[0] to before cut[1], relative to a node."""

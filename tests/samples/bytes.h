@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -16,6 +17,11 @@
 using bytes = std::vector<std::uint8_t>;
 
 static_assert(std::endian::native == std::endian::little, "numbers stand in files as in memory");
+
+// Writes a 32-bit number over what stands there.
+inline void Patch(bytes& content, std::integral auto position, std::int64_t value) {
+  std::memcpy(&content.at(static_cast<std::size_t>(position)), &value, 4);
+}
 
 // Writes a file number by number, without the records of the product: what a test builds with it
 // tells whether those are right. Numbers come alone or in lists of any depth.
@@ -34,10 +40,7 @@ class bytewriter {
   }
 
   std::int64_t Position() const { return std::ssize(content_); }
-  // Writes a 32-bit number over what stands there.
-  void Patch(std::int64_t position, std::int64_t value) {
-    std::memcpy(&content_[static_cast<std::size_t>(position)], &value, 4);
-  }
+  void Patch(std::int64_t position, std::int64_t value) { ::Patch(content_, position, value); }
 
   const bytes& Content() const { return content_; }
 

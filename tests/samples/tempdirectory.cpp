@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 tempdirectory::tempdirectory() {
   do {
     const std::string name = "marrow-test-" + std::to_string(std::random_device()());
-    path_ = (fs::temp_directory_path() / name).generic_string();
+    path_ = (fs::canonical(fs::temp_directory_path()) / name).generic_string();
   } while (!fs::create_directories(path_));
 }
 
@@ -36,6 +36,15 @@ std::string tempdirectory::Write(const std::string& name, const bytes& content) 
 
 std::string tempdirectory::Write(const std::string& name, const std::string& text) const {
   return Write(name, bytes(text.begin(), text.end()));
+}
+
+std::map<std::string, std::string> tempdirectory::Files() const {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::directory_iterator(path_)) {
+    const bytes content = ReadBytes(entry.path().string());
+    files[entry.path().filename().string()].assign(content.begin(), content.end());
+  }
+  return files;
 }
 
 bytes ReadBytes(const std::string& path) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "samples/bytes.h"
@@ -19,6 +20,8 @@ class tempdirectory {
   // Writes the file and gives its path.
   std::string Write(const std::string& name, const bytes& content) const;
   std::string Write(const std::string& name, const std::string& text) const;
+  // The content of every file in it by its name; links are followed.
+  std::map<std::string, std::string> Files() const;
 
  private:
   std::string path_;

@@ -76,7 +76,6 @@ TEST(CfgLines, CommentsShortLinesAndLongLines) {
 TEST(SideFileText, EncodingsAndLineEnds) {
   using namespace std::string_literals;
   const std::pair<std::string, std::string> examples[] = {
-      {"\xEF\xBB\xBF\xC3\xA4,b\n", "\xC3\xA4,b\n"},
       {"a\rb\r", "a\nb\n"},
       {"a\rb\r\n", "a\rb\r\n"},
       {"\xFF\xFE"

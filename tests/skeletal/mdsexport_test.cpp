@@ -24,6 +24,9 @@ TEST_F(MdsExport, BonesTagsAndFramesSeenFromTheOrigin) {
   core::SetFlags(*flagged, kNodeFlagNoBone);
   AddStill(std::string(70, 'n').c_str(), flagged, {1, 0, 0});
   AddBone("l hand", spine, {KeyAt(0, {1, 0, 0}), KeyAt(4, {9, 0, 0})});
+  for (const char* name : {"Bip01 Spine3", "tag_chest", "Bip01 R Finger42"}) {
+    AddStill(name, nullptr, {});
+  }
   AddSkin("box", {{0, 0, 0}, {1, 0, 0}, {0, 2, 0}}, {top, top, top}, {{0, 1, 2}});
   SetRange(2, 4, "mover");
   const auto model = Mds();
@@ -39,11 +42,15 @@ TEST_F(MdsExport, BonesTagsAndFramesSeenFromTheOrigin) {
                                     {"bip01 Head", -1, 0.0F, 0.0F, 0},
                                     {"tag_torso", 2, 0.0F, 1.0F, 1},
                                     {std::string(63, 'n'), -1, 0.0F, 0.0F, 0},
-                                    {"l hand", 2, 1.0F, 1.0F, 0}}));
-  ASSERT_EQ(model->header->numTags, 2);
+                                    {"l hand", 2, 1.0F, 1.0F, 0},
+                                    {"Bip01 Spine3", -1, 0.85F, 0.0F, 0},
+                                    {"tag_chest", -1, 1.0F, 0.0F, 1},
+                                    {"Bip01 R Finger42", -1, 1.0F, 0.0F, 0}}));
+  ASSERT_EQ(model->header->numTags, 3);
   EXPECT_EQ(Text(model->tags[0].name), "TAG_Back");
   EXPECT_EQ(model->tags[0].torsoWeight, 0.85F) << "not that of the bone";
   EXPECT_EQ(model->tags[1].boneIndex, 4);
+  EXPECT_EQ(model->tags[2].torsoWeight, 0.55F);
   ASSERT_EQ(model->frames.size(), 3U);
   EXPECT_EQ(std::bit_cast<framehead>(*model->frames[0]),
             (framehead{3, -2, -3, 4, 0, -3, 1, 2, 3, 2, 3, -2, -3}));
@@ -71,17 +78,6 @@ TEST_F(MdsExport, TorsoParentByName) {
     EXPECT_EQ(Mds()->header->torsoParent, row.mds) << row.names.back();
     EXPECT_EQ(Mdx()->header->torsoParent, row.mdx) << row.names.back();
   }
-}
-
-TEST_F(MdsExport, BonesAndTagsOfTheStandardSkeletonFollowTheTorso) {
-  AddStill("Bip01 Spine3", nullptr, {});
-  AddStill("tag_chest", nullptr, {});
-  AddStill("Bip01 R Finger42", nullptr, {});
-  const auto model = Mds();
-  EXPECT_EQ(model->bones[0].torsoWeight, 0.85F);
-  EXPECT_EQ(model->bones[1].torsoWeight, 1.0F);
-  EXPECT_EQ(model->tags[0].torsoWeight, 0.55F);
-  EXPECT_EQ(model->bones[2].torsoWeight, 1.0F);
 }
 
 TEST_F(MdsExport, SurfacesKeepWhatTheSkinHas) {

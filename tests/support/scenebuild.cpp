@@ -109,19 +109,3 @@ void ExpectPoint(const cpoint3& actual, const cpoint3& expected, float tolerance
   EXPECT_NEAR(actual.y, expected.y, tolerance);
   EXPECT_NEAR(actual.z, expected.z, tolerance);
 }
-
-std::vector<cpoint3> PlacesAt(cnode& node, int frame) {
-  cexpmesh mesh;
-  if (node.GetType() == kNodeSkin) {
-    mesh.BuildFromSkin(&static_cast<cskin&>(node), 2);
-    mesh.CalcSkinVertsAtFrame(frame, 1, 1);
-  } else {
-    mesh.BuildFromMesh(&static_cast<cmesh&>(node), 2);
-  }
-  const cmatrix4 world = node.GetTMAtFrame(frame, kWholeTransform);
-  std::vector<cpoint3> places;
-  for (int v = 0; v < mesh.numVerts; ++v) {
-    places.push_back(mesh.verts[v].pos * world);
-  }
-  return places;
-}

@@ -37,6 +37,3 @@ cskin* AddSkin(const std::string& name, const std::vector<cpoint3>& offsets,
 cmaterial* AddMaterial(const std::string& name, const char* imagePath = nullptr);
 
 void ExpectPoint(const cpoint3& actual, const cpoint3& expected, float tolerance);
-
-// Places of a mesh's or skin's exported vertices in the world at the frame.
-std::vector<cpoint3> PlacesAt(cnode& node, int frame);

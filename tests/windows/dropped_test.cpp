@@ -10,9 +10,6 @@
 
 namespace {
 
-constexpr int kMessageText = 0xFFFF;  // the text of a message box
-constexpr int kFileName = 1148;       // the field of the system's file dialogs
-
 class started {
  public:
   started(const std::string& arguments, DWORD console) {

@@ -9,9 +9,6 @@
 
 namespace {
 
-constexpr int kMessageText = 0xFFFF;  // the text of a message box
-constexpr int kFileName = 1148;       // the field of the system's file dialogs
-
 std::string WindowText(HWND window) {
   std::string text(static_cast<std::size_t>(SendMessageA(window, WM_GETTEXTLENGTH, 0, 0)) + 1, ' ');
   text.resize(static_cast<std::size_t>(

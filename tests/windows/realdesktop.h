@@ -11,6 +11,9 @@
 
 #include "desktop/passing.h"
 
+inline constexpr int kMessageText = 0xFFFF;  // the text of a message box
+inline constexpr int kFileName = 1148;       // the field of the system's file dialogs
+
 // An open dialog of the test's thread from the user's side, worked with by window messages from
 // another thread: the operations of desktop::scriptedwindow on a real window.
 class realwindow {
