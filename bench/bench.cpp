@@ -1,7 +1,8 @@
 // The handlers over growing models. Without arguments of its own it is a Google Benchmark
 // program; with --case it measures one case alone:
 //   --case FORMAT KIND FRAMES SURFACES VERTS-PER-SURFACE JOINTS WEIGHTS
-// where KIND is export, import, scene or the bare loop of one: bareexport, bare, barescene.
+// where KIND is export, import, scene or the bare loop of one: bareexport, bare, barescene; or, of
+// the scene as a .glb, FORMAT being glb: read, write, replace, bareread or barewrite.
 
 #include <benchmark/benchmark.h>
 

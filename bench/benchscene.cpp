@@ -16,7 +16,8 @@ namespace {
 
 constexpr float kJointStep = 4.0F;  // units between neighbouring joints
 constexpr int kJointsPerSurface = 6;
-constexpr int kRow = 10;  // vertices in a row of a surface's grid
+constexpr int kLongestChain = 128;  // joints
+constexpr int kRow = 10;            // vertices in a row of a surface's grid
 
 // The button that selects every sequence of dialog 101.
 constexpr int kSkeletalImportDialog = 101;
@@ -70,6 +71,7 @@ benchhost::~benchhost() {
 void benchhost::AddJoints(const modelsize& size) {
   cbone* parent = nullptr;
   for (int joint = 0; joint < size.joints; ++joint) {
+    parent = joint % kLongestChain == 0 ? nullptr : parent;
     cbone* const bone = CreateNewBone();
     bone->SetName(Numbered("joint", joint).c_str());
     Interface::AddToScene(bone, 0);

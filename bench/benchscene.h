@@ -37,6 +37,7 @@ class benchfile {
   const std::string& Format() const { return format_; }
   std::string BarePath() const { return directory_ + "/bare.mdc"; }
   std::string ScenePath() const { return directory_ + "/bench.glb"; }
+  std::string BareScenePath() const { return directory_ + "/bare.glb"; }
   // The skeleton beside an mdm file.
   std::string SkeletonPath() const { return directory_ + "/bench.mdx"; }
 
@@ -46,8 +47,8 @@ class benchfile {
   std::string path_;
 };
 
-// A host with the module loaded and a scene of skinned surfaces on a chain of joints that all
-// move. A surface is bound to the few joints beside it, as a part of a character is.
+// A host with the module loaded and a scene of skinned surfaces on chains of up to 128 joints that
+// all move. A surface is bound to the few joints beside it, as a part of a character is.
 class benchhost {
  public:
   // Ends the program with a message when the module cannot be loaded.
@@ -67,6 +68,7 @@ class benchhost {
   int WriteScene(const benchfile& file);
   // What an export of an mdc computes at least; see bareexport.
   bareexport Bare() const { return bareexport(scene_); }
+  const core::scene& Scene() const { return scene_; }
   void SetFrames(int frames) { scene_.animEnd = frames - 1; }
 
  private:

@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 
 #include "bareframes.h"
 #include "bareloop.h"
+#include "scenefilecase.h"
 
 namespace {
 
@@ -56,7 +58,11 @@ void StartPeak() {
 
 // The one function whose instructions are counted.
 extern "C" [[gnu::noinline]] int MeasuredRun(benchhost* host, const benchfile* file,
-                                             const bareexport* bare, measuredrun what) {
+                                             const bareexport* bare, scenefilecase* sceneFile,
+                                             measuredrun what) {
+  if (sceneFile != nullptr) {
+    return sceneFile->Run();
+  }
   switch (what) {
     case measuredrun::Export:
       return host->Export(*file);
@@ -88,10 +94,14 @@ int MeasureCase(const modelsize& size, const std::string& format, measuredrun wh
   StartPeak();
   const double bare = ProcessBytes("VmRSS");
   host.SetFrames(1);
-  int result = host.Export(file);
+  int result = IsOfSceneFile(what) ? 1 : host.Export(file);
   host.SetFrames(size.frames);
-  if (what != measuredrun::Export && result == 1) {
+  if (what != measuredrun::Export && !IsOfSceneFile(what) && result == 1) {
     result = host.Export(file);
+  }
+  std::optional<scenefilecase> sceneFile;
+  if (IsOfSceneFile(what)) {
+    sceneFile.emplace(host.Scene(), file, what);
   }
   if (what == measuredrun::Scene || what == measuredrun::BareScene) {
     host.SetNormals(file, size.frames);
@@ -101,11 +111,14 @@ int MeasureCase(const modelsize& size, const std::string& format, measuredrun wh
   malloc_trim(0);
   const double prepared = ProcessBytes("VmRSS");
   StartPeak();
+  const auto start = std::chrono::steady_clock::now();
   const cputime before = CpuSeconds();
   if (result == 1) {
-    result = MeasuredRun(&host, &file, plain ? &*plain : nullptr, what);
+    result = MeasuredRun(&host, &file, plain ? &*plain : nullptr, sceneFile ? &*sceneFile : nullptr,
+                         what);
   }
   const cputime after = CpuSeconds();
+  const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
   const double peak = ProcessBytes("VmHWM");
   // Sums are taken in another order, which may move a coordinate over the edge of a step.
   if (const int apart = plain ? StepsApart(file.Path(), file.BarePath()) : 0;
@@ -113,13 +126,18 @@ int MeasureCase(const modelsize& size, const std::string& format, measuredrun wh
     std::fprintf(stderr, "the bare loop wrote other vertices than the export\n");
     result = 0;
   }
+  if (sceneFile && result == 1 && !sceneFile->Agrees()) {
+    std::fprintf(stderr, "the bare loop has other data than the scene's file\n");
+    result = 0;
+  }
   std::printf(
       "{\"format\": \"%s\", \"kind\": \"%s\", \"frames\": %d, \"surfaces\": %d, "
       "\"vertices\": %.0f, \"joints\": %d, \"weights\": %d, \"result\": %d, "
-      "\"userSeconds\": %.6f, \"systemSeconds\": %.6f, \"memoryBytes\": %.0f, "
+      "\"userSeconds\": %.6f, \"systemSeconds\": %.6f, \"wallSeconds\": %.6f, "
+      "\"memoryBytes\": %.0f, "
       "\"preparedBytes\": %.0f, \"sceneBytes\": %.0f}\n",
       format.c_str(), NameOf(what), size.frames, size.surfaces, size.Vertices(), size.joints,
-      size.weights, result, after.user - before.user, after.system - before.system, peak - prepared,
-      prepared - bare, size.SceneBytes());
+      size.weights, result, after.user - before.user, after.system - before.system, wall.count(),
+      peak - prepared, prepared - bare, size.SceneBytes());
   return result == 1 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -11,7 +11,7 @@ packages=(g++ cmake ninja-build
 for option in "$@"; do
   case $option in
   --tests)
-    packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
+    packages+=(libgtest-dev libbenchmark-dev rapidjson-dev clang-14 libclang-rt-14-dev clang-format-14
       clang-tidy-14 python3 python3-numpy binutils pkg-config valgrind chromium
       lintian fakeroot man-db zsh fish strace gltfpack draco)
     command -v npm >/dev/null || packages+=(nodejs npm)
