@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "bareexport.h"
+#include "bareskin.h"
 #include "core/scene.h"
 #include "desktop/scripted.h"
 #include "module/module.h"
@@ -35,7 +35,7 @@ class benchfile {
 
   const std::string& Path() const { return path_; }
   const std::string& Format() const { return format_; }
-  std::string BarePath() const { return directory_ + "/bare.mdc"; }
+  std::string BarePath() const { return directory_ + "/bare." + format_; }
   std::string ScenePath() const { return directory_ + "/bench.glb"; }
   std::string BareScenePath() const { return directory_ + "/bare.glb"; }
   // The skeleton beside an mdm file.
@@ -66,8 +66,8 @@ class benchhost {
   void SetNormals(const benchfile& file, int frames);
   // Of an mdc: all frames into a scene file, as the command does it.
   int WriteScene(const benchfile& file);
-  // What an export of an mdc computes at least; see bareexport.
-  bareexport Bare() const { return bareexport(scene_); }
+  // What the bare loops of the exports take out of the scene.
+  bare::model Bare() const { return bare::ModelOf(scene_); }
   const core::scene& Scene() const { return scene_; }
   void SetFrames(int frames) { scene_.animEnd = frames - 1; }
 

@@ -12,8 +12,10 @@
 #include <memory>
 #include <optional>
 
+#include "bareexport.h"
 #include "bareframes.h"
 #include "bareloop.h"
+#include "bareskeletal.h"
 #include "scenefilecase.h"
 
 namespace {
@@ -56,9 +58,24 @@ void StartPeak() {
   }
 }
 
+std::size_t WriteBare(const bare::model& model, const benchfile& file) {
+  return file.Format() == "mdc" ? WriteBareMdc(model, file.BarePath())
+                                : WriteBareMds(model, file.BarePath());
+}
+
+// What the bare loop wrote otherwise than the export; empty for nothing.
+std::string DifferenceOf(const benchfile& file) {
+  if (file.Format() != "mdc") {
+    return MdsDifference(file.Path(), file.BarePath());
+  }
+  // Sums are taken in another order, which may move a coordinate over the edge of a step.
+  const int apart = StepsApart(file.Path(), file.BarePath());
+  return apart < 0 || apart > 1 ? "vertices" : "";
+}
+
 // The one function whose instructions are counted.
 extern "C" [[gnu::noinline]] int MeasuredRun(benchhost* host, const benchfile* file,
-                                             const bareexport* bare, scenefilecase* sceneFile,
+                                             const bare::model* model, scenefilecase* sceneFile,
                                              measuredrun what) {
   if (sceneFile != nullptr) {
     return sceneFile->Run();
@@ -67,7 +84,7 @@ extern "C" [[gnu::noinline]] int MeasuredRun(benchhost* host, const benchfile* f
     case measuredrun::Export:
       return host->Export(*file);
     case measuredrun::BareExport:
-      return bare->Write(file->BarePath()) > 0 ? 1 : 0;
+      return WriteBare(*model, *file) > 0 ? 1 : 0;
     case measuredrun::Import:
       return host->Import(*file);
     case measuredrun::Scene:
@@ -106,24 +123,22 @@ int MeasureCase(const modelsize& size, const std::string& format, measuredrun wh
   if (what == measuredrun::Scene || what == measuredrun::BareScene) {
     host.SetNormals(file, size.frames);
   }
-  const std::optional<bareexport> plain =
-      what == measuredrun::BareExport ? std::optional<bareexport>(host.Bare()) : std::nullopt;
+  const std::optional<bare::model> model =
+      what == measuredrun::BareExport ? std::optional(host.Bare()) : std::nullopt;
   malloc_trim(0);
   const double prepared = ProcessBytes("VmRSS");
   StartPeak();
   const auto start = std::chrono::steady_clock::now();
   const cputime before = CpuSeconds();
   if (result == 1) {
-    result = MeasuredRun(&host, &file, plain ? &*plain : nullptr, sceneFile ? &*sceneFile : nullptr,
+    result = MeasuredRun(&host, &file, model ? &*model : nullptr, sceneFile ? &*sceneFile : nullptr,
                          what);
   }
   const cputime after = CpuSeconds();
   const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
   const double peak = ProcessBytes("VmHWM");
-  // Sums are taken in another order, which may move a coordinate over the edge of a step.
-  if (const int apart = plain ? StepsApart(file.Path(), file.BarePath()) : 0;
-      apart < 0 || apart > 1) {
-    std::fprintf(stderr, "the bare loop wrote other vertices than the export\n");
+  if (const std::string difference = model ? DifferenceOf(file) : ""; !difference.empty()) {
+    std::fprintf(stderr, "the bare loop wrote other %s than the export\n", difference.c_str());
     result = 0;
   }
   if (sceneFile && result == 1 && !sceneFile->Agrees()) {

@@ -8,7 +8,7 @@
 enum class measuredrun {
   Export,
   Import,
-  BareExport,  // bareexport on the scene that an export of an mdc would write
+  BareExport,  // WriteBareMdc or WriteBareMds on the scene that an export would write
   Scene,       // an mdc's every frame into a scene file
   BareLoop,    // DecodeBare on the file that an import would read
   BareScene,   // WriteBareFrames on the same
