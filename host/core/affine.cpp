@@ -116,8 +116,8 @@ bool InvertInPlace(affine& transform) {
   const vec3 ca = Cross(c, a);
   const vec3 ab = Cross(a, b);
   const double volume = Dot(a, bc);
-  const double extent = std::sqrt(Dot(a, a) * Dot(b, b) * Dot(c, c));
-  if (!(std::abs(volume) > kSingular * extent)) {
+  const double extentSquared = Dot(a, a) * Dot(b, b) * Dot(c, c);
+  if (!(volume * volume > kSingular * kSingular * extentSquared)) {
     return false;
   }
   const double f = 1.0 / volume;

@@ -4,12 +4,19 @@
 
 namespace {
 
-cmatrix4 WorldRotation(const skelBoneFrame& packed) {
+// The rotation that a bone's angles stand for: X, then Y, then Z.
+cmatrix4 StoredRotation(const skelBoneFrame& packed) {
   cmatrix4 rotation;
   rotation.FromAngleX(-DecodeAngle(packed.angles[2]));
-  rotation = rotation * PitchAndYaw(packed.angles[0], packed.angles[1]);
-  rotation.Invert();
-  return rotation;
+  return rotation * PitchAndYaw(packed.angles[0], packed.angles[1]);
+}
+
+cpoint3 FromParent(float distance, const skelBoneFrame& packed) {
+  cmatrix4 pitch;
+  cmatrix4 yaw;
+  pitch.FromAngleY(-DecodeAngle(packed.ofsAngles[0]));
+  yaw.FromAngleZ(-DecodeAngle(packed.ofsAngles[1]));
+  return MakePt3(distance, 0.0F, 0.0F) * pitch * yaw;
 }
 
 void SetTranslation(cmatrix4& matrix, const cpoint3& position) {
@@ -30,9 +37,9 @@ void CalcBonePoses(const skelrig& rig, std::size_t frame, std::vector<cimpbone>&
       MakePt3(head.parentOffset[0], head.parentOffset[1], head.parentOffset[2]);
   for (std::size_t i = 0; i < pBone.size(); ++i) {
     cimpbone& pose = pBone[i];
-    pose.rotTM = WorldRotation(packed[i]);
-    pose.offsetTM = PitchAndYaw(packed[i].ofsAngles[0], packed[i].ofsAngles[1]);
-    pose.pos = MakePt3(rig.bones[i].parentDist, 0.0F, 0.0F) * pose.offsetTM;
+    pose.fromWorld = StoredRotation(packed[i]);
+    pose.worldTM = Inverse(pose.fromWorld);
+    pose.pos = FromParent(rig.bones[i].parentDist, packed[i]);
     cpoint3 world;
     if (const std::int32_t parent = rig.Parent(i); parent == -1) {
       pose.pos = parentOffset + pose.pos;
@@ -40,19 +47,22 @@ void CalcBonePoses(const skelrig& rig, std::size_t frame, std::vector<cimpbone>&
     } else {
       world = pBone[static_cast<std::size_t>(parent)].worldTM.GetTrans() + pose.pos;
     }
-    pose.worldTM = pose.rotTM;
     SetTranslation(pose.worldTM, world);
   }
 }
 
 ckey BoneKey(const skelrig& rig, const std::vector<cimpbone>& pBone, std::size_t index, int frame) {
-  cmatrix4 local = pBone[index].worldTM;
-  if (const std::int32_t parent = rig.Parent(index); parent != -1) {
-    local = local * Inverse(pBone[static_cast<std::size_t>(parent)].worldTM);
-  }
+  const cimpbone& pose = pBone[index];
   ckey key;
   key.frame = frame;
-  key.pos = local.GetTrans();
-  key.rot = QuatFromMatrix(local);
+  if (const std::int32_t parent = rig.Parent(index); parent != -1) {
+    // The bone's world matrix times the inverse of its parent's, of which both parts are at hand.
+    const cmatrix4& fromParent = pBone[static_cast<std::size_t>(parent)].fromWorld;
+    key.pos = pose.pos * fromParent;
+    key.rot = QuatFromMatrix(pose.worldTM * fromParent);
+  } else {
+    key.pos = pose.pos;
+    key.rot = QuatFromMatrix(pose.worldTM);
+  }
   return key;
 }

@@ -21,10 +21,8 @@ struct cimpbone {
   // The world position of a bone without a parent; otherwise the offset from the parent, along
   // the world's axes.
   cpoint3 pos;
-  // The orientation whose X axis is the direction from the parent.
-  cmatrix4 offsetTM;
-  // The world rotation.
-  cmatrix4 rotTM;
+  // The rotation from the world's axes to the bone's own.
+  cmatrix4 fromWorld;
   cmatrix4 worldTM;
   // The scene's bone, if bones are imported.
   cbone* bone = nullptr;
