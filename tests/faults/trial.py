@@ -54,7 +54,7 @@ def cases(sample):
 class Trial:
     def __init__(self, marrow, sample, seconds, seed):
         self.marrow = os.path.abspath(marrow)
-        self.seconds = seconds
+        self.seconds, self.begun = seconds, time.monotonic()
         self.random = random.Random(seed)
         self.rows = collections.OrderedDict()
         self.faults = []
@@ -184,6 +184,10 @@ class Trial:
         if self.leftovers():
             return self.note(row, "left behind", f"{detail} {sorted(self.leftovers())}")
         return self.note(row, "next run" if left else state, detail)
+
+    def left(self):
+        """The share of the time that is not used up."""
+        return 1 - (time.monotonic() - self.begun) / self.seconds
 
     def parts(self, share, count):
         """Random cases, as many as asked for and as long as there is time."""
@@ -316,6 +320,7 @@ def main():
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 32))
     options = parser.parse_args()
     print(f"seed {options.seed}")
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)  # what nohup ignores, the runs would ignore too
     trial = Trial(options.marrow, options.sample, 110 if options.short else 4500, options.seed)
     trial.closed_pipe()
     trial.kills(0.15, 2000)
@@ -323,7 +328,7 @@ def main():
     trial.pairs(0.1, 500)
     if subprocess.run(["strace", "-o", "/dev/null", "true"], capture_output=True).returncode == 0:
         trial.kills_at_calls(0.25)
-        trial.failing_calls(0.3)
+        trial.failing_calls(trial.left())
     else:
         print("this machine lets nobody trace: no failing calls and no kills at calls")
     sys.exit(trial.table())
