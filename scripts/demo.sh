@@ -17,7 +17,7 @@ run() {
   "$@"
 }
 run "$marrow" handlers
-run "$marrow" export examples/sample.glb -o "$out/models/sample.mdc"
+run "$marrow" export examples/sample.glb -o "$out/models/sample.mdc" --write-images
 run "$marrow" info "$out/models/sample.mdc"
 run "$marrow" import "$out/models/sample.mdc" -o "$out/sample-from-mdc.glb"
 run "$marrow" info "$out/sample-from-mdc.glb"
