@@ -152,19 +152,22 @@ cpoint3 UnitOr(const vec3& wanted, const cpoint3& otherwise) {
 }
 
 // What no joint moves: the targets and the skin's own stretch alone.
-void Rest(deformer& work, const meshstate& mesh, const affine* stretch, std::size_t v) {
-  const bool morphs = mesh.morph != nullptr;
-  cpoint3 position = morphs ? Sum(mesh.verts[v], work.moved[v]) : mesh.verts[v];
+cpoint3 RestPosition(const deformer& work, const meshstate& mesh, std::size_t v) {
+  cpoint3 position = mesh.morph != nullptr ? Sum(mesh.verts[v], work.moved[v]) : mesh.verts[v];
+  if (work.stretch != nullptr) {
+    position = ToPoint(TransformVector(ToVec(position), *work.stretch) + work.stretch->translation);
+  }
+  return mesh.grid > 0.0F ? OnGrid(position, mesh.grid) : position;
+}
+
+cpoint3 RestNormal(const deformer& work, const meshstate& mesh, std::size_t v) {
   cpoint3 normal = mesh.normals[v];
-  if (morphs) {
+  if (mesh.morph != nullptr) {
     normal = UnitOr(ToVec(Sum(normal, work.turned[v])), normal);
   }
-  if (stretch != nullptr) {
-    position = ToPoint(TransformVector(ToVec(position), *stretch) + stretch->translation);
-    normal = UnitOr(TransformVector(ToVec(normal), ForNormals(*stretch)), normal);
-  }
-  work.positions[v] = mesh.grid > 0.0F ? OnGrid(position, mesh.grid) : position;
-  work.normals[v] = normal;
+  return work.stretch == nullptr
+             ? normal
+             : UnitOr(TransformVector(ToVec(normal), ForNormals(*work.stretch)), normal);
 }
 
 // Of a mesh with targets or joints that stretch: a joint turns a normal without making it longer.
@@ -184,6 +187,7 @@ cpoint3 BlendNormal(const deformer& work, const meshstate& mesh, std::size_t v) 
 void BlendNormals(deformer& work, const meshstate& mesh) {
   for (std::size_t v = 0; v < work.normals.size(); ++v) {
     if (work.starts[v] == work.starts[v + 1]) {
+      work.normals[v] = RestNormal(work, mesh, v);
       continue;
     }
     if (!work.normalMatrices.empty()) {
@@ -199,47 +203,56 @@ void BlendNormals(deformer& work, const meshstate& mesh) {
   }
 }
 
-template <bool Morphs>
-void Blend(deformer& work, const meshstate& mesh, const affine* stretch, const cpoint3& offset) {
+// Calls take(v, position) for each vertex.
+template <bool Morphs, class Take>
+void BlendAll(const deformer& work, const meshstate& mesh, const Take& take) {
   const std::uint32_t* const starts = work.starts.data();
   const std::uint32_t* const jointOf = work.jointOf.data();
   const float4* const offsets = work.offsets.data();
   const deformer::jointmatrix* const matrices = work.matrices.data();
-  cpoint3* const positions = work.positions.data();
-  const float4 whole = LanesOf(offset);
-  constexpr float kFar = std::numeric_limits<float>::infinity();
-  float4 low = float4{kFar, kFar, kFar, kFar};
-  float4 high = -low;
-  const std::size_t count = work.positions.size();
+  const float4 whole = LanesOf(work.whole);
+  const std::size_t count = mesh.verts.size();
   for (std::size_t v = 0; v < count; ++v) {
     const std::uint32_t first = starts[v];
     const std::uint32_t end = starts[v + 1];
-    float4 sum = float4{};
     if (first == end) {
-      Rest(work, mesh, stretch, v);
-      sum = LanesOf(positions[v]);
-    } else {
-      for (std::uint32_t i = first; i < end; ++i) {
-        const float4 part = offsets[i];
-        const deformer::jointmatrix& matrix = matrices[jointOf[i]];
-        sum += Turned(part, matrix) + part[3] * matrix.row[3];
-        if constexpr (Morphs) {
-          sum += part[3] * Turned(LanesOf(work.moved[v]), work.positionTurns[jointOf[i]]);
-        }
-      }
-      sum += (1.0F - sum[3]) * whole;
-      positions[v] = PointOf(sum);
+      take(v, LanesOf(RestPosition(work, mesh, v)));
+      continue;
     }
-    low = Least(sum, low);
-    high = Largest(sum, high);
+    float4 sum = float4{};
+    for (std::uint32_t i = first; i < end; ++i) {
+      const float4 part = offsets[i];
+      const deformer::jointmatrix& matrix = matrices[jointOf[i]];
+      sum += Turned(part, matrix) + part[3] * matrix.row[3];
+      if constexpr (Morphs) {
+        sum += part[3] * Turned(LanesOf(work.moved[v]), work.positionTurns[jointOf[i]]);
+      }
+    }
+    take(v, sum + (1.0F - sum[3]) * whole);
   }
-  work.low = count == 0 ? cpoint3() : PointOf(low);
-  work.high = count == 0 ? cpoint3() : PointOf(high);
 }
 
-}  // namespace
+// Fills the box, and calls take(v, position) for each vertex.
+template <class Take>
+void Blend(deformer& work, const meshstate& mesh, const Take& take) {
+  constexpr float kFar = std::numeric_limits<float>::infinity();
+  float4 low = float4{kFar, kFar, kFar, kFar};
+  float4 high = -low;
+  const auto widen = [&](std::size_t v, float4 p) {
+    take(v, p);
+    low = Least(p, low);
+    high = Largest(p, high);
+  };
+  if (mesh.morph != nullptr) {
+    BlendAll<true>(work, mesh, widen);
+  } else {
+    BlendAll<false>(work, mesh, widen);
+  }
+  work.low = mesh.verts.empty() ? cpoint3() : PointOf(low);
+  work.high = mesh.verts.empty() ? cpoint3() : PointOf(high);
+}
 
-const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
+deformer& Pose(cskin& skin, int frame, bool withNormals) {
   skinstate& state = skin.Skin();
   if (!state.prepared) {
     state.prepared = Prepare(state);
@@ -248,19 +261,29 @@ const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
   affine toLocal = WorldAtFrame(skin, frame);
   InvertInPlace(toLocal);
   SetMatrices(work, toLocal, frame);
-  // The joints' matrices carry the move into local space once for each unit of weight; what the
-  // weights of a vertex lack to 1 is made up for, since they are not normalised.
-  const cpoint3 offset = ToPoint(toLocal.translation);
-  const affine* const stretch = StretchAt(skin, frame);
+  work.whole = ToPoint(toLocal.translation);
+  work.stretch = StretchAt(skin, frame);
   if (state.mesh.morph != nullptr) {
     SumTargets(work, state.mesh, frame, withNormals);
-    Blend<true>(work, state.mesh, stretch, offset);
-  } else {
-    Blend<false>(work, state.mesh, stretch, offset);
   }
+  return work;
+}
+
+}  // namespace
+
+const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
+  deformer& work = Pose(skin, frame, withNormals);
+  cpoint3* const positions = work.positions.data();
+  Blend(work, skin.Skin().mesh, [=](std::size_t v, float4 p) { positions[v] = PointOf(p); });
   if (withNormals) {
-    BlendNormals(work, state.mesh);
+    BlendNormals(work, skin.Skin().mesh);
   }
+  return work;
+}
+
+const deformer& BoxAtFrame(cskin& skin, int frame) {
+  deformer& work = Pose(skin, frame, false);
+  Blend(work, skin.Skin().mesh, [](std::size_t /*v*/, float4 /*p*/) {});
   return work;
 }
 

@@ -33,6 +33,12 @@ struct deformer {
   cpoint3 low;  // the box of the positions; the origin where there are none
   cpoint3 high;
 
+  // At the frame: where what a vertex's weights lack to 1 stands, which are not normalised, since
+  // the joints' matrices carry the move into local space once for each unit of weight; and the
+  // skin's own stretch, null for none.
+  cpoint3 whole;
+  const affine* stretch = nullptr;
+
   // Of a mesh with morph targets: by joint what leads displacements and those of normals into its
   // space, and on from there into local space at the frame; what the frame's targets add to the
   // vertices at rest.
@@ -50,5 +56,8 @@ struct deformer {
 // Fills the positions, and the normals if wanted, of the skin at the frame: morph targets first,
 // then the joints. A vertex without weights stays where the targets have it.
 CORE_API const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals);
+
+// The same for the box alone, without the positions.
+CORE_API const deformer& BoxAtFrame(cskin& skin, int frame);
 
 }  // namespace core

@@ -49,7 +49,7 @@ cskin::cskin() : cnode(kNodeSkin) {
 cskin::~cskin() { delete skin_; }
 
 int cskin::GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) {
-  const core::deformer& deformed = core::DeformAtFrame(*this, frame, false);
+  const core::deformer& deformed = core::BoxAtFrame(*this, frame);
   minimum = deformed.low;
   maximum = deformed.high;
   return deformed.positions.empty() ? 0 : 1;

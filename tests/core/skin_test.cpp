@@ -1,3 +1,4 @@
+#include "core/box.h"
 #include "core/deform.h"
 #include "testscene.h"
 
@@ -68,6 +69,13 @@ TEST_F(Skin, DeformsLikeAPlainSumInLocalSpace) {
   // Yaw 90 takes x to y and y to -x: half of (1, 4, 3) and a quarter of (-7, 2, 7).
   ExpectPoint(list.verts[1].pos * world, {-1.25F, 2.5F, 3.25F}, 1e-5F);
   ExpectPoint(list.verts[0].pos * world, cpoint3{0, 1, 2} * world, 1e-5F);
+  cpoint3 low;
+  cpoint3 high;
+  cpoint3 wanted[2];
+  EXPECT_EQ(skin->GetBBoxAtFrame(10, low, high), 1);
+  core::BoxOf(core::DeformAtFrame(*skin, 10, false).positions, wanted[0], wanted[1]);
+  ExpectPoint(low, wanted[0], 0.0F);
+  ExpectPoint(high, wanted[1], 0.0F);
   // A turned normal, taken into the skin's own space.
   const cpoint3 normal = core::DeformAtFrame(*skin, 10, true).normals[2];
   ExpectPoint(normal * skin->GetTMAtFrame(10, kRotationOnly), {-1, 0, 0}, 1e-5F);
