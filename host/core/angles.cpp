@@ -71,7 +71,7 @@ void EulerFromMatrix(const cmatrix4& matrix, float* angles) {
   const core::vec3 first = core::Unit(m.row[0]);
   const core::vec3 last = core::Unit(m.row[2]);
   // Row 0 of X Y Z is (cos y cos z, -cos y sin z, sin y), with cos y not negative.
-  const double level = std::hypot(first.x, first.y);
+  const double level = std::sqrt(first.x * first.x + first.y * first.y);
   const bool vertical = level < kVertical;
   const double cosz = vertical ? 1.0 : first.x / level;
   const double sinz = vertical ? 0.0 : -first.y / level;

@@ -55,8 +55,8 @@ posecache::frameview posecache::At(int frame, std::size_t numNodes) {
     slots_ = std::move(slots);
     capacity_ = capacity;
   }
-  const auto count = static_cast<std::int64_t>(slots_.size());
-  const std::int64_t rest = frame % count;
+  const auto count = static_cast<int>(slots_.size());
+  const int rest = frame % count;
   slot& place = slots_[static_cast<std::size_t>(rest < 0 ? rest + count : rest)];
   if (!place.entries) {
     place.entries = std::make_unique<entry[]>(capacity_);

@@ -61,6 +61,28 @@ TEST_F(MdsExport, BonesTagsAndFramesSeenFromTheOrigin) {
   EXPECT_EQ(Text(model->header->name), "out.mds");
 }
 
+// Pitch and yaw of the direction from the parent in steps of the file, minus the angles.
+TEST_F(MdsExport, DirectionsFromTheParent) {
+  struct row {
+    cpoint3 position;
+    int pitch, yaw;
+  };
+  const row rows[] = {{{3, 0, 0}, 0, 0},      {{0, 3, 0}, 0, 16384},  {{-2, -2, 0}, 0, -24576},
+                      {{1, 0, 1}, -8192, 0},  {{0, 0, -5}, 16384, 0}, {{0, 0, 5}, -16384, 0},
+                      {{0, 0, 0}, -16384, 0}, {{1e-30F, 0, 0}, 0, 0}, {{1e30F, 1e30F, 0}, 0, 8192}};
+  cbone* root = AddStill("root", nullptr, {});
+  for (const row& row : rows) {
+    AddStill("bone", root, row.position);
+  }
+  const auto model = Mds();
+  const mdsBoneFrame* bone = skelrig::BoneFrames(model->frames.at(0)) + 1;
+  for (const row& row : rows) {
+    EXPECT_EQ(int{bone->ofsAngles[0]}, row.pitch) << row.position.x << ", " << row.position.z;
+    EXPECT_EQ(int{bone->ofsAngles[1]}, row.yaw) << row.position.x << ", " << row.position.y;
+    ++bone;
+  }
+}
+
 // The number counts tag bones in mds and leaves them out in mdx.
 TEST_F(MdsExport, TorsoParentByName) {
   struct row {
