@@ -39,11 +39,7 @@ class scenemaker {
     return any;
   }
 
-  cpoint3 Point() {
-    const float x = Number();
-    const float y = Number();
-    return MakePt3(x, y, Number());
-  }
+  cpoint3 Point() { return {Number(), Number(), Number()}; }
 
   std::string Name() {
     const char* const stem = input_.PickValueInArray({"", "tag_", "Bip01 Spine", "l_"});
@@ -74,10 +70,8 @@ class scenemaker {
     }
     std::vector<ckey> keys(static_cast<std::size_t>(Small(0, 3)));
     for (ckey& key : keys) {
-      key.frame = Small(-3, 10);
-      key.pos = Point();
-      key.rot = EulerToQuat(Point());
-      key.scale = input_.ConsumeBool() ? Point() : key.scale;
+      key = {Small(-3, 10), Point(), EulerToQuat(Point()),
+             input_.ConsumeBool() ? Point() : key.scale};
     }
     core::SetKeys(*node, keys);
     nodes_.push_back(node);
@@ -121,12 +115,7 @@ class scenemaker {
     mesh->Destroy();
     for (int v = Small(0, 8); v-- > 0;) {
       for (int w = Small(0, 3); w-- > 0;) {
-        cskinweight weight;
-        weight.weight = Number();
-        weight.offset = Point();
-        weight.normal = Point();
-        weight.bone = AnyNode();
-        skin->SetVertWeight(v, w, weight);
+        skin->SetVertWeight(v, w, {Number(), Point(), Point(), AnyNode()});
       }
     }
     return skin;

@@ -3,22 +3,19 @@
 import os
 import pty
 import json
-import struct
 import subprocess
 
-import program
+import program  # also brings the path of the oracle's modules
 from program import SAMPLE
+import models
 
-MDS_HEADER = ("<4si64sff10i", "ident version name lodScale lodBias numFrames numBones ofsFrames "
-              "ofsBones torsoParent numSurfaces ofsSurfaces numTags ofsTags ofsEnd")
 HEADERS = {
-    "mdc": ("<4si64s10i", "ident version name flags numFrames numTags numSurfaces numSkins "
-            "ofsFrames ofsTagNames ofsTags ofsSurfaces ofsEnd"),
-    "mds": MDS_HEADER,
-    "mdm": ("<4si64sff5i",
-            "ident version name lodBias lodScale numSurfaces ofsSurfaces numTags ofsTags ofsEnd"),
-    "mdx": ("<4si64s6i", "ident version name numFrames numBones ofsFrames ofsBones torsoParent "
-            "ofsEnd"),
+    "mdc": (models.MDC_HEADER, "flags numFrames numTags numSurfaces numSkins ofsFrames ofsTagNames "
+                               "ofsTags ofsSurfaces ofsEnd"),
+    "mds": (models.MDS_HEADER, "lodScale lodBias numFrames numBones ofsFrames ofsBones torsoParent "
+                               "numSurfaces ofsSurfaces numTags ofsTags ofsEnd"),
+    "mdm": (models.MDM_HEADER, "lodBias lodScale numSurfaces ofsSurfaces numTags ofsTags ofsEnd"),
+    "mdx": (models.MDX_HEADER, "numFrames numBones ofsFrames ofsBones torsoParent ofsEnd"),
 }
 LISTS = {
     "mdc": {"tags": 2, "surfaces": 2, "frames": 95},
@@ -240,8 +237,8 @@ class Export(program.ProgramTest):
         for kind, (layout, fields) in HEADERS.items():
             name = "a." + kind
             info = self.info(name)
-            values = struct.unpack_from(layout, self.read(name))
-            for field, value in zip(fields.split(), values):
+            values = layout.unpack_from(self.read(name))
+            for field, value in zip(f"ident version name {fields}".split(), values, strict=True):
                 if isinstance(value, bytes):
                     value = value.split(b"\0")[0].decode()
                 self.assertEqual(info[field], value, f"{kind} {field}")

@@ -37,7 +37,7 @@ class Content : public exporttest {
     SetRange(20, 19 + frames, "arm");
     EXPECT_EQ(Export(path), 1);
     const command::writtenfrom from{
-        *scene, command::framerange{20, frames}, NodeNamed("arm")->GetPosAtFrame(0), {true, 1}};
+        *scene, command::framerange{20, frames}, Node("arm")->GetPosAtFrame(0), {true, 1}};
     command::console out;
     command::FinishModel(out, path, path, command::KindOf(path), from.finish, *scene, from.range);
     return from;

@@ -58,19 +58,11 @@ TEST_F(Mesh, ExportSplitsByTextureVertexAndFlagsBadFaces) {
     mesh->SetVert(i, MakePt3(static_cast<float>(i), 0, 0));
     mesh->SetTVert(i, MakePt3(static_cast<float>(i) / 8.0F, 0.5F, 0));
   }
-  const int tables[5][6] = {{0, 1, 2, 0, 1, 2},   // vertex 3 has no face
-                            {0, 2, 4, 5, 2, 4},   // vertex 0 with another texture vertex
-                            {0, 1, 5, 0, 1, 2},   // no such vertex
-                            {0, 1, 2, 0, 6, 2},   // no such texture vertex
-                            {4, 2, 0, 4, 2, 5}};  // the split one again
-  for (int f = 0; f < 5; ++f) {
-    cface face;
-    for (int k = 0; k < 3; ++k) {
-      face.v[k] = tables[f][k];
-      face.tv[k] = tables[f][k + 3];
-    }
-    mesh->SetFace(f, face);
-  }
+  mesh->SetFace(0, {.v = {0, 1, 2}, .tv = {0, 1, 2}});  // vertex 3 has no face
+  mesh->SetFace(1, {.v = {0, 2, 4}, .tv = {5, 2, 4}});  // vertex 0 with another texture vertex
+  mesh->SetFace(2, {.v = {0, 1, 5}, .tv = {0, 1, 2}});  // no such vertex
+  mesh->SetFace(3, {.v = {0, 1, 2}, .tv = {0, 6, 2}});  // no such texture vertex
+  mesh->SetFace(4, {.v = {4, 2, 0}, .tv = {4, 2, 5}});  // the split one again
   cexpmesh list;
   for (int round = 0; round < 2; ++round) {  // a second time into the same lists
     list.BuildFromMesh(mesh, 2);

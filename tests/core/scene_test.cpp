@@ -112,6 +112,19 @@ TEST_F(Scene, MaterialsAndNotes) {
   EXPECT_EQ(scene.notes, "one\r\ntwoend");
 }
 
+TEST(Values, LookAtIsARotationWithItsDirectionInRowTwo) {
+  for (const cpoint3& direction :
+       {cpoint3{0, 1, 0}, {0, -1, 0}, {0.6F, 0, -0.8F}, {0, 0.6F, 0.8F}}) {
+    cmatrix4 look;
+    MatrixLookAt(look, direction, MakePt3(0, 1, 0));
+    const cpoint3 x = look.GetRow3(0), y = look.GetRow3(1);
+    EXPECT_NEAR(x.Length(), 1.0F, 1e-6F);
+    ExpectPoint(look.GetRow3(2), direction, 1e-6F);
+    ExpectPoint({x.y * y.z - x.z * y.y, x.z * y.x - x.x * y.z, x.x * y.y - x.y * y.x}, direction,
+                1e-6F);
+  }
+}
+
 // What a module of another compiler run relies on beside the sizes: where its virtual calls land.
 TEST(Node, OrderOfTheTable) {
   const auto slot = [](auto member) {

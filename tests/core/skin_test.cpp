@@ -8,12 +8,11 @@ class Skin : public scenetest {
  protected:
   // A skin of `verts` points, itself moved, turned and scaled.
   cskin* NewSkin(int verts) {
-    cmesh* mesh = CreateNewMesh();
-    mesh->Allocate(verts, 0, 1);
+    std::vector<cpoint3> points;
     for (int i = 0; i < verts; ++i) {
-      mesh->SetVert(i, MakePt3(static_cast<float>(i), 1, 2));
+      points.push_back({static_cast<float>(i), 1, 2});
     }
-    SetTriangle(*mesh, 0, 0, 1, 2);
+    cmesh* mesh = MakeMesh("", points, {{0, 1, 2}});
     cskin* skin = CreateNewSkin();
     EXPECT_EQ(skin->Init(mesh), 1);
     mesh->Destroy();
@@ -25,12 +24,7 @@ class Skin : public scenetest {
 };
 
 cskinweight Weight(float weight, cnode* bone, const cpoint3& offset) {
-  cskinweight result;
-  result.weight = weight;
-  result.bone = bone;
-  result.offset = offset;
-  result.normal = MakePt3(0, 1, 0);
-  return result;
+  return {weight, offset, MakePt3(0, 1, 0), bone};
 }
 
 TEST_F(Skin, WeightsComeInAnyOrder) {

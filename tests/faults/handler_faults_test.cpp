@@ -142,7 +142,7 @@ TEST_P(HandlerFaults, EndCleanly) {
         EXPECT_EQ(ReadBytes(file), written);  // whoever says it is done has done it
       }
       EXPECT_NE(result, -1);
-      EXPECT_EQ(NodeNamed(""), nullptr) << "a mesh that found no room is left out";
+      EXPECT_EQ(Node(""), nullptr) << "a mesh that found no room is left out";
       EXPECT_EQ(desk.OpenWindows(), 0U);
       scene.reset();
       ASSERT_EQ(failingnew::Live(), before);

@@ -11,6 +11,7 @@
 #include "gltf/gltf.h"
 #include "plugin/host/scene.h"
 #include "samples/gltfmodel.h"
+#include "samples/named.h"
 #include "samples/tempdirectory.h"
 
 // A scene that files are read into, once a test.
@@ -35,18 +36,13 @@ class readtest : public testing::Test {
     return lines;
   }
 
-  cnode* Node(const std::string& name) const {
-    const auto& nodes = scene.Nodes();
-    const auto found = std::find_if(nodes.begin(), nodes.end(),
-                                    [&](cnode* node) { return name == node->GetName(); });
-    EXPECT_NE(found, nodes.end()) << name;
-    return found == nodes.end() ? nullptr : *found;
-  }
+  cnode* Node(const std::string& name) const { return NodeNamed(scene.Nodes(), name); }
 
-  static void ExpectBox(cnode* node, int frame, const cpoint3& low, const cpoint3& high) {
+  static void ExpectBox(cnode* node, int frame, const cpoint3& low, const cpoint3& high,
+                        float tolerance = 2e-5F) {
     cpoint3 box[2];
     node->GetBBoxAtFrame(frame, box[0], box[1]);
-    EXPECT_LT((box[0] - low).Length() + (box[1] - high).Length(), 2e-5F);
+    EXPECT_LT((box[0] - low).Length() + (box[1] - high).Length(), tolerance);
   }
 
   static const core::meshstate& MeshOf(cnode* node) {

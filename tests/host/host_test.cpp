@@ -15,6 +15,7 @@
 #include "module/module.h"
 #include "plugin/platform/desktop.h"
 #include "samples/mdcmodel.h"
+#include "samples/named.h"
 #include "samples/skelmodel.h"
 #include "samples/tempdirectory.h"
 
@@ -127,11 +128,7 @@ class watchingdesktop final : public cdesktop {
   }
 };
 
-cnode* Named(const std::string& name) {
-  const auto found =
-      std::ranges::find_if(Scene().nodes, [&name](cnode* node) { return name == node->GetName(); });
-  return found == Scene().nodes.end() ? nullptr : *found;
-}
+cnode* Named(const std::string& name) { return NodeNamed(Scene().nodes, name); }
 
 class SmallestHost : public testing::Test {
  protected:

@@ -39,7 +39,7 @@ TEST_F(MdcImport, BringsTheChosenFrameInAndNothingElse) {
 
   // Bones before meshes.
   ASSERT_EQ(scene->Nodes().size(), 4U);
-  EXPECT_EQ(static_cast<cbone*>(NodeNamed("tag_head"))->anim.State().keys.size(), 1U);
+  EXPECT_EQ(static_cast<cbone*>(Node("tag_head"))->anim.State().keys.size(), 1U);
   const core::meshstate& cape = static_cast<cmesh*>(scene->Nodes()[3])->Mesh();
   const cface& face = cape.faces[1];
   EXPECT_TRUE(face.v[0] == 2 && face.v[1] == 1 && face.v[2] == 3);
@@ -64,7 +64,7 @@ TEST_F(MdcImport, TheNoteTellsWhatTheHeaderSaysWhateverThatIs) {
   ASSERT_EQ(Run(model.Write()), 1);
   EXPECT_NE(Notes().find("RTCW MDC Model: " + std::string(64, 'n') + "\nident:        ID\n"),
             std::string::npos);
-  EXPECT_NE(NodeNamed(std::string(64, 'n')), nullptr);
+  EXPECT_NE(Node(std::string(64, 'n')), nullptr);
 }
 
 TEST_F(MdcImport, AModelWithoutAnythingIsAModelAndACancelledDialogDoesNothing) {

@@ -72,12 +72,3 @@ int moduletest::Export(const std::string& path) {
   log = {};
   return module->FindExporter(Suffix(path))->exporter->Export(path.c_str());
 }
-
-cnode* moduletest::NodeNamed(const std::string& name) const {
-  for (cnode* node : scene->Nodes()) {
-    if (name == node->GetName()) {
-      return node;
-    }
-  }
-  return nullptr;
-}

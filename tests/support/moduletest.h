@@ -9,6 +9,7 @@
 #include "core/scene.h"
 #include "desktop/scripted.h"
 #include "module/module.h"
+#include "samples/named.h"
 #include "samples/tempdirectory.h"
 
 struct shownmessage {
@@ -60,8 +61,7 @@ class moduletest : public testing::Test {
   void NewScene();
 
   const std::string& Notes() const { return scene->notes; }
-  // Null when the scene has no such node.
-  cnode* NodeNamed(const std::string& name) const;
+  cnode* Node(const std::string& name) const { return NodeNamed(scene->Nodes(), name); }
 
   tempdirectory directory;
   desktop::scripteddesktop desk;

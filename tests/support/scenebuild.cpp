@@ -1,12 +1,7 @@
 #include "support/scenebuild.h"
 
 ckey KeyAt(int frame, const cpoint3& position, const cpoint3& angles, const cpoint3& scale) {
-  ckey key;
-  key.frame = frame;
-  key.pos = position;
-  key.rot = EulerToQuat(angles);
-  key.scale = scale;
-  return key;
+  return {frame, position, EulerToQuat(angles), scale};
 }
 
 namespace {
@@ -32,14 +27,6 @@ cnode* AddDummy(const std::string& name, cnode* parent, const std::vector<ckey>&
   return Place(new core::cdummy, name, parent, keys);
 }
 
-void SetTriangle(cmesh& mesh, int index, int a, int b, int c) {
-  cface face;
-  face.v[0] = face.tv[0] = a;
-  face.v[1] = face.tv[1] = b;
-  face.v[2] = face.tv[2] = c;
-  mesh.SetFace(index, face);
-}
-
 cmesh* MakeMesh(const std::string& name, const std::vector<cpoint3>& verts,
                 const std::vector<corners>& triangles) {
   cmesh* mesh = CreateNewMesh();
@@ -52,8 +39,8 @@ cmesh* MakeMesh(const std::string& name, const std::vector<cpoint3>& verts,
     mesh->SetTVert(v, MakePt3(step, 1.0F - step, 0.0F));
   }
   int index = 0;
-  for (const corners& triangle : triangles) {
-    SetTriangle(*mesh, index++, triangle[0], triangle[1], triangle[2]);
+  for (const auto& [a, b, c] : triangles) {
+    mesh->SetFace(index++, {.v = {a, b, c}, .tv = {a, b, c}});
   }
   mesh->AutoSmooth(45.0F, 0);
   return mesh;
@@ -81,13 +68,9 @@ cskin* AddSkin(const std::string& name, const std::vector<cpoint3>& offsets,
   skin->Init(mesh);
   mesh->Destroy();
   skin->SetName(name.c_str());
-  cskinweight weight;
-  weight.weight = 1.0F;
-  weight.normal = MakePt3(0.0F, 0.0F, 1.0F);
   for (std::size_t v = 0; v < offsets.size(); ++v) {
-    weight.offset = offsets[v];
-    weight.bone = bones[v];
-    skin->SetVertWeight(static_cast<int>(v), 0, weight);
+    skin->SetVertWeight(static_cast<int>(v), 0,
+                        {1.0F, offsets[v], MakePt3(0.0F, 0.0F, 1.0F), bones[v]});
     skin->SetVertNumWeights(static_cast<int>(v), 1);
   }
   Interface::AddToScene(skin, 0);

@@ -19,8 +19,6 @@ cnode* AddDummy(const std::string& name, cnode* parent, const std::vector<ckey>&
 
 using corners = std::array<int, 3>;
 
-void SetTriangle(cmesh& mesh, int index, int a, int b, int c);
-
 // A mesh whose texture vertex v is (v / 8, 1 - v / 8); not in the scene yet.
 cmesh* MakeMesh(const std::string& name, const std::vector<cpoint3>& verts,
                 const std::vector<corners>& triangles);

@@ -144,7 +144,7 @@ TEST_F(RealRun, TheMdxDialogsGiveAFileAndTheProgressWindowGetsTheFocus) {
     return true;
   };
   ASSERT_EQ(Import(mdm), 1);
-  EXPECT_NE(NodeNamed("tag_head"), nullptr);
+  EXPECT_NE(Node("tag_head"), nullptr);
 }
 
 TEST_F(RealRun, ThePickerIsAListOfTheScene) {
