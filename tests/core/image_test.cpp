@@ -7,6 +7,7 @@
 #include "core/decode.h"
 #include "core/findfile.h"
 #include "core/state.h"
+#include "samples/gltfmodel.h"
 #include "samples/tempdirectory.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -20,20 +21,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// PNG and TGA files go through the tests of what is written.
-TEST(Image, KeepsAJpgFile) {
+// What it cannot carry is looked at where scene files are written.
+TEST(Image, KeepsTheFileOfWhatASceneFileCanCarry) {
   const tempdirectory directory;
   const unsigned char rgb[] = {1, 2, 3, 10, 11, 12};
-  const std::string name = directory.File("a.jpg");
-  stbi_write_jpg(name.c_str(), 2, 1, 3, rgb, 90);
-  cimage image;
-  ASSERT_NE(image.Load(name.c_str()), 0);
-  const core::pixels& content = *image.State().content;
-  EXPECT_TRUE(content.rgba.empty() && content.width == 2);
-  EXPECT_EQ(content.encoded, ReadBytes(name));
-  const auto decoded = core::DecodeImage(content.encoded);
-  ASSERT_EQ(decoded->rgba.size(), 8U);
-  EXPECT_EQ(decoded->rgba[3], 255);
+  const std::string jpeg = directory.File("a.jpg");
+  stbi_write_jpg(jpeg.c_str(), 2, 1, 3, rgb, 90);
+  for (const std::string& name : {jpeg, directory.Write("a.png", OnePixelPng())}) {
+    cimage image;
+    ASSERT_NE(image.Load(name.c_str()), 0);
+    const core::pixels& content = *image.State().content;
+    EXPECT_TRUE(content.rgba.empty()) << name;
+    EXPECT_EQ(content.encoded, ReadBytes(name));
+    const auto decoded = core::DecodeImage(content.encoded);
+    ASSERT_EQ(decoded->rgba.size(), name == jpeg ? 8U : 4U);
+    EXPECT_EQ(decoded->rgba[3], 255);
+  }
 }
 
 TEST(Image, FindsAGamePathInAnotherCase) {

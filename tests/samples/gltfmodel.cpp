@@ -152,7 +152,7 @@ gltfmodel SmallGltf() {
   const int body = model.Mesh(
       {{"attributes",
         {{"POSITION", places},
-         {"NORMAL", model.Floats("VEC3", {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1})},
+         {"NORMAL", model.Floats("VEC3", {0, 0, 1, 0, 0, 1, 0, 0, 1, 0.6F, 0, 0.8F})},
          {"TEXCOORD_0", model.Floats("VEC2", {0, 0, 1, 0, 0, 1, 1, 1})},
          {"JOINTS_0", model.Bytes("VEC4", {0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0})},
          {"WEIGHTS_0",
