@@ -11,13 +11,15 @@ namespace gltf {
 
 namespace {
 
-// Keys of one scene: 700 MB. A small file gets what 200 bones in 20,000 frames take.
+// Keys of one scene: 700 MB. A small file gets what 200 bones in 20,000 frames
+// take.
 constexpr std::int64_t kMostKeys = std::int64_t{1} << 24;
 constexpr std::int64_t kFreeKeys = std::int64_t{1} << 22;
 
 // Scales that differ by no more than this are one scale with rounding.
 constexpr double kSameScale = 1e-6;
-// Change of the squared scale during a clip that is still none: 5e-4 of the scale.
+// Change of the squared scale during a clip that is still none: 5e-4 of the
+// scale.
 constexpr double kSteadyScale = 1e-3;
 
 struct placed {
@@ -49,16 +51,21 @@ cquat Normalized(const cquat& q) {
   return result;
 }
 
+cquat ToScene(const cquat& from, const axismap& axes) {
+  const core::vec3 axis = axes.ToScene(core::vec3{from.x, from.y, from.z});
+  cquat result;
+  result.x = static_cast<float>(axis.x);
+  result.y = static_cast<float>(axis.y);
+  result.z = static_cast<float>(axis.z);
+  result.w = from.w;
+  return result;
+}
+
 // Into the scene's axes and units.
 transform ToScene(const transform& from, const axismap& axes, double scale) {
   transform result;
   result.translation = axes.ToScene(from.translation) * scale;
-  const core::vec3 axis =
-      axes.ToScene(core::vec3{from.rotation.x, from.rotation.y, from.rotation.z});
-  result.rotation.x = static_cast<float>(axis.x);
-  result.rotation.y = static_cast<float>(axis.y);
-  result.rotation.z = static_cast<float>(axis.z);
-  result.rotation.w = from.rotation.w;
+  result.rotation = ToScene(from.rotation, axes);
   result.scale = axes.ScaleToScene(from.scale);
   return result;
 }
@@ -83,7 +90,8 @@ transform Decomposed(const core::affine& matrix) {
   return result;
 }
 
-// What a scale does whatever rotation stands behind it: the products of the rows.
+// What a scale does whatever rotation stands behind it: the products of the
+// rows.
 using scaleform = std::array<double, 6>;
 
 scaleform FormOf(const core::affine& m) {
@@ -102,7 +110,8 @@ bool SameScale(const scaleform& a, const scaleform& b) {
   return true;
 }
 
-// Takes the scale out of `whole`, a transform without move: whole = scale x rotation.
+// Takes the scale out of `whole`, a transform without move: whole = scale x
+// rotation.
 void SetScale(nodepose& pose, const core::affine& whole) {
   const core::affine scale = whole * Transposed(core::RotationOf(whole));
   const double factor = (scale.row[0].x + scale.row[1].y + scale.row[2].z) / 3.0;
@@ -122,6 +131,27 @@ void SetScale(nodepose& pose, const core::affine& whole) {
   }
 }
 
+// A node at every frame of the time line, in the scene's axes and units.
+struct nodeframes {
+  // One for each frame; empty: as at rest.
+  std::vector<core::vec3> translations;
+  std::vector<cquat> rotations;
+  std::vector<core::vec3> scales;
+  transform rest;
+
+  void Start(const transform& from) {
+    translations.clear();
+    rotations.clear();
+    scales.clear();
+    rest = from;
+  }
+  transform At(std::size_t frame) const {
+    return {translations.empty() ? rest.translation : translations[frame],
+            rotations.empty() ? rest.rotation : rotations[frame],
+            scales.empty() ? rest.scale : scales[frame]};
+  }
+};
+
 class posemaker {
  public:
   posemaker(const document& doc, const plan& nodes, const timeline& line, const options& how,
@@ -136,6 +166,10 @@ class posemaker {
 
   poselist Make() {
     made_.nodes.resize(doc_.nodes.size());
+    for (std::size_t clip = 0; clip < doc_.animations.size(); ++clip) {
+      clips_.emplace_back(doc_.animations[clip], line_.clips[clip], line_.lengths[clip],
+                          line_.rates[clip]);
+    }
     GatherChannels();
     for (const int index : nodes_.order) {
       MakePose(static_cast<std::size_t>(index));
@@ -151,7 +185,8 @@ class posemaker {
         if (moved.path == target::Weights) {
           continue;
         }
-        // A clip has one channel for each part of a node's pose: the last that it names.
+        // A clip has one channel for each part of a node's pose: the last that
+        // it names.
         std::vector<placed>& list = channels_[static_cast<std::size_t>(moved.node)];
         const auto same = std::find_if(list.rbegin(), list.rend(), [&](const placed& other) {
           return other.clip != clip || other.moved->path == moved.path;
@@ -195,7 +230,7 @@ class posemaker {
         ++moving_;
         CheckNumKeys();
       }
-      SampleNode(index, inFile);
+      SampleNode(index, inFile, rest);
       keeps = KeepScale(pose, parent, whole);
       if (!keeps && keepChanges_) {
         pose.scale = {};
@@ -231,25 +266,59 @@ class posemaker {
   }
 
   // The node at every frame of the time line, in the scene's axes and units.
-  void SampleNode(std::size_t index, const transform& rest) {
-    frames_.assign(static_cast<std::size_t>(line_.frames), rest);
+  void SampleNode(std::size_t index, const transform& inFile, const transform& rest) {
+    frames_.Start(rest);
     for (const placed& part : channels_[index]) {
-      const core::clip& clip = line_.clips[part.clip];
-      Sample(*part.from, *part.moved, clip, line_.lengths[part.clip], line_.rates[part.clip],
-             values_, frames_.data() + clip.start);
+      clipkeys& clip = clips_[part.clip];
+      const int start = line_.clips[part.clip].start;
+      switch (part.moved->path) {
+        case target::Translation:
+          clip.SampleVectors(*part.moved, values_,
+                             Moved(frames_.translations, inFile.translation) + start);
+          break;
+        case target::Rotation:
+          clip.SampleRotations(*part.moved, values_,
+                               Moved(frames_.rotations, inFile.rotation) + start);
+          break;
+        case target::Scale:
+          clip.SampleVectors(*part.moved, values_, Moved(frames_.scales, inFile.scale) + start);
+          break;
+        case target::Weights:
+          break;
+      }
     }
-    for (transform& frame : frames_) {
-      frame = ToScene(frame, axes_, scale_);
+    for (core::vec3& each : frames_.translations) {
+      each = axes_.ToScene(each) * scale_;
+    }
+    for (cquat& each : frames_.rotations) {
+      each = ToScene(each, axes_);
+    }
+    for (core::vec3& each : frames_.scales) {
+      each = axes_.ScaleToScene(each);
     }
   }
 
-  // Sets the scale of a node that moves; false when it is not the same at all frames. One that is
-  // the same in all clips and another at rest is the clips'.
+  // A part of the node at each frame, at rest where no clip has moved it yet.
+  template <class T>
+  T* Moved(std::vector<T>& part, const T& rest) const {
+    if (part.empty()) {
+      part.assign(static_cast<std::size_t>(line_.frames), rest);
+    }
+    return part.data();
+  }
+
+  // Sets the scale of a node that moves; false when it is not the same at all
+  // frames. One that is the same in all clips and another at rest is the
+  // clips'.
   bool KeepScale(nodepose& pose, const nodepose& parent, const core::affine& rest) const {
-    const core::affine first = Linear(ToAffine(frames_.front())) * ScaleAt(parent, 0);
+    const core::affine first = Linear(ToAffine(frames_.At(0))) * ScaleAt(parent, 0);
     const scaleform form = FormOf(first);
-    for (std::size_t f = 1; f < frames_.size(); ++f) {
-      if (!SameScale(form, FormOf(Linear(ToAffine(frames_[f])) * ScaleAt(parent, f)))) {
+    // Below one scale along all axes a rotation changes nothing of the node's
+    // own.
+    const bool steady = frames_.scales.empty() && parent.bent.empty() && parent.factor > 0.0 &&
+                        SameScale(form, form);
+    for (std::size_t f = 1; f < NumFrames() && !steady; ++f) {
+      if (!SameScale(form, FormOf(Linear(ToAffine(frames_.At(f))) * ScaleAt(parent, f)))) {
         SetScale(pose, rest);
         return false;
       }
@@ -262,12 +331,11 @@ class posemaker {
   bool HoldOwnScale(const core::vec3& rest) {
     const double least =
         kSteadyScale * std::max({std::abs(rest.x), std::abs(rest.y), std::abs(rest.z)});
-    bool changed = false;
-    for (transform& frame : frames_) {
-      const core::vec3 off = frame.scale - rest;
-      changed = changed || !(core::Dot(off, off) <= least * least);
-      frame.scale = rest;
-    }
+    const bool changed = std::ranges::any_of(frames_.scales, [&](const core::vec3& scale) {
+      const core::vec3 off = scale - rest;
+      return !(core::Dot(off, off) <= least * least);
+    });
+    frames_.scales.clear();
     return changed;
   }
 
@@ -277,10 +345,10 @@ class posemaker {
 
   // The node's scale at each frame, beside its rigid pose.
   void Bend(nodepose& pose, const nodepose& parent) const {
-    pose.bent.reserve(frames_.size());
-    for (std::size_t f = 0; f < frames_.size(); ++f) {
+    pose.bent.reserve(NumFrames());
+    for (std::size_t f = 0; f < NumFrames(); ++f) {
       const ckey& key = pose.keys[pose.keys.size() == 1 ? 0 : f];
-      pose.bent.push_back(Linear(ToAffine(frames_[f])) * ScaleAt(parent, f) *
+      pose.bent.push_back(Linear(ToAffine(frames_.At(f))) * ScaleAt(parent, f) *
                           Transposed(core::FromQuat(key.rot)));
     }
   }
@@ -293,7 +361,8 @@ class posemaker {
     return result;
   }
 
-  // The scales leave the rotation as it is. Two negative factors are a half turn and no scale.
+  // The scales leave the rotation as it is. Two negative factors are a half
+  // turn and no scale.
   static bool IsPlain(const nodepose& pose, const nodepose& parent, const core::vec3& own) {
     return pose.factor > 0.0 && parent.factor > 0.0 && own.x > 0.0 && own.y > 0.0 && own.z > 0.0;
   }
@@ -306,18 +375,18 @@ class posemaker {
   }
 
   void MakeKeys(nodepose& pose, const nodepose& parent) const {
-    pose.keys.reserve(frames_.size());
+    const bool plain =
+        parent.bent.empty() && frames_.scales.empty() && IsPlain(pose, parent, frames_.rest.scale);
+    const core::vec3 still = TransformVector(frames_.rest.translation, parent.scale);
+    pose.keys.reserve(NumFrames());
     bool moves = false;
-    for (std::size_t f = 0; f < frames_.size(); ++f) {
-      const transform& frame = frames_[f];
-      const core::affine& above = ScaleAt(parent, f);
-      ckey key;
-      if (parent.bent.empty() && IsPlain(pose, parent, frame.scale)) {
-        key = KeyOf(TransformVector(frame.translation, above), Normalized(frame.rotation));
-      } else {
-        const core::affine rigid = RigidOf(ToAffine(frame), above);
-        key = KeyOf(rigid.translation, core::ToQuat(rigid));
-      }
+    for (std::size_t f = 0; f < NumFrames(); ++f) {
+      ckey key = !plain ? FrameKey(f, pose, parent)
+                        : KeyOf(frames_.translations.empty()
+                                    ? still
+                                    : TransformVector(frames_.translations[f], parent.scale),
+                                Normalized(frames_.rotations.empty() ? frames_.rest.rotation
+                                                                     : frames_.rotations[f]));
       if (!pose.keys.empty()) {
         const ckey& last = pose.keys.back();
         if (key.rot.x * last.rot.x + key.rot.y * last.rot.y + key.rot.z * last.rot.z +
@@ -330,7 +399,7 @@ class posemaker {
         }
         moves = moves || !SamePlace(key, last);
       }
-      key.frame = static_cast<int>(pose.keys.size());
+      key.frame = static_cast<int>(f);
       pose.keys.push_back(key);
     }
     if (!moves) {
@@ -338,6 +407,20 @@ class posemaker {
       pose.keys.shrink_to_fit();
     }
   }
+
+  // Of a node whose scales, or those above it, may change what its transform is
+  // without them.
+  ckey FrameKey(std::size_t f, const nodepose& pose, const nodepose& parent) const {
+    const transform frame = frames_.At(f);
+    const core::affine& above = ScaleAt(parent, f);
+    if (parent.bent.empty() && IsPlain(pose, parent, frame.scale)) {
+      return KeyOf(TransformVector(frame.translation, above), Normalized(frame.rotation));
+    }
+    const core::affine rigid = RigidOf(ToAffine(frame), above);
+    return KeyOf(rigid.translation, core::ToQuat(rigid));
+  }
+
+  std::size_t NumFrames() const { return static_cast<std::size_t>(line_.frames); }
 
   static bool IsFinite(const ckey& key) {
     return std::isfinite(key.pos.x) && std::isfinite(key.pos.y) && std::isfinite(key.pos.z) &&
@@ -363,8 +446,9 @@ class posemaker {
   poselist made_;
   std::int64_t moving_ = 0;  // nodes with a key at each frame
 
+  std::vector<clipkeys> clips_;
   // Of the node at work.
-  std::vector<transform> frames_;
+  nodeframes frames_;
   core::affine unscaled_;  // the inverse of its scale
   bool invertible_ = true;
 };

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <type_traits>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -26,13 +28,6 @@ std::vector<float> TimesOf(const sampler& from, valuereader& values) {
   return times;
 }
 
-// The keys around a time: the one before it, and the interpolation factor to the next, 0 to 1.
-struct keyspan {
-  std::size_t key = 0;
-  double factor = 0.0;
-  double seconds = 0.0;  // between the two keys
-};
-
 // Goes through times that ascend, and never back in the keys.
 class keywalk {
  public:
@@ -55,21 +50,22 @@ class keywalk {
   std::size_t key_ = 0;
 };
 
-// The keys of one channel.
+// The values of one channel's keys.
 struct curve {
-  std::vector<float> times;
   std::vector<float> keys;
   std::size_t each;  // components
   interpolation mode;
 
-  // A component of key `key`: its value, or the tangent before (-1) or behind (1) it.
+  // A component of key `key`: its value, or the tangent before (-1) or behind
+  // (1) it.
   double Component(std::size_t key, std::size_t c, int tangent = 0) const {
     const std::size_t entry =
         mode == interpolation::Cubic ? 3 * key + static_cast<std::size_t>(1 + tangent) : key;
     return keys[entry * each + c];
   }
 
-  // Between two keys as the interpolation says; rotations on an arc are the caller's.
+  // Between two keys as the interpolation says; rotations on an arc are the
+  // caller's.
   double Value(const keyspan& at, std::size_t c) const {
     const double from = Component(at.key, c);
     if (at.factor == 0.0 || mode == interpolation::Step) {
@@ -105,28 +101,29 @@ struct curve {
   }
 };
 
-// Keys of `each` components.
-curve CurveOf(const sampler& from, shape form, std::size_t each, valuereader& values) {
-  curve made{TimesOf(from, values), values.Floats(from.output, form, from.place + ": its values"),
-             each, from.mode};
+// Keys of `each` components, as many as there are times.
+curve CurveOf(const sampler& from, shape form, std::size_t each, std::size_t numTimes,
+              valuereader& values) {
+  curve made{values.Floats(from.output, form, from.place + ": its values"), each, from.mode};
   const std::size_t entries = from.mode == interpolation::Cubic ? 3 : 1;
-  if (made.keys.size() != made.times.size() * entries * made.each) {
+  if (made.keys.size() != numTimes * entries * made.each) {
     throw badfile(from.place + ": it has " + std::to_string(made.keys.size() / made.each) +
-                  " values for " + std::to_string(made.times.size()) + " times");
+                  " values for " + std::to_string(numTimes) + " times");
   }
   return made;
 }
 
-// Where a clip of this length is sampled for the frame. A step at a frame's own time is taken at
-// that frame, however the two times were rounded.
+// Where a clip of this length is sampled for the frame. A step at a frame's own
+// time is taken at that frame, however the two times were rounded.
 double TimeOf(int frame, double fps, double length, interpolation mode) {
   const double ahead = mode == interpolation::Step ? kWholeFrame / fps : 0.0;
   return std::min(static_cast<double>(FrameTime(frame, fps)), length) + ahead;
 }
 
-// The whole rate of the channel with the most keys a second that has one at each frame; 0 where
-// none has, or where keys of other channels lie between its frames. A rate below kLeastRate counts
-// only where it is the noted one: keys that a person set are often that regular.
+// The whole rate of the channel with the most keys a second that has one at
+// each frame; 0 where none has, or where keys of other channels lie between its
+// frames. A rate below kLeastRate counts only where it is the noted one: keys
+// that a person set are often that regular.
 int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
   constexpr int kLeastRate = 20;
   const auto onFrame = [](float time, int rate, double& frame) {
@@ -164,7 +161,8 @@ int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
   return rate;
 }
 
-// Other programs end a clip at a frame of theirs, which is not the sequence's at another rate.
+// Other programs end a clip at a frame of theirs, which is not the sequence's
+// at another rate.
 bool LastsAs(const core::clip& sequence, double length) {
   constexpr double kCut = 0.99;  // frames; a whole one is a change
   return sequence.rate > 0 && sequence.frames > 0 &&
@@ -217,37 +215,57 @@ timeline LayOut(const document& doc, const options& how, valuereader& values) {
   return line;
 }
 
-void Sample(const animation& from, const channel& moved, const core::clip& clip, double length,
-            double fps, valuereader& values, transform* frames) {
-  const bool turns = moved.path == target::Rotation;
-  const curve keys =
-      CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)],
-              turns ? shape::Vec4 : shape::Vec3, turns ? std::size_t{4} : std::size_t{3}, values);
-  keywalk walk(keys.times);
-  for (int frame = 0; frame < clip.frames; ++frame) {
-    const keyspan at = walk.At(TimeOf(frame, fps, length, keys.mode));
-    switch (moved.path) {
-      case target::Translation:
-        frames[frame].translation = keys.Vector(at);
-        break;
-      case target::Rotation:
-        frames[frame].rotation = keys.Rotation(at);
-        break;
-      case target::Scale:
-        frames[frame].scale = keys.Vector(at);
-        break;
-      case target::Weights:
-        break;
-    }
+void clipkeys::Find(const sampler& part, valuereader& values) {
+  if (part.input == input_ && part.mode == mode_) {
+    values.Reread(part.input, shape::Scalar, part.place + ": its times");
+    return;
+  }
+  const std::vector<float> times = TimesOf(part, values);
+  input_ = part.input;
+  mode_ = part.mode;
+  numKeys_ = times.size();
+  dense_ = true;
+  spans_.clear();
+  spans_.reserve(static_cast<std::size_t>(clip_->frames));
+  keywalk walk(times);
+  for (int frame = 0; frame < clip_->frames; ++frame) {
+    spans_.push_back(walk.At(TimeOf(frame, fps_, length_, mode_)));
+    const keyspan& at = spans_.back();
+    dense_ = dense_ && at.key == static_cast<std::size_t>(frame) &&
+             (at.factor == 0.0 || mode_ == interpolation::Step);
+  }
+}
+
+void clipkeys::SampleVectors(const channel& moved, valuereader& values, core::vec3* frames) {
+  const sampler& part = from_->samplers[static_cast<std::size_t>(moved.sampler)];
+  Find(part, values);
+  const curve keys = CurveOf(part, shape::Vec3, 3, numKeys_, values);
+  for (const keyspan& at : spans_) {
+    *frames++ = keys.Vector(at);
+  }
+}
+
+void clipkeys::SampleRotations(const channel& moved, valuereader& values, cquat* frames) {
+  static_assert(sizeof(cquat) == 4 * sizeof(float) && std::is_trivially_copyable_v<cquat>);
+  const sampler& part = from_->samplers[static_cast<std::size_t>(moved.sampler)];
+  Find(part, values);
+  const curve keys = CurveOf(part, shape::Vec4, 4, numKeys_, values);
+  if (dense_ && part.mode != interpolation::Cubic) {
+    std::memcpy(static_cast<void*>(frames), keys.keys.data(), spans_.size() * sizeof(cquat));
+    return;
+  }
+  for (const keyspan& at : spans_) {
+    *frames++ = keys.Rotation(at);
   }
 }
 
 void SampleWeights(const animation& from, const channel& moved, const core::clip& clip,
                    double length, double fps, std::size_t numTargets, valuereader& values,
                    const std::function<void(const std::vector<float>&)>& take) {
-  const curve keys = CurveOf(from.samplers[static_cast<std::size_t>(moved.sampler)], shape::Scalar,
-                             numTargets, values);
-  keywalk walk(keys.times);
+  const sampler& part = from.samplers[static_cast<std::size_t>(moved.sampler)];
+  const std::vector<float> times = TimesOf(part, values);
+  const curve keys = CurveOf(part, shape::Scalar, numTargets, times.size(), values);
+  keywalk walk(times);
   std::vector<float> weights(numTargets);
   for (int frame = 0; frame < clip.frames; ++frame) {
     const keyspan at = walk.At(TimeOf(frame, fps, length, keys.mode));

@@ -1,7 +1,10 @@
 #include "gltf/read/values.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "binary/little.h"
@@ -12,11 +15,13 @@ namespace gltf {
 
 namespace {
 
-// Components that may be read in all, beside some for each byte of the file: a scene may use an
-// accessor many times, but a small file cannot ask for more work than this.
+// Components that may be read in all, beside some for each byte of the file: a
+// scene may use an accessor many times, but a small file cannot ask for more
+// work than this.
 constexpr std::int64_t kFreeComponents = std::int64_t{1} << 26;
 constexpr std::int64_t kComponentsPerByte = 8;
-// Elements that may be 0 without a byte of the file, as most weights of many morph targets are.
+// Elements that may be 0 without a byte of the file, as most weights of many
+// morph targets are.
 constexpr std::int64_t kFreeZeros = std::int64_t{1} << 22;
 
 constexpr std::int64_t kNumComponents[] = {1, 2, 3, 4, 4, 9, 16};
@@ -34,7 +39,8 @@ std::int64_t SizeOf(component type) {
   }
 }
 
-// Copies elements of `each` components of type File, and turns each with `turn`.
+// Copies elements of `each` components of type File, and turns each with
+// `turn`.
 template <class File, class T, class Turn>
 void CopyElements(const unsigned char* data, std::int64_t stride, std::size_t count,
                   std::size_t each, T* to, Turn turn) {
@@ -43,6 +49,20 @@ void CopyElements(const unsigned char* data, std::int64_t stride, std::size_t co
     for (std::size_t c = 0; c < each; ++c) {
       *to++ = turn(static_cast<File>(from[c]));
     }
+  }
+}
+
+// Floats that are in the file as they are wanted.
+void CopyFloats(const unsigned char* data, std::int64_t stride, std::size_t count, std::size_t each,
+                float* to) {
+  static_assert(std::endian::native == std::endian::little);
+  const std::size_t size = each * sizeof(float);
+  if (stride == static_cast<std::int64_t>(size)) {
+    std::memcpy(to, data, count * size);
+    return;
+  }
+  for (std::size_t i = 0; i < count; ++i, data += stride, to += each) {
+    std::memcpy(to, data, size);
   }
 }
 
@@ -74,7 +94,7 @@ void Copy(component type, bool normalized, const unsigned char* data, std::int64
     case component::Uint32:
       return CopyNumbers<std::uint32_t>(data, stride, count, each, normalized, to);
     case component::Float:
-      return CopyElements<float>(data, stride, count, each, to, [](float value) { return value; });
+      return CopyFloats(data, stride, count, each, to);
   }
 }
 
@@ -89,6 +109,30 @@ void Copy(component type, bool /*normalized*/, const unsigned char* data, std::i
     default:
       return CopyElements<std::uint32_t>(data, stride, count, each, to, same);
   }
+}
+
+// The first that is no finite number, or the end: blocks that have none go by
+// as one.
+std::size_t FirstNotFinite(const std::vector<float>& values) {
+  constexpr std::size_t kBlock = 16;
+  std::size_t i = 0;
+  for (; i + kBlock <= values.size(); i += kBlock) {
+    std::array<float, kBlock> parts;
+    for (std::size_t k = 0; k < kBlock; ++k) {
+      parts[k] = values[i + k] * 0.0F;  // 0 or not a number
+    }
+    float sum = 0.0F;
+    for (const float part : parts) {
+      sum += part;
+    }
+    if (sum != 0.0F) {
+      break;
+    }
+  }
+  while (i < values.size() && std::isfinite(values[i])) {
+    ++i;
+  }
+  return i;
 }
 
 bool IsUnsigned(component type) {
@@ -175,14 +219,16 @@ std::vector<T> valuereader::Read(const accessor& from, const std::string& place)
 std::vector<float> valuereader::Floats(int index, shape form, const std::string& place) {
   const accessor& from = Checked(index, form, place);
   std::vector<float> values = Read<float>(from, place);
-  const auto bad =
-      std::find_if(values.begin(), values.end(), [](float value) { return !std::isfinite(value); });
-  if (bad != values.end()) {
+  if (const std::size_t bad = FirstNotFinite(values); bad != values.size()) {
     throw badfile(place + ": element " +
-                  std::to_string((bad - values.begin()) / NumComponents(form)) +
+                  std::to_string(static_cast<std::int64_t>(bad) / NumComponents(form)) +
                   " is not a number");
   }
   return values;
+}
+
+void valuereader::Reread(int index, shape form, const std::string& place) {
+  Checked(index, form, place);
 }
 
 std::vector<std::uint32_t> valuereader::Indices(int index, shape form, const std::string& place) {
