@@ -1,6 +1,9 @@
 #include "gltf/write/animations.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <span>
 #include <utility>
@@ -27,7 +30,9 @@ struct property {
 constexpr property kProperties[] = {
     {"translation", "VEC3", 3}, {"rotation", "VEC4", 4}, {"scale", "VEC3", 3}};
 
-std::span<const float> PartOf(const localpose& pose, std::size_t which) {
+using values = std::span<const float>;
+
+values PartOf(const localpose& pose, std::size_t which) {
   switch (which) {
     case 0:
       return pose.translation;
@@ -38,17 +43,38 @@ std::span<const float> PartOf(const localpose& pose, std::size_t which) {
   }
 }
 
-bool Equal(std::span<const float> a, std::span<const float> b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+// Whether all elements of the list are the one.
+bool AllAre(values list, values one) {
+  for (; !list.empty(); list = list.subspan(one.size())) {
+    if (!std::equal(one.begin(), one.end(), list.begin())) {
+      return false;
+    }
+  }
+  return true;
 }
 
-// A node's poses over a clip.
-using stretch = std::span<const localpose>;
+bool Same(const cpoint3& a, const cpoint3& b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
 
-bool Holds(stretch poses, std::size_t which) {
-  return std::all_of(poses.begin(), poses.end(), [&](const localpose& pose) {
-    return Equal(PartOf(pose, which), PartOf(poses.front(), which));
-  });
+// Adds what `convert` makes of each key; only once where all have the part that `same` compares in
+// common. False when a number is not finite.
+template <std::size_t Count, class Compare, class Make>
+bool Convert(std::span<const ckey> keys, const Compare& same, const Make& convert,
+             std::vector<float>& to) {
+  const bool still =
+      std::ranges::all_of(keys, [&](const ckey& key) { return same(key, keys.front()); });
+  float sum = 0.0F;
+  const std::size_t begin = to.size();
+  const std::size_t count = still ? 1 : keys.size();
+  to.resize(begin + Count * count);
+  float* out = to.data() + begin;
+  for (const ckey& key : keys.first(count)) {
+    const std::array<float, Count> part = convert(key);
+    for (const float each : part) {
+      *out++ = each;
+      sum += each * 0.0F;
+    }
+  }
+  return sum == 0.0F;
 }
 
 bool Far(const core::vec3& a, const core::vec3& b, double limit) {
@@ -90,32 +116,31 @@ class animationwriter {
  public:
   animationwriter(std::vector<core::clip> clips, const layout& plan, const options& how,
                   scenefile& file)
-      : clips_(std::move(clips)), made_(clips_.size()), plan_(plan), how_(how), file_(file) {}
+      : clips_(std::move(clips)),
+        made_(clips_.size()),
+        plan_(plan),
+        how_(how),
+        file_(file),
+        convert_(how) {}
 
   // With `posed`, clips have the node's pose even where nothing of it moves.
   void AddNode(int node, const localpose& rest, bool posed) {
-    const filenode& owner = plan_.nodes[static_cast<std::size_t>(node)];
-    poses_.clear();
+    for (partvalues& part : parts_) {
+      part.values.clear();
+      part.starts.assign(1, 0);
+    }
     for (const core::clip& clip : clips_) {
-      localpose before = rest;
-      for (int k = 0; k < clip.frames; ++k) {
-        before = PoseAt(*owner.track, clip.start + k, how_, before, owner.name);
-        poses_.push_back(before);
+      if (clip.frames < 1) {
+        continue;  // of a scene whose keys all lie before its first frame, which is the only clip
       }
+      AddPoses(plan_.nodes[static_cast<std::size_t>(node)], clip, rest);
     }
     for (std::size_t which = 0; which < std::size(kProperties); ++which) {
-      const bool moves =
-          posed || std::any_of(poses_.begin(), poses_.end(), [&](const localpose& pose) {
-            return !Equal(PartOf(pose, which), PartOf(rest, which));
-          });
-      if (!moves) {
+      if (!posed && AllAre(parts_[which].values, PartOf(rest, which))) {
         continue;
       }
-      std::size_t first = 0;
       for (std::size_t c = 0; c < clips_.size(); ++c) {
-        const auto count = static_cast<std::size_t>(clips_[c].frames);
-        AddChannel(c, node, which, stretch(poses_).subspan(first, count));
-        first += count;
+        AddChannel(c, node, which, parts_[which].OfClip(c));
       }
     }
   }
@@ -150,7 +175,8 @@ class animationwriter {
         if (still < 0) {
           continue;
         }
-        made.constants.push_back({still, 0, rest});
+        const auto [x, y, z] = rest.translation;
+        made.constants.push_back({still, 0, {x, y, z}});
       }
       for (const constant& each : made.constants) {
         WriteConstant(c, each);
@@ -169,7 +195,17 @@ class animationwriter {
   struct constant {
     int node;
     std::size_t which;
-    localpose value;
+    std::array<float, 4> value;
+  };
+  // A part of a node over the clips, one behind the other: a value for each frame, or one alone
+  // where all are the same.
+  struct partvalues {
+    std::vector<float> values;
+    std::vector<std::size_t> starts;  // of each clip's, and the end
+
+    std::span<const float> OfClip(std::size_t c) const {
+      return std::span(values).subspan(starts[c], starts[c + 1] - starts[c]);
+    }
   };
   struct animation {
     std::vector<ordered_json> channels;
@@ -178,36 +214,84 @@ class animationwriter {
     bool whole = false;               // some channel lasts as long as the clip
   };
 
-  void AddChannel(std::size_t c, int node, std::size_t which, stretch poses) {
-    if (Holds(poses, which)) {
-      made_[c].constants.push_back({node, which, poses.front()});
+  // The node's keys at the clip's frames: where the track has one at each, the track's own.
+  std::span<const ckey> KeysOf(const core::trackstate& track, const core::clip& clip) {
+    const std::vector<ckey>& all = track.keys;
+    const auto count = static_cast<std::size_t>(clip.frames);
+    if (!all.empty() && clip.start >= all.front().frame) {
+      const auto first = static_cast<std::size_t>(std::int64_t{clip.start} - all.front().frame);
+      if (first + count <= all.size()) {
+        const auto keys = std::span(all).subspan(first, count);
+        int frame = clip.start;
+        const bool dense =
+            std::ranges::all_of(keys, [&](const ckey& key) { return key.frame == frame++; });
+        // Of keys that share the last frame the last one counts.
+        if (dense && (first + count == all.size() || keys.back().frame < all.back().frame)) {
+          return keys;
+        }
+      }
+    }
+    keys_.clear();
+    for (int k = 0; k < clip.frames; ++k) {
+      keys_.push_back(core::KeyAtFrame(track, clip.start + k));
+    }
+    return keys_;
+  }
+
+  // Adds the node's parts over the clip.
+  void AddPoses(const filenode& owner, const core::clip& clip, const localpose& rest) {
+    const std::span<const ckey> keys = KeysOf(*owner.track, clip);
+    std::array<float, 4> before = rest.rotation;
+    const bool finite[] = {
+        Convert<3>(
+            keys, [](const ckey& a, const ckey& b) { return Same(a.pos, b.pos); },
+            [&](const ckey& key) { return convert_.Translation(key); }, parts_[0].values),
+        Convert<4>(
+            keys,
+            [](const ckey& a, const ckey& b) {
+              return a.rot.x == b.rot.x && a.rot.y == b.rot.y && a.rot.z == b.rot.z &&
+                     a.rot.w == b.rot.w;
+            },
+            [&](const ckey& key) { return before = convert_.Rotation(key, before); },
+            parts_[1].values),
+        Convert<3>(
+            keys, [](const ckey& a, const ckey& b) { return Same(a.scale, b.scale); },
+            [&](const ckey& key) { return convert_.Scale(key); }, parts_[2].values)};
+    for (int k = 0; !std::ranges::all_of(finite, std::identity()) && k < clip.frames; ++k) {
+      PoseAt(*owner.track, clip.start + k, how_, rest, owner.name);  // tells of the frame
+    }
+    for (partvalues& part : parts_) {
+      part.starts.push_back(part.values.size());
+    }
+  }
+
+  void AddChannel(std::size_t c, int node, std::size_t which, values part) {
+    const values first = part.first(kProperties[which].components);
+    if (AllAre(part, first)) {
+      constant& made = made_[c].constants.emplace_back(constant{node, which, {}});
+      std::ranges::copy(first, made.value.begin());
       return;
     }
-    values_.clear();
-    for (const localpose& pose : poses) {
-      const auto part = PartOf(pose, which);
-      values_.insert(values_.end(), part.begin(), part.end());
-    }
-    Write(c, node, which, Times(c));
+    Write(c, node, which, Times(c), part);
     made_[c].whole = true;
   }
 
   // One key; one for each frame where nothing else would tell the clip's length and rate.
   void WriteConstant(std::size_t c, const constant& each) {
-    const auto part = PartOf(each.value, each.which);
+    const values part = values(each.value).first(kProperties[each.which].components);
     const int keys = made_[c].whole ? 1 : clips_[c].frames;
-    values_.clear();
+    std::vector<float> list;
     for (int k = 0; k < keys; ++k) {
-      values_.insert(values_.end(), part.begin(), part.end());
+      list.insert(list.end(), part.begin(), part.end());
     }
-    Write(c, each.node, each.which, made_[c].whole ? Start() : Times(c));
+    Write(c, each.node, each.which, made_[c].whole ? Start() : Times(c), list);
     made_[c].whole = true;
   }
 
-  void Write(std::size_t c, int node, std::size_t which, int times) {
+  void Write(std::size_t c, int node, std::size_t which, int times, values list) {
     const property& what = kProperties[which];
     AddSampler(c, node, what.path, times,
-               file_.AddFloats(View(), values_, what.type, scenefile::bounds::None));
+               file_.AddFloats(View(), list, what.type, scenefile::bounds::None));
   }
 
   void AddSampler(std::size_t c, int node, const char* path, int times, int output) {
@@ -256,8 +340,10 @@ class animationwriter {
   scenefile& file_;
   int view_ = -1;  // of all animation data
   std::map<std::pair<int, double>, int> times_;
-  std::vector<localpose> poses_;  // of one node, all clips one behind the other
-  std::vector<float> values_;
+  keyconverter convert_;
+  // Of the node at work.
+  std::array<partvalues, std::size(kProperties)> parts_;
+  std::vector<ckey> keys_;
 };
 
 }  // namespace

@@ -83,7 +83,10 @@ std::span<std::uint8_t> scenefile::viewdata::Grow(std::size_t bytes) {
 }
 
 void scenefile::viewdata::Append(std::span<const std::uint8_t> bytes) {
-  std::ranges::copy(bytes, Grow(bytes.size()).begin());
+  const std::span<std::uint8_t> to = Grow(bytes.size());
+  if (!bytes.empty()) {
+    std::memcpy(to.data(), bytes.data(), bytes.size());
+  }
 }
 
 scenefile::scenefile(std::string path)
