@@ -10,6 +10,7 @@ endmacro()
 
 # Libraries that are nothing but headers come from the building machine in a cross build too.
 marrow_find(nlohmann-json3-dev nlohmann_json CONFIG NO_CMAKE_FIND_ROOT_PATH)
+marrow_find(rapidjson-dev RapidJSON CONFIG NO_CMAKE_FIND_ROOT_PATH)
 marrow_find(libcli11-dev CLI11 CONFIG NO_CMAKE_FIND_ROOT_PATH)
 marrow_find(libeigen3-dev Eigen3 CONFIG NO_CMAKE_FIND_ROOT_PATH)
 find_path(MARROW_STB stb/stb_image.h PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH)
@@ -44,7 +45,7 @@ if(CMAKE_CROSSCOMPILING)
   # folder of their own, and CMake takes /usr/include for one that no target has to name.
   set(headers ${CMAKE_BINARY_DIR}/headers)
   file(MAKE_DIRECTORY ${headers})
-  foreach(name CLI nlohmann stb)
+  foreach(name CLI nlohmann rapidjson stb)
     file(CREATE_LINK /usr/include/${name} ${headers}/${name} SYMBOLIC)
   endforeach()
   include_directories(SYSTEM ${headers})

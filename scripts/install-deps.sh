@@ -6,12 +6,12 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build
-  nlohmann-json3-dev libstb-dev libeigen3-dev libcli11-dev libdraco-dev libmeshoptimizer-dev
-  libzip-dev)
+  nlohmann-json3-dev rapidjson-dev libstb-dev libeigen3-dev libcli11-dev libdraco-dev
+  libmeshoptimizer-dev libzip-dev)
 for option in "$@"; do
   case $option in
   --tests)
-    packages+=(libgtest-dev libbenchmark-dev rapidjson-dev clang-14 libclang-rt-14-dev clang-format-14
+    packages+=(libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14
       clang-tidy-14 python3 python3-numpy binutils pkg-config valgrind chromium
       lintian fakeroot man-db zsh fish strace gltfpack draco)
     command -v npm >/dev/null || packages+=(nodejs npm)

@@ -105,7 +105,21 @@ TEST_F(ReadFiles, FaultsNameThePlace) {
 TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
   const gltfmodel good = SmallGltf();
   EXPECT_EQ(FaultOf(files.File("none.glb")), "cannot be read, or is empty");
-  EXPECT_EQ(FaultOf(files.Write("a.gltf", std::string("{\"asset\": "))), "invalid JSON at byte 11");
+  const std::string deep(300'000, '[');
+  for (const auto& [text, byte] : std::vector<std::pair<std::string, std::size_t>>{
+           {"{\"asset\": ", 11},
+           {deep, deep.size() + 1},
+           {"{\"asset\": 01}", 12},
+           {"{\"a\": \"\xC3\"}", 9},         // half a character
+           {"{\"a\": \"\\uDC00\"}", 13}}) {  // and half a pair
+    EXPECT_EQ(FaultOf(files.Write("a.gltf", text)), "invalid JSON at byte " + std::to_string(byte));
+  }
+  EXPECT_EQ(FaultOf(files.Write("a.gltf", std::string("{\"a\": 1e999}"))),
+            "invalid JSON: a number is too large");
+  // The last member of a name counts, whatever stands before it, and a mark of the encoding.
+  EXPECT_EQ(FaultOf(files.Write("a.gltf", std::string("\xEF\xBB\xBF{\"asset\": 7, \"asset\": {"
+                                                      "\"version\": \"9.\xC3\xA4\"}}"))),
+            "glTF of version 9.\xC3\xA4, not 2.0");
   for (const char* uri : {"gone.bin", "/etc/hostname", "http://x/y.bin", ".", "a\\u0000b"}) {
     EXPECT_EQ(FaultOf(files.Write("b.gltf", good.Text(uri))),
               std::string("buffer 0: cannot read ") + uri);

@@ -1,11 +1,11 @@
 #include "gltf/read/document.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "binary/little.h"
 #include "gltf/read/badfile.h"
 #include "gltf/read/compressed/decompress.h"
+#include "gltf/read/json.h"
 #include "gltf/read/jsonobject.h"
 
 namespace gltf {
@@ -166,8 +166,10 @@ void ReadBuffers(const jsonobject& root, document& doc) {
 }
 
 std::string ExtraText(const jsonobject& from, const char* key) {
-  const nlohmann::json* value = from.Extra(key);
-  return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
+  const jsonvalue* value = from.Extra(key);
+  return value != nullptr && value->IsString()
+             ? std::string(value->GetString(), value->GetStringLength())
+             : std::string();
 }
 
 texturetransform TransformOf(const jsonobject& from) {
@@ -253,10 +255,11 @@ void ReadMeshes(const jsonobject& root, document& doc) {
       }
     }
     made.weights = WeightsOf(from, made.NumTargets());
-    if (const nlohmann::json* names = from.Extra("targetNames");
-        names != nullptr && names->is_array()) {
-      for (const nlohmann::json& name : *names) {
-        made.targetNames.push_back(name.is_string() ? name.get<std::string>() : std::string());
+    if (const jsonvalue* names = from.Extra("targetNames"); names != nullptr && names->IsArray()) {
+      for (const jsonvalue& name : names->GetArray()) {
+        made.targetNames.push_back(name.IsString()
+                                       ? std::string(name.GetString(), name.GetStringLength())
+                                       : std::string());
       }
     }
   }
@@ -335,8 +338,8 @@ void ReadNodes(const jsonobject& root, document& doc) {
       made.weights = WeightsOf(from, doc.meshes[static_cast<std::size_t>(made.mesh)].NumTargets());
     }
     made.hasCamera = from.Has("camera");
-    const nlohmann::json* bone = from.Extra("bone");
-    made.isBone = bone != nullptr && bone->is_boolean() && bone->get<bool>();
+    const jsonvalue* bone = from.Extra("bone");
+    made.isBone = bone != nullptr && bone->IsBool() && bone->GetBool();
     const jsonobject extensions = from.Object("extensions");
     made.hasLight = extensions.Has("KHR_lights_punctual");
     doc.hasInstances = doc.hasInstances || extensions.Has("EXT_mesh_gpu_instancing");
@@ -353,17 +356,20 @@ void ReadNodes(const jsonobject& root, document& doc) {
 }
 
 // Six numbers for each frame; none where somebody else has something under the name.
-std::vector<std::array<float, 6>> BoundsOf(const nlohmann::json& list) {
+std::vector<std::array<float, 6>> BoundsOf(const jsonvalue& list) {
   std::vector<std::array<float, 6>> made;
-  for (const nlohmann::json& from : list) {
-    if (!from.is_array() || from.size() != made.emplace_back().size()) {
+  if (!list.IsArray()) {
+    return made;
+  }
+  for (const jsonvalue& from : list.GetArray()) {
+    if (!from.IsArray() || from.Size() != made.emplace_back().size()) {
       return {};
     }
-    for (std::size_t i = 0; i < from.size(); ++i) {
-      if (!from[i].is_number()) {
+    for (rapidjson::SizeType i = 0; i < from.Size(); ++i) {
+      if (!from[i].IsNumber()) {
         return {};
       }
-      made.back()[i] = from[i].get<float>();
+      made.back()[i] = static_cast<float>(from[i].GetDouble());
     }
   }
   return made;
@@ -388,7 +394,7 @@ void ReadScenes(const jsonobject& root, document& doc) {
     }
   }
   doc.notes = ExtraText(scene, "notes");
-  if (const nlohmann::json* boxes = scene.Extra("frame_bounds"); boxes != nullptr) {
+  if (const jsonvalue* boxes = scene.Extra("frame_bounds"); boxes != nullptr) {
     doc.frameBounds = BoundsOf(*boxes);
   }
 }
@@ -444,16 +450,6 @@ void ReadAnimations(const jsonobject& root, document& doc) {
   }
 }
 
-nlohmann::json ParseText(const fileview& text) {
-  try {
-    return nlohmann::json::parse(text.Data(), text.Data() + text.Size());
-  } catch (const nlohmann::json::parse_error& error) {
-    throw badfile("invalid JSON at byte " + std::to_string(error.byte));
-  } catch (const nlohmann::json::exception&) {
-    throw badfile("invalid JSON: a number is too large");
-  }
-}
-
 }  // namespace
 
 std::int64_t document::Bytes() const {
@@ -474,8 +470,8 @@ document ParseDocument(loadedfile file) {
   } else {
     doc.text = whole;
   }
-  const nlohmann::json parsed = ParseText(doc.text);
-  const jsonobject root(parsed, "");
+  const jsontext parsed = ParseJson(doc.text);
+  const jsonobject root(parsed, {});
   CheckVersion(root);
   ReadBuffers(root, doc);
   ReadMaterials(root, doc);

@@ -1,57 +1,100 @@
 #include "gltf/read/jsonobject.h"
 
 #include <cmath>
+#include <cstring>
+#include <map>
+#include <nlohmann/json.hpp>
 
 #include "gltf/read/badfile.h"
 
 namespace gltf {
 
-using nlohmann::json;
+namespace {
 
-jsonobject::jsonobject(const json& value, std::string place)
-    : value_(&value), place_(std::move(place)) {
-  if (!value.is_object()) {
+std::string TextOf(const jsonvalue& value) { return {value.GetString(), value.GetStringLength()}; }
+
+// As JSON has it.
+std::string Written(const jsonvalue& number) {
+  return (number.IsInt64()    ? nlohmann::json(number.GetInt64())
+          : number.IsUint64() ? nlohmann::json(number.GetUint64())
+                              : nlohmann::json(number.GetDouble()))
+      .dump();
+}
+
+}  // namespace
+
+jsonplace jsonplace::With(const char* name, std::int64_t number) const {
+  jsonplace made = *this;
+  if (made.count_ < kMost) {
+    made.steps_[made.count_++] = {name, number};
+  }
+  return made;
+}
+
+std::string jsonplace::Text() const {
+  std::string text;
+  for (std::size_t i = 0; i < count_; ++i) {
+    text.append(i == 0 ? "" : ", ").append(steps_[i].name);
+    if (steps_[i].number >= 0) {
+      text.append(" ").append(std::to_string(steps_[i].number));
+    }
+  }
+  return text;
+}
+
+jsonobject::jsonobject(const jsonvalue& value, const jsonplace& place)
+    : value_(&value), place_(place) {
+  if (!value.IsObject()) {
     Fail("not an object");
   }
 }
 
 void jsonobject::Fail(const std::string& what) const {
-  throw badfile(place_.empty() ? what : place_ + ": " + what);
+  const std::string place = Place();
+  throw badfile(place.empty() ? what : place + ": " + what);
 }
 
-const json* jsonobject::Find(const char* key) const {
-  const auto found = value_->find(key);
-  return found == value_->end() ? nullptr : &*found;
+// The last of the name counts.
+const jsonvalue* jsonobject::Member(const jsonvalue& of, const char* key) {
+  const std::size_t length = std::strlen(key);
+  for (auto at = of.MemberEnd(); at != of.MemberBegin();) {
+    --at;
+    if (at->name.GetStringLength() == length &&
+        std::memcmp(at->name.GetString(), key, length) == 0) {
+      return &at->value;
+    }
+  }
+  return nullptr;
 }
 
 std::string jsonobject::Text(const char* key) const {
-  const json* value = Find(key);
+  const jsonvalue* value = Find(key);
   if (value == nullptr) {
     return {};
   }
-  if (!value->is_string()) {
+  if (!value->IsString()) {
     Fail(std::string(key) + " is not a string");
   }
-  return value->get<std::string>();
+  return TextOf(*value);
 }
 
 bool jsonobject::Flag(const char* key) const {
-  const json* value = Find(key);
-  if (value != nullptr && !value->is_boolean()) {
+  const jsonvalue* value = Find(key);
+  if (value != nullptr && !value->IsBool()) {
     Fail(std::string(key) + " is neither true nor false");
   }
-  return value != nullptr && value->get<bool>();
+  return value != nullptr && value->GetBool();
 }
 
 double jsonobject::Number(const char* key, double missing) const {
-  const json* value = Find(key);
+  const jsonvalue* value = Find(key);
   if (value == nullptr) {
     return missing;
   }
-  if (!value->is_number()) {
+  if (!value->IsNumber()) {
     Fail(std::string(key) + " is not a number");
   }
-  return value->get<double>();
+  return value->GetDouble();
 }
 
 std::int64_t jsonobject::Whole(const char* key, std::int64_t missing) const {
@@ -70,20 +113,20 @@ std::int64_t jsonobject::Whole(const char* key) const {
   return Whole(key, 0);
 }
 
-int jsonobject::IndexOf(const json& value, const char* key, std::size_t size) const {
-  if (!value.is_number()) {
+int jsonobject::IndexOf(const jsonvalue& value, const char* key, std::size_t size) const {
+  if (!value.IsNumber()) {
     Fail(std::string(key) + " is not a number");
   }
-  const double index = value.get<double>();
+  const double index = value.GetDouble();
   if (!(index >= 0.0) || index >= static_cast<double>(size) || index != std::floor(index)) {
-    Fail(std::string(key) + ": index " + value.dump() + " does not exist (the file has " +
+    Fail(std::string(key) + ": index " + Written(value) + " does not exist (the file has " +
          std::to_string(size) + ")");
   }
   return static_cast<int>(index);
 }
 
 int jsonobject::Index(const char* key, std::size_t size) const {
-  const json* value = Find(key);
+  const jsonvalue* value = Find(key);
   return value == nullptr ? -1 : IndexOf(*value, key, size);
 }
 
@@ -97,12 +140,12 @@ int jsonobject::NeededIndex(const char* key, std::size_t size) const {
 
 std::vector<int> jsonobject::Indices(const char* key, std::size_t size) const {
   std::vector<int> indices;
-  if (const json* list = Find(key)) {
-    if (!list->is_array()) {
+  if (const jsonvalue* list = Find(key)) {
+    if (!list->IsArray()) {
       Fail(std::string(key) + " is not an array");
     }
-    indices.reserve(list->size());
-    for (const json& value : *list) {
+    indices.reserve(list->Size());
+    for (const jsonvalue& value : list->GetArray()) {
       indices.push_back(IndexOf(value, key, size));
     }
   }
@@ -111,15 +154,15 @@ std::vector<int> jsonobject::Indices(const char* key, std::size_t size) const {
 
 std::vector<double> jsonobject::Numbers(const char* key, std::size_t count) const {
   std::vector<double> numbers;
-  if (const json* list = Find(key)) {
-    if (!list->is_array() || list->size() != count) {
+  if (const jsonvalue* list = Find(key)) {
+    if (!list->IsArray() || list->Size() != count) {
       Fail(std::string(key) + " is not an array of " + std::to_string(count) + " numbers");
     }
-    for (const json& value : *list) {
-      if (!value.is_number()) {
+    for (const jsonvalue& value : list->GetArray()) {
+      if (!value.IsNumber()) {
         Fail(std::string(key) + " is not an array of " + std::to_string(count) + " numbers");
       }
-      numbers.push_back(value.get<double>());
+      numbers.push_back(value.GetDouble());
     }
   }
   return numbers;
@@ -127,61 +170,63 @@ std::vector<double> jsonobject::Numbers(const char* key, std::size_t count) cons
 
 std::vector<std::string> jsonobject::Texts(const char* key) const {
   std::vector<std::string> texts;
-  if (const json* list = Find(key)) {
-    if (!list->is_array()) {
+  if (const jsonvalue* list = Find(key)) {
+    if (!list->IsArray()) {
       Fail(std::string(key) + " is not an array");
     }
-    for (const json& value : *list) {
-      if (!value.is_string()) {
+    for (const jsonvalue& value : list->GetArray()) {
+      if (!value.IsString()) {
         Fail(std::string(key) + " is not an array of strings");
       }
-      texts.push_back(value.get<std::string>());
+      texts.push_back(TextOf(value));
     }
   }
   return texts;
 }
 
-jsonobject jsonobject::Object(const char* key, const std::string& place) const {
-  static const json kNone = json::object();
-  const json* value = Find(key);
-  return {value == nullptr ? kNone : *value, place.empty() ? key : place + ", " + key};
+jsonobject jsonobject::Object(const char* key) const {
+  static const jsonvalue kNone(rapidjson::kObjectType);
+  const jsonvalue* value = Find(key);
+  return {value == nullptr ? kNone : *value, place_.With(key)};
 }
 
 std::vector<jsonobject> jsonobject::Objects(const char* key, const char* name) const {
   std::vector<jsonobject> objects;
-  if (const json* list = Find(key)) {
-    if (!list->is_array()) {
+  if (const jsonvalue* list = Find(key)) {
+    if (!list->IsArray()) {
       Fail(std::string(key) + " is not an array");
     }
-    objects.reserve(list->size());
-    const std::string before = (place_.empty() ? "" : place_ + ", ") + name + " ";
-    for (const json& value : *list) {
-      objects.emplace_back(value, before + std::to_string(objects.size()));
+    objects.reserve(list->Size());
+    for (const jsonvalue& value : list->GetArray()) {
+      objects.emplace_back(value, place_.With(name, static_cast<std::int64_t>(objects.size())));
     }
   }
   return objects;
 }
 
 std::size_t jsonobject::ListSize(const char* key) const {
-  const json* list = Find(key);
-  return list != nullptr && list->is_array() ? list->size() : 0;
+  const jsonvalue* list = Find(key);
+  return list != nullptr && list->IsArray() ? list->Size() : 0;
 }
 
-const json* jsonobject::Extra(const char* key) const {
-  const json* extras = Find("extras");
-  if (extras == nullptr || !extras->is_object()) {
+const jsonvalue* jsonobject::Extra(const char* key) const {
+  const jsonvalue* extras = Find("extras");
+  if (extras == nullptr || !extras->IsObject()) {
     return nullptr;
   }
-  const auto found = extras->find(key);
-  return found == extras->end() ? nullptr : &*found;
+  return Member(*extras, key);
 }
 
 std::vector<std::pair<std::string, int>> jsonobject::IndexMap(const char* key,
                                                               std::size_t size) const {
   const jsonobject map = Object(key);
+  std::map<std::string, const jsonvalue*> members;  // the last of a name counts
+  for (const auto& member : map.value_->GetObject()) {
+    members[TextOf(member.name)] = &member.value;
+  }
   std::vector<std::pair<std::string, int>> indices;
-  for (const auto& [name, value] : map.value_->items()) {
-    indices.emplace_back(name, map.IndexOf(value, name.c_str(), size));
+  for (const auto& [name, value] : members) {
+    indices.emplace_back(name, map.IndexOf(*value, name.c_str(), size));
   }
   return indices;
 }

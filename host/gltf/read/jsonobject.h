@@ -1,21 +1,40 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "gltf/read/json.h"
+
 namespace gltf {
+
+// Where an object stands, from the outside in: names, with a number where they name a list's entry.
+// It is made a text only where somebody reads it.
+class jsonplace {
+ public:
+  jsonplace With(const char* name, std::int64_t number = -1) const;
+  std::string Text() const;
+
+ private:
+  struct step {
+    const char* name;
+    std::int64_t number;
+  };
+  static constexpr std::size_t kMost = 6;  // deeper than any object of a document is looked into
+  std::array<step, kMost> steps_;
+  std::size_t count_ = 0;
+};
 
 // An object of the JSON text together with the words that name it in a fault, such as
 // "accessor 3". A member that is there with the wrong type is a fault; throws badfile.
 class jsonobject {
  public:
   // value must be an object.
-  jsonobject(const nlohmann::json& value, std::string place);
+  jsonobject(const jsonvalue& value, const jsonplace& place);
 
-  const std::string& Place() const { return place_; }
+  std::string Place() const { return place_.Text(); }
   [[noreturn]] void Fail(const std::string& what) const;
 
   bool Has(const char* key) const { return Find(key) != nullptr; }
@@ -34,14 +53,13 @@ class jsonobject {
   std::vector<std::string> Texts(const char* key) const;
 
   // An object without members when it is missing.
-  jsonobject Object(const char* key, const std::string& place) const;
-  jsonobject Object(const char* key) const { return Object(key, place_); }
+  jsonobject Object(const char* key) const;
   // The objects of a list, named by `name` and their place in it.
   std::vector<jsonobject> Objects(const char* key, const char* name) const;
   std::size_t ListSize(const char* key) const;
   // What the file's maker keeps under `extras`, which may be of any kind: null where there is no
   // member of the name.
-  const nlohmann::json* Extra(const char* key) const;
+  const jsonvalue* Extra(const char* key) const;
   // Keys and list places, as in the attributes of a primitive.
   std::vector<std::pair<std::string, int>> IndexMap(const char* key, std::size_t size) const;
 
@@ -49,11 +67,12 @@ class jsonobject {
   static constexpr std::int64_t kMostWhole = std::int64_t{1} << 40;
 
  private:
-  const nlohmann::json* Find(const char* key) const;
-  int IndexOf(const nlohmann::json& value, const char* key, std::size_t size) const;
+  const jsonvalue* Find(const char* key) const { return Member(*value_, key); }
+  static const jsonvalue* Member(const jsonvalue& of, const char* key);
+  int IndexOf(const jsonvalue& value, const char* key, std::size_t size) const;
 
-  const nlohmann::json* value_;
-  std::string place_;
+  const jsonvalue* value_;
+  jsonplace place_;
 };
 
 }  // namespace gltf

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <rapidjson/document.h>
+
+#include <cstddef>
+
+#include "binary/fileview.h"
+
+namespace gltf {
+
+// Memory for a text's values. The library would go on without it where there is none: this throws
+// bad_alloc.
+class jsonmemory {
+ public:
+  static constexpr bool kNeedFree = true;
+
+  void* Malloc(std::size_t size);
+  void* Realloc(void* old, std::size_t oldSize, std::size_t size);
+  static void Free(void* memory);
+};
+
+using jsonpool = rapidjson::MemoryPoolAllocator<jsonmemory>;
+using jsonvalue = rapidjson::GenericValue<rapidjson::UTF8<>, jsonpool>;
+using jsontext = rapidjson::GenericDocument<rapidjson::UTF8<>, jsonpool, jsonmemory>;
+
+// The values of a text, of any depth. Throws badfile where it is no JSON in UTF-8.
+jsontext ParseJson(const fileview& text);
+
+}  // namespace gltf
