@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include "gltf/readtest.h"
 
 namespace {
@@ -180,6 +182,36 @@ TEST_F(ReadNodes, StepsAreTakenAtAFramesOwnTimeAndRotationsKeepTheirSign) {
   for (const ckey& key : keys) {
     EXPECT_GT(key.rot.w, 0.9F);
   }
+}
+
+// Channels that share their times but not how they go between them.
+TEST_F(ReadNodes, SharedTimesAreReadAsEachChannelSays) {
+  gltfmodel model;
+  const int first = model.Node({{"name", "first"}});
+  const int second = model.Node({{"name", "second"}});
+  const int times = model.Floats("SCALAR", {0, 0.1F, 0.3F});
+  const int values = model.Floats("VEC3", {0, 0, 0, 4, 0, 0, 8, 0, 0});
+  json samplers;
+  for (const char* mode : {"LINEAR", "STEP"}) {
+    samplers.push_back({{"input", times}, {"output", values}, {"interpolation", mode}});
+  }
+  json channels;
+  for (const auto& [node, path, sampler] : std::vector<std::tuple<int, const char*, int>>{
+           {first, "translation", 0}, {second, "translation", 1}}) {
+    channels.push_back({{"sampler", sampler}, {"target", {{"node", node}, {"path", path}}}});
+  }
+  model.doc["animations"].push_back({{"samplers", samplers}, {"channels", channels}});
+  how.fps = 10.0;
+  ASSERT_TRUE(Read(model)) << told.fault;
+  const auto along = [this](const char* name) {
+    std::vector<float> places;
+    for (const ckey& key : Node(name)->State().track->State().keys) {
+      places.push_back(key.pos.y);
+    }
+    return places;
+  };
+  EXPECT_EQ(along("first"), (std::vector<float>{0, 4, 6, 8}));
+  EXPECT_EQ(along("second"), (std::vector<float>{0, 4, 4, 8}));
 }
 
 }  // namespace

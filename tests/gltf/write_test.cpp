@@ -101,6 +101,28 @@ TEST_F(gltfwrite, ALongClipKeepsItsFrames) {
   }
 }
 
+// Whatever keys a track has at its ends, between frames, or twice at one.
+TEST_F(gltfwrite, ATrackIsWrittenAsItStandsAtEachFrame) {
+  const auto at = [](int frame, float x) { return KeyAt(frame, MakePt3(x, 0.0F, 0.0F)); };
+  const std::vector<std::vector<ckey>> tracks{
+      {at(0, 1), at(1, 2), at(2, 4), at(3, 8), at(4, 16), at(5, 5), at(6, 6)},
+      {at(2, 3), at(3, 1), at(4, 7)},
+      {at(0, 1), at(1, 2), at(2, 1), at(3, 9), at(4, 2), at(4, 3)},
+      {at(0, 1), at(3, 4)}};
+  for (const std::vector<ckey>& keys : tracks) {
+    AddBone(std::to_string(scene.Nodes().size()).c_str(), nullptr, keys);
+  }
+  scene.clips = {{"early", 0, 2}, {"late", 1, 4}};
+  ThereAndBack();
+  for (std::size_t i = 0; i < tracks.size(); ++i) {
+    for (int frame = 0; frame < 6; ++frame) {
+      const int was = frame < 2 ? frame : frame - 1;  // the second clip begins in the first
+      EXPECT_EQ(again->Nodes()[i]->GetPosAtFrame(frame).x, scene.Nodes()[i]->GetPosAtFrame(was).x)
+          << i << " at " << frame;
+    }
+  }
+}
+
 // What does not change costs nothing, and every clip says all that another clip changes.
 TEST_F(gltfwrite, ClipsHaveChannelsForWhatMovesInAnyOfThem) {
   AddBone("still", nullptr,

@@ -225,6 +225,7 @@ std::vector<std::pair<std::string, int>> jsonobject::IndexMap(const char* key,
     members[TextOf(member.name)] = &member.value;
   }
   std::vector<std::pair<std::string, int>> indices;
+  indices.reserve(members.size());
   for (const auto& [name, value] : members) {
     indices.emplace_back(name, map.IndexOf(*value, name.c_str(), size));
   }

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <span>
+#include <tuple>
 #include <utility>
 
 #include "core/timeline.h"
@@ -69,10 +70,8 @@ bool Convert(std::span<const ckey> keys, const Compare& same, const Make& conver
   float* out = to.data() + begin;
   for (const ckey& key : keys.first(count)) {
     const std::array<float, Count> part = convert(key);
-    for (const float each : part) {
-      *out++ = each;
-      sum += each * 0.0F;
-    }
+    out = std::ranges::copy(part, out).out;
+    sum += std::apply([](auto... each) { return (each + ...) * 0.0F; }, part);  // 0 or no number
   }
   return sum == 0.0F;
 }
@@ -181,13 +180,7 @@ class animationwriter {
       for (const constant& each : made.constants) {
         WriteConstant(c, each);
       }
-      ordered_json entry;
-      if (!clips_[c].name.empty()) {
-        entry["name"] = ToUtf8(clips_[c].name);
-      }
-      entry["channels"] = std::move(made.channels);
-      entry["samplers"] = std::move(made.samplers);
-      file_.Add("animations", std::move(entry));
+      WriteAnimation(clips_[c].name, made);
     }
   }
 
@@ -207,9 +200,15 @@ class animationwriter {
       return std::span(values).subspan(starts[c], starts[c + 1] - starts[c]);
     }
   };
+  // Each has a sampler of its own.
+  struct channel {
+    int node;
+    const char* path;
+    int times;  // accessors
+    int values;
+  };
   struct animation {
-    std::vector<ordered_json> channels;
-    std::vector<ordered_json> samplers;
+    std::vector<channel> channels;
     std::vector<constant> constants;  // not written yet
     bool whole = false;               // some channel lasts as long as the clip
   };
@@ -295,14 +294,41 @@ class animationwriter {
   }
 
   void AddSampler(std::size_t c, int node, const char* path, int times, int output) {
-    std::vector<ordered_json>& samplers = made_[c].samplers;
-    made_[c].channels.push_back(
-        {{"sampler", samplers.size()}, {"target", {{"node", node}, {"path", path}}}});
-    ordered_json sampler = {{"input", times}, {"output", output}};
-    if (how_.stepped) {
-      sampler["interpolation"] = "STEP";
+    made_[c].channels.push_back({node, path, times, output});
+  }
+
+  void WriteAnimation(const std::string& name, const animation& made) {
+    jsonwriter& entry = file_.AddWritten("animations");
+    entry.StartObject();
+    if (!name.empty()) {
+      entry.Member("name", ToUtf8(name));
     }
-    samplers.push_back(std::move(sampler));
+    entry.Key("channels");
+    entry.StartArray();
+    for (std::size_t i = 0; i < made.channels.size(); ++i) {
+      entry.StartObject();
+      entry.Member("sampler", i);
+      entry.Key("target");
+      entry.StartObject();
+      entry.Member("node", made.channels[i].node);
+      entry.Member("path", made.channels[i].path);
+      entry.EndObject();
+      entry.EndObject();
+    }
+    entry.EndArray();
+    entry.Key("samplers");
+    entry.StartArray();
+    for (const channel& each : made.channels) {
+      entry.StartObject();
+      entry.Member("input", each.times);
+      entry.Member("output", each.values);
+      if (how_.stepped) {
+        entry.Member("interpolation", "STEP");
+      }
+      entry.EndObject();
+    }
+    entry.EndArray();
+    entry.EndObject();
   }
 
   int Times(std::size_t c) {

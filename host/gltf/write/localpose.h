@@ -32,22 +32,15 @@ class keyconverter {
   // Of the two quaternions for the rotation the one on the side of `near`; the identity for none.
   std::array<float, 4> Rotation(const ckey& key, const std::array<float, 4>& near) const {
     const core::vec3 axis = axes_.ToFile(core::vec3{key.rot.x, key.rot.y, key.rot.z});
-    const double parts[4] = {axis.x, axis.y, axis.z, key.rot.w};
-    double squares = 0.0;
-    double side = 0.0;
-    for (std::size_t i = 0; i < 4; ++i) {
-      squares += parts[i] * parts[i];
-      side += parts[i] * near[i];
-    }
+    const double w = key.rot.w;
+    const double squares = core::Dot(axis, axis) + w * w;
+    const double side = axis.x * near[0] + axis.y * near[1] + axis.z * near[2] + w * near[3];
     if (squares == 0.0) {
       return {0.0F, 0.0F, 0.0F, 1.0F};
     }
     const double factor = (side < 0.0 ? -1.0 : 1.0) / std::sqrt(squares);
-    std::array<float, 4> result;
-    for (std::size_t i = 0; i < 4; ++i) {
-      result[i] = static_cast<float>(parts[i] * factor) + 0.0F;
-    }
-    return result;
+    return {static_cast<float>(axis.x * factor) + 0.0F, static_cast<float>(axis.y * factor) + 0.0F,
+            static_cast<float>(axis.z * factor) + 0.0F, static_cast<float>(w * factor) + 0.0F};
   }
 
  private:

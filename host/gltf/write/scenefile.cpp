@@ -26,6 +26,7 @@ constexpr int kInt = 5125;
 constexpr int kFloat = 5126;
 constexpr int kVertexTarget = 34962;
 constexpr int kIndexTarget = 34963;
+constexpr char kAccessors[] = "accessors";
 
 constexpr std::uint32_t kMagic = 0x46546C67;      // "glTF"
 constexpr std::uint32_t kTextChunk = 0x4E4F534A;  // "JSON"
@@ -71,22 +72,24 @@ std::span<const std::uint8_t> BytesOf(std::span<const T> values) {
 
 }  // namespace
 
-std::span<std::uint8_t> scenefile::viewdata::Grow(std::size_t bytes) {
+std::vector<std::uint8_t>& scenefile::viewdata::PieceFor(std::size_t bytes) {
   constexpr std::size_t kLargestReserve = std::size_t{1} << 20;
   if (pieces.empty() || pieces.back().capacity() - pieces.back().size() < bytes) {
     pieces.emplace_back().reserve(std::max(bytes, std::min(size, kLargestReserve)));
   }
-  std::vector<std::uint8_t>& last = pieces.back();
-  last.resize(last.size() + bytes);
   size += bytes;
+  return pieces.back();
+}
+
+std::span<std::uint8_t> scenefile::viewdata::Grow(std::size_t bytes) {
+  std::vector<std::uint8_t>& last = PieceFor(bytes);
+  last.resize(last.size() + bytes);
   return std::span(last).last(bytes);
 }
 
 void scenefile::viewdata::Append(std::span<const std::uint8_t> bytes) {
-  const std::span<std::uint8_t> to = Grow(bytes.size());
-  if (!bytes.empty()) {
-    std::memcpy(to.data(), bytes.data(), bytes.size());
-  }
+  std::vector<std::uint8_t>& last = PieceFor(bytes.size());
+  last.insert(last.end(), bytes.begin(), bytes.end());
 }
 
 scenefile::scenefile(std::string path)
@@ -100,8 +103,14 @@ int scenefile::Add(const char* list, ordered_json entry) {
   return static_cast<int>(entries.size()) - 1;
 }
 
-ordered_json& scenefile::At(const char* list, int index) {
-  return root_[list][static_cast<std::size_t>(index)];
+jsonwriter& scenefile::AddWritten(const char* list) {
+  const auto found = written_.try_emplace(list, writtenlist{jsonwriter(split_, 1)}).first;
+  writtenlist& entries = found->second;
+  if (entries.count++ == 0) {
+    root_[list] = nullptr;
+    entries.text.StartArray();
+  }
+  return entries.text;
 }
 
 void scenefile::SetScene(ordered_json scene) {
@@ -114,16 +123,28 @@ int scenefile::AddView(use purpose) {
   return static_cast<int>(views_.size()) - 1;
 }
 
-int scenefile::AddAccessor(int view, std::size_t offset, int componentType, std::size_t count,
-                           const char* type) {
-  ordered_json accessor = {{"bufferView", view}};
+jsonwriter& scenefile::StartAccessor() {
+  jsonwriter& entry = AddWritten(kAccessors);
+  entry.StartObject();
+  return entry;
+}
+
+jsonwriter& scenefile::StartAccessor(int view, std::size_t offset, int componentType,
+                                     std::size_t count, const char* type) {
+  jsonwriter& entry = StartAccessor();
+  entry.Member("bufferView", view);
   if (offset != 0) {
-    accessor["byteOffset"] = offset;
+    entry.Member("byteOffset", offset);
   }
-  accessor["componentType"] = componentType;
-  accessor["count"] = count;
-  accessor["type"] = type;
-  return Add("accessors", std::move(accessor));
+  entry.Member("componentType", componentType);
+  entry.Member("count", count);
+  entry.Member("type", type);
+  return entry;
+}
+
+int scenefile::EndAccessor(jsonwriter& entry) {
+  entry.EndObject();
+  return written_.at(kAccessors).count - 1;
 }
 
 int scenefile::AddFloats(int view, std::span<const float> values, const char* type, bounds wanted) {
@@ -131,7 +152,7 @@ int scenefile::AddFloats(int view, std::span<const float> values, const char* ty
   const std::size_t offset = data.size;
   data.Append(BytesOf(values));
   const std::size_t components = Components(type);
-  const int accessor = AddAccessor(view, offset, kFloat, values.size() / components, type);
+  jsonwriter& entry = StartAccessor(view, offset, kFloat, values.size() / components, type);
   if (wanted == bounds::Written) {
     std::vector<float> low(values.begin(),
                            values.begin() + static_cast<std::ptrdiff_t>(components));
@@ -140,10 +161,10 @@ int scenefile::AddFloats(int view, std::span<const float> values, const char* ty
       low[i % components] = std::min(low[i % components], values[i]);
       high[i % components] = std::max(high[i % components], values[i]);
     }
-    At("accessors", accessor)["min"] = low;
-    At("accessors", accessor)["max"] = high;
+    entry.Member("min", std::span<const float>(low));
+    entry.Member("max", std::span<const float>(high));
   }
-  return accessor;
+  return EndAccessor(entry);
 }
 
 template <class T>
@@ -173,19 +194,18 @@ int scenefile::Pack(int& view, std::span<const float> values, int componentType,
     std::memcpy(to, packed.data(), sizeof packed);
     to += kStride;
   }
-  const int accessor = AddAccessor(view, offset, componentType, count, "VEC3");
-  ordered_json& entry = At("accessors", accessor);
-  entry["normalized"] = true;
+  jsonwriter& entry = StartAccessor(view, offset, componentType, count, "VEC3");
+  entry.Member("normalized", true);
   if (wanted == bounds::Written) {
-    entry["min"] = low;
-    entry["max"] = high;
+    entry.Member("min", std::span<const int>(low));
+    entry.Member("max", std::span<const int>(high));
   }
   for (const char* list : {"extensionsUsed", "extensionsRequired"}) {
     if (ordered_json& names = root_[list]; names.empty()) {
       names.push_back("KHR_mesh_quantization");
     }
   }
-  return accessor;
+  return EndAccessor(entry);
 }
 
 int scenefile::AddPacked(std::span<const float> values, packing how, bounds wanted) {
@@ -194,11 +214,14 @@ int scenefile::AddPacked(std::span<const float> values, packing how, bounds want
 }
 
 int scenefile::AddZeros(std::size_t count) {
-  return Add("accessors", {{"componentType", kFloat},
-                           {"count", count},
-                           {"type", "VEC3"},
-                           {"min", {0.0, 0.0, 0.0}},
-                           {"max", {0.0, 0.0, 0.0}}});
+  constexpr std::array<float, 3> kZero{};
+  jsonwriter& entry = StartAccessor();
+  entry.Member("componentType", kFloat);
+  entry.Member("count", count);
+  entry.Member("type", "VEC3");
+  entry.Member("min", std::span<const float>(kZero));
+  entry.Member("max", std::span<const float>(kZero));
+  return EndAccessor(entry);
 }
 
 int scenefile::AddSparse(std::size_t count, std::span<const placedvalue> values) {
@@ -211,13 +234,15 @@ int scenefile::AddSparse(std::size_t count, std::span<const placedvalue> values)
     append(places, each.place);
     append(numbers, each.value);
   }
-  return Add("accessors", {{"componentType", kFloat},
-                           {"count", count},
-                           {"type", "SCALAR"},
-                           {"sparse",
-                            {{"count", values.size()},
-                             {"indices", {{"bufferView", places}, {"componentType", kInt}}},
-                             {"values", {{"bufferView", numbers}}}}}});
+  jsonwriter& entry = StartAccessor();
+  entry.Member("componentType", kFloat);
+  entry.Member("count", count);
+  entry.Member("type", "SCALAR");
+  entry.Member("sparse",
+               ordered_json{{"count", values.size()},
+                            {"indices", {{"bufferView", places}, {"componentType", kInt}}},
+                            {"values", {{"bufferView", numbers}}}});
+  return EndAccessor(entry);
 }
 
 template <class T>
@@ -230,7 +255,7 @@ int scenefile::AddWhole(use purpose, std::span<const std::uint32_t> values, int 
     std::memcpy(to, &value, sizeof(T));
     to += sizeof(T);
   }
-  return AddAccessor(view, 0, componentType, values.size() / Components(type), type);
+  return EndAccessor(StartAccessor(view, 0, componentType, values.size() / Components(type), type));
 }
 
 int scenefile::AddIndices(std::span<const std::uint32_t> values) {
@@ -277,19 +302,40 @@ std::string scenefile::NameBeside(const std::string& tail) const {
   return core::PathOf(path_).stem().string() + tail;
 }
 
+std::string scenefile::RootText() {
+  jsonwriter text(split_);
+  text.StartObject();
+  for (const auto& [name, value] : root_.items()) {
+    text.Key(name);
+    if (const auto list = written_.find(name); list != written_.end()) {
+      list->second.text.EndArray();
+      text.PutRaw(list->second.text.Text());
+      written_.erase(list);
+    } else {
+      text.Put(value);
+    }
+  }
+  text.EndObject();
+  return text.Take();
+}
+
 void scenefile::Save(files::replacement& into) {
   static constexpr std::uint8_t kZeros[3] = {};
   std::vector<std::span<const std::uint8_t>> data;
   std::uint64_t size = 0;
   for (const viewdata& each : views_) {
-    ordered_json entry = {{"buffer", 0}, {"byteOffset", size}, {"byteLength", each.size}};
+    jsonwriter& entry = AddWritten("bufferViews");
+    entry.StartObject();
+    entry.Member("buffer", 0);
+    entry.Member("byteOffset", size);
+    entry.Member("byteLength", each.size);
     if (each.stride != 0) {
-      entry["byteStride"] = each.stride;
+      entry.Member("byteStride", each.stride);
     }
     if (each.purpose != use::Nothing) {
-      entry["target"] = each.purpose == use::Vertices ? kVertexTarget : kIndexTarget;
+      entry.Member("target", each.purpose == use::Vertices ? kVertexTarget : kIndexTarget);
     }
-    Add("bufferViews", std::move(entry));
+    entry.EndObject();
     data.insert(data.end(), each.pieces.begin(), each.pieces.end());
     const std::uint64_t padding = Padded(each.size) - each.size;
     data.emplace_back(kZeros, static_cast<std::size_t>(padding));
@@ -303,7 +349,7 @@ void scenefile::Save(files::replacement& into) {
     }
     Add("buffers", std::move(buffer));
   }
-  std::string text = root_.dump(split_ ? 2 : -1);
+  std::string text = RootText();
   text.append(split_ ? "\n" : std::string(Padded(text.size()) - text.size(), ' '));
   if (size + text.size() + 28 > kLargestFile) {
     throw writefault("the file would be larger than 4 GB");

@@ -1,16 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <map>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "files/replacement.h"
+#include "gltf/write/jsonwriter.h"
 
 namespace gltf {
-
-using nlohmann::ordered_json;
 
 // A file being put together: its lists, its binary data, the files beside it. The library that
 // reads documents writes them as well, but neither says when the disk was full nor leaves an older
@@ -20,9 +19,11 @@ class scenefile {
   // A path that ends in .gltf, in any case of letters, has its data and images beside it.
   explicit scenefile(std::string path);
 
-  // Adds to a list of the file's root, as "nodes", and gives the index there.
+  // Adds to a list of the file's root, as "skins", and gives the index there.
   int Add(const char* list, ordered_json entry);
-  ordered_json& At(const char* list, int index);
+  // The same for a list that may be long: the caller writes the entry. A list gets its entries in
+  // one of the two ways.
+  jsonwriter& AddWritten(const char* list);
   void SetScene(ordered_json scene);
 
   // What a view is for: the file says so of a mesh's data and of nothing else.
@@ -67,6 +68,7 @@ class scenefile {
 
     // Room for so many bytes behind the others, zeros at first.
     std::span<std::uint8_t> Grow(std::size_t bytes);
+    std::vector<std::uint8_t>& PieceFor(std::size_t bytes);
     void Append(std::span<const std::uint8_t> bytes);
   };
   struct sidefile {
@@ -74,18 +76,28 @@ class scenefile {
     std::vector<std::uint8_t> bytes;
   };
 
+  struct writtenlist {
+    jsonwriter text;
+    int count = 0;
+  };
+
   template <class T>
   int Pack(int& view, std::span<const float> values, int componentType, bounds wanted);
   template <class T>
   int AddWhole(use purpose, std::span<const std::uint32_t> values, int componentType,
                const char* type);
-  int AddAccessor(int view, std::size_t offset, int componentType, std::size_t count,
-                  const char* type);
+  // Starts an accessor's object, which the caller ends.
+  jsonwriter& StartAccessor();
+  jsonwriter& StartAccessor(int view, std::size_t offset, int componentType, std::size_t count,
+                            const char* type);
+  int EndAccessor(jsonwriter& entry);
+  std::string RootText();
   std::string NameBeside(const std::string& tail) const;
 
   std::string path_;
-  bool split_;  // data and images in files of their own
-  ordered_json root_;
+  bool split_;         // data and images in files of their own
+  ordered_json root_;  // null in place of a list of written_
+  std::map<std::string, writtenlist> written_;
   std::vector<viewdata> views_;
   int byteView_ = -1;  // of AddPacked
   int shortView_ = -1;

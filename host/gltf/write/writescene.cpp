@@ -2,6 +2,7 @@
 #include <cmath>
 #include <new>
 #include <set>
+#include <span>
 
 #include "core/state.h"
 #include "core/utf8path.h"
@@ -70,37 +71,41 @@ void WriteNodes(const core::scene& scene, const skinning& skins, const layout& p
   const localpose none;
   for (std::size_t i = 0; i < plan.nodes.size(); ++i) {
     const filenode& node = plan.nodes[i];
-    ordered_json entry = ordered_json::object();
+    jsonwriter& entry = file.AddWritten("nodes");
+    entry.StartObject();
     if (!node.name.empty()) {
-      entry["name"] = node.name;
+      entry.Member("name", node.name);
     }
     if (node.track != nullptr) {
       const localpose rest = PoseAt(*node.track, scene.animStart, how, none, node.name);
       if (rest.translation != none.translation) {
-        entry["translation"] = rest.translation;
+        entry.Member("translation", std::span<const float>(rest.translation));
       }
       if (rest.rotation != none.rotation) {
-        entry["rotation"] = rest.rotation;
+        entry.Member("rotation", std::span<const float>(rest.rotation));
       }
       if (rest.scale != none.scale) {
-        entry["scale"] = rest.scale;
+        entry.Member("scale", std::span<const float>(rest.scale));
       }
     }
     if (!node.children.empty()) {
-      entry["children"] = node.children;
+      entry.Member("children", std::span<const int>(node.children));
     }
     if (i < meshes.size()) {
       if (meshes[i] >= 0) {
-        entry["mesh"] = meshes[i];
+        entry.Member("mesh", meshes[i]);
         if (skins.IsSkinned(i)) {
-          entry["skin"] = 0;
+          entry.Member("skin", 0);
         }
       }
       if (scene.Nodes()[i]->GetType() == kNodeBone) {
-        entry["extras"] = {{"bone", true}};
+        entry.Key("extras");
+        entry.StartObject();
+        entry.Member("bone", true);
+        entry.EndObject();
       }
     }
-    file.Add("nodes", std::move(entry));
+    entry.EndObject();
   }
 }
 
