@@ -1,5 +1,7 @@
 #include "core/affine.h"
 
+#include "core/lanes.h"
+
 namespace core {
 
 namespace {
@@ -21,7 +23,22 @@ vec3 SideOf(const vec3& v) {
   return Unit(axis - v * Dot(axis, v));
 }
 
+float4 RowOf(const vec3& v, float last) {
+  const float4 row = {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z),
+                      last};
+  return row;
+}
+
 }  // namespace
+
+cmatrix4 ToMatrix(const affine& transform) {
+  cmatrix4 result;
+  Store(result.m[0], RowOf(transform.row[0], 0.0F));
+  Store(result.m[1], RowOf(transform.row[1], 0.0F));
+  Store(result.m[2], RowOf(transform.row[2], 0.0F));
+  Store(result.m[3], RowOf(transform.translation, 1.0F));
+  return result;
+}
 
 affine FromQuat(const cquat& rotation) {
   const double norm =

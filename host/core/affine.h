@@ -85,16 +85,7 @@ inline affine ToAffine(const cmatrix4& matrix) {
           {m[3][0], m[3][1], m[3][2]}};
 }
 
-inline cmatrix4 ToMatrix(const affine& transform) {
-  cmatrix4 result;
-  for (int i = 0; i < 4; ++i) {
-    const vec3& row = i < 3 ? transform.row[i] : transform.translation;
-    result.m[i][0] = static_cast<float>(row.x);
-    result.m[i][1] = static_cast<float>(row.y);
-    result.m[i][2] = static_cast<float>(row.z);
-  }
-  return result;
-}
+CORE_API cmatrix4 ToMatrix(const affine& transform);
 
 // Rows of the rotation that a quaternion of any length stands for; zero gives the identity.
 CORE_API affine FromQuat(const cquat& rotation);

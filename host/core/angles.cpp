@@ -95,8 +95,9 @@ void MatrixLookAt(cmatrix4& result, const cpoint3& direction, const cpoint3& up)
   if (core::IsZero(ahead)) {
     ahead = {0.0, 0.0, 1.0};
   }
-  core::vec3 side = core::Cross(core::Unit(core::ToVec(up)), ahead);
-  if (core::Dot(side, side) < kVertical * kVertical) {
+  const core::vec3 above = core::ToVec(up);
+  core::vec3 side = core::Cross(above, ahead);
+  if (!(core::Dot(side, side) > kVertical * kVertical * core::Dot(above, above))) {
     const core::vec3 other = std::abs(ahead.z) < 0.9 ? core::vec3{0.0, 0.0, 1.0}  // any will do
                                                      : core::vec3{1.0, 0.0, 0.0};
     side = core::Cross(other, ahead);

@@ -16,16 +16,6 @@ struct turn {
 
 constexpr float kIdentity[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
 
-// Rows are written as a whole, since a product reads them so: a processor waits where it reads at
-// once what it has just written in parts.
-void SetRow(float (&row)[4], core::float4 values) { std::memcpy(row, &values, sizeof values); }
-
-core::float4 RowOf(const core::vec3& v, float last) {
-  const core::float4 row = {static_cast<float>(v.x), static_cast<float>(v.y),
-                            static_cast<float>(v.z), last};
-  return row;
-}
-
 // Whole quarter turns come out exact.
 turn TurnOf(float degrees) {
   const double given = degrees;
@@ -99,10 +89,7 @@ void cmatrix4::Identity() { std::memcpy(m, kIdentity, sizeof m); }
 void cmatrix4::Invert() {
   core::affine transform = core::ToAffine(*this);
   if (core::InvertInPlace(transform)) {
-    SetRow(m[0], RowOf(transform.row[0], 0.0F));
-    SetRow(m[1], RowOf(transform.row[1], 0.0F));
-    SetRow(m[2], RowOf(transform.row[2], 0.0F));
-    SetRow(m[3], RowOf(transform.translation, 1.0F));
+    *this = core::ToMatrix(transform);
   }
 }
 
@@ -120,35 +107,33 @@ cpoint3 cmatrix4::GetTrans() const { return GetRow3(3); }
 
 void cmatrix4::FromAngleX(float degrees) {
   const turn t = TurnOf(degrees);
-  SetRow(m[0], core::float4{1.0F, 0.0F, 0.0F, 0.0F});
-  SetRow(m[1], core::float4{0.0F, t.cosine, -t.sine, 0.0F});
-  SetRow(m[2], core::float4{0.0F, t.sine, t.cosine, 0.0F});
-  SetRow(m[3], core::float4{0.0F, 0.0F, 0.0F, 1.0F});
+  core::Store(m[0], core::float4{1.0F, 0.0F, 0.0F, 0.0F});
+  core::Store(m[1], core::float4{0.0F, t.cosine, -t.sine, 0.0F});
+  core::Store(m[2], core::float4{0.0F, t.sine, t.cosine, 0.0F});
+  core::Store(m[3], core::float4{0.0F, 0.0F, 0.0F, 1.0F});
 }
 
 void cmatrix4::FromAngleY(float degrees) {
   const turn t = TurnOf(degrees);
-  SetRow(m[0], core::float4{t.cosine, 0.0F, t.sine, 0.0F});
-  SetRow(m[1], core::float4{0.0F, 1.0F, 0.0F, 0.0F});
-  SetRow(m[2], core::float4{-t.sine, 0.0F, t.cosine, 0.0F});
-  SetRow(m[3], core::float4{0.0F, 0.0F, 0.0F, 1.0F});
+  core::Store(m[0], core::float4{t.cosine, 0.0F, t.sine, 0.0F});
+  core::Store(m[1], core::float4{0.0F, 1.0F, 0.0F, 0.0F});
+  core::Store(m[2], core::float4{-t.sine, 0.0F, t.cosine, 0.0F});
+  core::Store(m[3], core::float4{0.0F, 0.0F, 0.0F, 1.0F});
 }
 
 void cmatrix4::FromAngleZ(float degrees) {
   const turn t = TurnOf(degrees);
-  SetRow(m[0], core::float4{t.cosine, -t.sine, 0.0F, 0.0F});
-  SetRow(m[1], core::float4{t.sine, t.cosine, 0.0F, 0.0F});
-  SetRow(m[2], core::float4{0.0F, 0.0F, 1.0F, 0.0F});
-  SetRow(m[3], core::float4{0.0F, 0.0F, 0.0F, 1.0F});
+  core::Store(m[0], core::float4{t.cosine, -t.sine, 0.0F, 0.0F});
+  core::Store(m[1], core::float4{t.sine, t.cosine, 0.0F, 0.0F});
+  core::Store(m[2], core::float4{0.0F, 0.0F, 1.0F, 0.0F});
+  core::Store(m[3], core::float4{0.0F, 0.0F, 0.0F, 1.0F});
 }
 
 // Sums in double precision, one row of the result at a time.
 cmatrix4 cmatrix4::operator*(const cmatrix4& other) const {
   core::double4 rows[4];
   for (int k = 0; k < 4; ++k) {
-    core::float4 row;
-    std::memcpy(&row, other.m[k], sizeof row);
-    rows[k] = __builtin_convertvector(row, core::double4);
+    rows[k] = __builtin_convertvector(core::Load(other.m[k]), core::double4);
   }
   cmatrix4 result;
   for (int i = 0; i < 4; ++i) {
@@ -157,7 +142,7 @@ cmatrix4 cmatrix4::operator*(const cmatrix4& other) const {
     const double c = m[i][2];
     const double d = m[i][3];
     const core::double4 sum = a * rows[0] + b * rows[1] + c * rows[2] + d * rows[3];
-    SetRow(result.m[i], __builtin_convertvector(sum, core::float4));
+    core::Store(result.m[i], __builtin_convertvector(sum, core::float4));
   }
   return result;
 }

@@ -1,5 +1,7 @@
 #include "skeletal/encodebone.h"
 
+#include <utility>
+
 #include "plugin/host/scene.h"
 #include "skeletal/angles.h"
 
@@ -16,17 +18,12 @@ eulerangles EulerOf(const cmatrix4& matrix) {
   return {angles[0], angles[1], angles[2]};
 }
 
-// A matrix with the direction of a bone from its parent in row 0, which alone decides on angles
-// about y and z; up where both have one position.
-cmatrix4 AlongX(cpoint3 direction) {
-  direction.Normalize();
-  // Again, for what rounding has left of it, which can decide on a step of an angle.
-  direction.Normalize();
+// Three axes of which the first, along which a bone lies from its parent, is the direction. With
+// two rows exchanged they are a mirror, not a rotation, of which row 0 alone can be read.
+cmatrix4 AlongX(const cpoint3& direction) {
   cmatrix4 matrix;
-  matrix.m[0][0] = direction.x;
-  matrix.m[0][1] = direction.y;
-  matrix.m[0][2] =
-      direction.x == 0.0F && direction.y == 0.0F && direction.z == 0.0F ? 1.0F : direction.z;
+  MatrixLookAt(matrix, direction, MakePt3(0.0F, 1.0F, 0.0F));
+  std::swap(matrix.m[0], matrix.m[2]);
   return matrix;
 }
 
@@ -37,8 +34,10 @@ skelBoneFrame EncodeBone(const cmatrix4& world, const cmatrix4* parent) {
   const eulerangles turn = EulerOf(Inverse(world));
   frame.angles = {EncodeAngle(turn.y), EncodeAngle(turn.z), EncodeAngle(turn.x), 0};
   if (parent != nullptr) {
+    cpoint3 direction = world.GetTrans() - parent->GetTrans();
+    direction.Normalize();
     // A roll about the direction does not move the bone.
-    const eulerangles offset = EulerOf(AlongX(world.GetTrans() - parent->GetTrans()));
+    const eulerangles offset = EulerOf(AlongX(direction));
     frame.ofsAngles = {EncodeAngle(offset.y), EncodeAngle(offset.z)};
   }
   return frame;
