@@ -18,12 +18,12 @@ VERTS = 500
 RUNS = 5
 COUNTED = {"vertex": 2_500_000, "joint": 100_000}  # what callgrind is asked for at most
 FLAT = 0.15      # of an mdc export, around the middle of its series
-EXPONENT = 1.05  # of a skeletal run, over a doubling series
-BARE = 3.0       # CPU time of an import over that of the bare loop
+EXPONENT = {"CPU": 1.05, "instructions": 1.02}  # of a skeletal run, over a doubling series
+BARE = 1.75      # CPU time of an import over that of the bare loop
 MEMORY = 2.0     # peak of an import over the scene's own data
-EXPORT = 1.8     # CPU time and instructions of an mdc export over those of the bare loop
+EXPORT = 1.75    # CPU time and instructions of an mdc export over those of the bare loop
 SKELETAL = 2.0   # the same of an mds export
-FILE = 2.0       # CPU time and instructions of a .glb read or written over a bare parse and copy
+FILE = 2.0       # CPU time of a .glb read or written over a bare parse and copy
 SCENE = 2.0      # CPU time, instructions and peak of all frames to a glb over those of the bare loop
 
 
@@ -148,7 +148,7 @@ def skeletal(bench, fmt, off):
             summary.append([label] + [f"{slopes[s]:.2f}" if s in slopes else ""
                                       for s in ("CPU", "instructions")])
             off.extend(f"{fmt} {kind} over {label}: exponent of {what} is {slope:.2f}"
-                       for what, slope in slopes.items() if slope > EXPONENT)
+                       for what, slope in slopes.items() if slope > EXPONENT[what])
             for case in cases:
                 lines.append([label, str(case.joints), str(case.frames), str(case.vertices),
                               str(case.weights), f"{case.cpu * 1e3:.1f}",
@@ -227,7 +227,7 @@ def scene_files(bench, off):
                                  "instructions": lambda c: c.instructions / 1e6}.items():
                 share = figure(whole) / figure(bare)
                 line += [f"{figure(whole):.1f}", f"{figure(bare):.1f}", f"{share:.2f}"]
-                if share > FILE:
+                if share > FILE and name == "CPU time":
                     off.append(f"glb, {label}, {kind}: {share:.2f} times the bare loop in {name}")
             lines.append(line + [f"{whole.memory() / 1e6:.0f}", f"{bare.memory() / 1e6:.0f}"])
         safety.append([label] + [f"{seconds * 1e3:.1f}" for case in ("write", "replace")
@@ -237,7 +237,8 @@ def scene_files(bench, off):
 The bare loops parse and write the JSON by RapidJSON and copy each accessor between the file and the
 arrays that a scene is made of (`bench/baregltf.h`): no host, no checks, no sampling at frames, no
 rest pose recovered from the weights. A written file here is whole but neither brought to the disk nor
-given its name.
+given its name. Instructions are not held to a bound: a bare copy takes one for many numbers at once,
+where the reader checks, turns and normalises each key.
 
 {rows(["", "run", "CPU ms", "bare", "ratio", "million instructions", "bare", "ratio", "peak MB",
        "bare"], lines)}
@@ -280,12 +281,12 @@ def main(bench, target):
             bare_skeletal_export(bench, off), scene_files(bench, off), full_size(bench, off),
             skeletal(bench, "mds", off), skeletal(bench, "mdm", off)]
     promise = (f"An mdc export stays within {FLAT:.0%} of the middle of its series; the time of a "
-               f"skeletal run grows with an exponent of at most {EXPONENT} in joints, frames, "
-               f"vertices and weights; an mdc export takes at most {EXPORT} times the bare "
+               f"skeletal run grows with an exponent of at most {EXPONENT['CPU']} in joints, frames, "
+               f"vertices and weights, its instructions with {EXPONENT['instructions']}; an mdc export takes at most {EXPORT} times the bare "
                f"loop and an mds export {SKELETAL:.0f} times; a skeletal import takes at most "
-               f"{BARE:.0f} times the bare loop and {MEMORY:.0f} times the scene's own data, all frames "
+               f"{BARE} times the bare loop and {MEMORY:.0f} times the scene's own data, all frames "
                f"of an mdc to a scene {SCENE:.0f} times their bare loop; a .glb is read and written in "
-               f"at most {FILE:.0f} times a bare parse of its JSON and copy of its accessors.")
+               f"at most {FILE:.0f} times the CPU time of a bare parse of its JSON and copy of its accessors.")
     verdict = "All of it held in this run."
     if off:
         verdict = "Not so in this run:\n\n" + "\n".join(f"- {line}" for line in off)
