@@ -25,6 +25,9 @@ void CheckSequences(console& out, const std::string& animated, filekind kind, in
   const std::string side = SequenceFileOf(animated, kind);
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(core::PathOf(side), error);
+  if (status.type() == std::filesystem::file_type::none) {
+    throw failure(side, "cannot be read: " + error.message());
+  }
   if (!std::filesystem::exists(status)) {
     return;
   }
