@@ -232,24 +232,13 @@ void BlendAll(const deformer& work, const meshstate& mesh, const Take& take) {
   }
 }
 
-// Fills the box, and calls take(v, position) for each vertex.
 template <class Take>
-void Blend(deformer& work, const meshstate& mesh, const Take& take) {
-  constexpr float kFar = std::numeric_limits<float>::infinity();
-  float4 low = float4{kFar, kFar, kFar, kFar};
-  float4 high = -low;
-  const auto widen = [&](std::size_t v, float4 p) {
-    take(v, p);
-    low = Least(p, low);
-    high = Largest(p, high);
-  };
+void Blend(const deformer& work, const meshstate& mesh, const Take& take) {
   if (mesh.morph != nullptr) {
-    BlendAll<true>(work, mesh, widen);
+    BlendAll<true>(work, mesh, take);
   } else {
-    BlendAll<false>(work, mesh, widen);
+    BlendAll<false>(work, mesh, take);
   }
-  work.low = mesh.verts.empty() ? cpoint3() : PointOf(low);
-  work.high = mesh.verts.empty() ? cpoint3() : PointOf(high);
 }
 
 deformer& Pose(cskin& skin, int frame, bool withNormals) {
@@ -283,7 +272,16 @@ const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
 
 const deformer& BoxAtFrame(cskin& skin, int frame) {
   deformer& work = Pose(skin, frame, false);
-  Blend(work, skin.Skin().mesh, [](std::size_t /*v*/, float4 /*p*/) {});
+  constexpr float kFar = std::numeric_limits<float>::infinity();
+  float4 low = float4{kFar, kFar, kFar, kFar};
+  float4 high = -low;
+  const meshstate& mesh = skin.Skin().mesh;
+  Blend(work, mesh, [&](std::size_t /*v*/, float4 p) {
+    low = Least(p, low);
+    high = Largest(p, high);
+  });
+  work.low = mesh.verts.empty() ? cpoint3() : PointOf(low);
+  work.high = mesh.verts.empty() ? cpoint3() : PointOf(high);
   return work;
 }
 

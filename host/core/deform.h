@@ -30,7 +30,7 @@ struct deformer {
   std::vector<jointmatrix> normalMatrices;
   std::vector<cpoint3> positions;  // deformed, in local space
   std::vector<cpoint3> normals;
-  cpoint3 low;  // the box of the positions; the origin where there are none
+  cpoint3 low;  // of BoxAtFrame; the origin where there are no vertices
   cpoint3 high;
 
   // At the frame: where what a vertex's weights lack to 1 stands, which are not normalised, since

@@ -57,8 +57,8 @@ std::array<little<float>, 3> Stored(const cpoint3& point) { return {point.x, poi
 
 // A world position in steps from the frame's origin. Written where it stays: a copy of numbers
 // that were stored one by one would wait for each of them.
-void StoreSteps(const cpoint3& position, std::array<little<std::int16_t>, 3>& stored) {
-  const cpoint3& origin = run->origin;
+void StoreSteps(const cpoint3& position, cpoint3 origin,
+                std::array<little<std::int16_t>, 3>& stored) {
   const auto steps = [](float value) { return TruncateToSteps(double{value} * kMdcStepsPerUnit); };
   stored[0] = steps(position.x - origin.x);
   stored[1] = steps(position.y - origin.y);
@@ -117,7 +117,7 @@ void CalcTagFrames(const exportrange& range) {
     run->progress->SetPosition(i);
     for (mdctagrec& tag : run->Tags) {
       mdcTag& record = tag.lpTagFrames[static_cast<std::size_t>(i)];
-      StoreSteps(tag.node->GetPosAtFrame(range.start + i), record.xyz);
+      StoreSteps(tag.node->GetPosAtFrame(range.start + i), run->origin, record.xyz);
       record.angles = StoredAngles(QuatToEuler(tag.node->GetRotAtFrame(range.start + i)));
     }
   }
@@ -157,12 +157,16 @@ void BuildSurface(mdcsurfrec& surface, cnode& node, cexpmesh& mesh, std::int32_t
   surface.xyzNormals.resize(static_cast<std::size_t>(mesh.numVerts) * numFrames);
   array_assert(static_cast<int>(mesh.numVerts <= mesh.vertsBound));
   mdcXyzNormal* stored = surface.xyzNormals.data();
+  // Stored bytes could be anything's for all that the compiler knows: these are read once.
+  const cpoint3 origin = run->origin;
+  const cexpvert* const verts = mesh.verts;
+  const std::int32_t numVerts = mesh.numVerts;
   for (int i = 0; i < count; ++i) {
     const int frame = range.start + i;
     deform(frame);
     const cmatrix4 matrix = node.GetTMAtFrame(frame, kWholeTransform);
-    for (std::int32_t v = 0; v < mesh.numVerts; ++v) {
-      StoreSteps(matrix * mesh.verts[v].pos, stored++->xyz);
+    for (std::int32_t v = 0; v < numVerts; ++v) {
+      StoreSteps(matrix * verts[v].pos, origin, stored++->xyz);
     }
     surface.frameBaseFrames.emplace_back(static_cast<std::uint16_t>(i));
   }

@@ -4,19 +4,24 @@
 
 namespace {
 
+struct axisrotations {
+  cmatrix4 x;
+  cmatrix4 y;
+  cmatrix4 z;
+};
+
 // The rotation that a bone's angles stand for: X, then Y, then Z.
-cmatrix4 StoredRotation(const skelBoneFrame& packed) {
-  cmatrix4 rotation;
-  rotation.FromAngleX(-DecodeAngle(packed.angles[2]));
-  return rotation * PitchAndYaw(packed.angles[0], packed.angles[1]);
+cmatrix4 StoredRotation(const skelBoneFrame& packed, axisrotations& about) {
+  about.x.FromAngleX(-DecodeAngle(packed.angles[2]));
+  about.y.FromAngleY(-DecodeAngle(packed.angles[0]));
+  about.z.FromAngleZ(-DecodeAngle(packed.angles[1]));
+  return about.x * (about.y * about.z);
 }
 
-cpoint3 FromParent(float distance, const skelBoneFrame& packed) {
-  cmatrix4 pitch;
-  cmatrix4 yaw;
-  pitch.FromAngleY(-DecodeAngle(packed.ofsAngles[0]));
-  yaw.FromAngleZ(-DecodeAngle(packed.ofsAngles[1]));
-  return MakePt3(distance, 0.0F, 0.0F) * pitch * yaw;
+cpoint3 FromParent(float distance, const skelBoneFrame& packed, axisrotations& about) {
+  about.y.FromAngleY(-DecodeAngle(packed.ofsAngles[0]));
+  about.z.FromAngleZ(-DecodeAngle(packed.ofsAngles[1]));
+  return MakePt3(distance, 0.0F, 0.0F) * about.y * about.z;
 }
 
 void SetTranslation(cmatrix4& matrix, const cpoint3& position) {
@@ -35,11 +40,12 @@ void CalcBonePoses(const skelrig& rig, std::size_t frame, std::vector<cimpbone>&
   const skelBoneFrame* const packed = skelrig::BoneFrames(&head);
   const cpoint3 parentOffset =
       MakePt3(head.parentOffset[0], head.parentOffset[1], head.parentOffset[2]);
+  axisrotations about;
   for (std::size_t i = 0; i < pBone.size(); ++i) {
     cimpbone& pose = pBone[i];
-    pose.fromWorld = StoredRotation(packed[i]);
+    pose.fromWorld = StoredRotation(packed[i], about);
     pose.worldTM = Inverse(pose.fromWorld);
-    pose.pos = FromParent(rig.bones[i].parentDist, packed[i]);
+    pose.pos = FromParent(rig.bones[i].parentDist, packed[i], about);
     cpoint3 world;
     if (const std::int32_t parent = rig.Parent(i); parent == -1) {
       pose.pos = parentOffset + pose.pos;

@@ -6,6 +6,7 @@
 #include "command/finish/shaders.h"
 #include "command/surfaces.h"
 #include "command/wording.h"
+#include "core/box.h"
 #include "core/deform.h"
 #include "plugin/host/scene.h"
 #include "sampling/storednames.h"
@@ -103,9 +104,10 @@ bool HasTexCoords(const std::array<little<float>, 2>& found, const cexpvert& wan
 posedsurface PoseOf(cnode& surface, int frame) {
   const cmatrix4 world = surface.GetTMAtFrame(frame, kWholeTransform);
   if (surface.GetType() == kNodeSkin) {
-    const core::deformer& deformed =
-        core::DeformAtFrame(static_cast<cskin&>(surface), frame, false);
-    return {deformed.positions, deformed.low, deformed.high, world};
+    posedsurface posed{
+        core::DeformAtFrame(static_cast<cskin&>(surface), frame, false).positions, {}, {}, world};
+    core::BoxOf(posed.positions, posed.low, posed.high);
+    return posed;
   }
   posedsurface posed{MeshOf(surface).verts, {}, {}, world};
   surface.GetBBoxAtFrame(frame, posed.low, posed.high);
