@@ -282,11 +282,13 @@ def main(bench, target):
             skeletal(bench, "mds", off), skeletal(bench, "mdm", off)]
     promise = (f"An mdc export stays within {FLAT:.0%} of the middle of its series; the time of a "
                f"skeletal run grows with an exponent of at most {EXPONENT['CPU']} in joints, frames, "
-               f"vertices and weights, its instructions with {EXPONENT['instructions']}; an mdc export takes at most {EXPORT} times the bare "
-               f"loop and an mds export {SKELETAL:.0f} times; a skeletal import takes at most "
-               f"{BARE} times the bare loop and {MEMORY:.0f} times the scene's own data, all frames "
-               f"of an mdc to a scene {SCENE:.0f} times their bare loop; a .glb is read and written in "
-               f"at most {FILE:.0f} times the CPU time of a bare parse of its JSON and copy of its accessors.")
+               f"vertices and weights, its instructions with {EXPONENT['instructions']}; an mdc "
+               f"export takes at most {EXPORT} times the bare loop and an mds export {SKELETAL:.0f} "
+               f"times; a skeletal import takes at most {BARE} times the bare loop and "
+               f"{MEMORY:.0f} times the scene's own data, all frames of an mdc to a scene "
+               f"{SCENE:.0f} times their bare loop; a .glb is read and written in at most "
+               f"{FILE:.0f} times the CPU time of a bare parse of its JSON and copy of its "
+               f"accessors.")
     verdict = "All of it held in this run."
     if off:
         verdict = "Not so in this run:\n\n" + "\n".join(f"- {line}" for line in off)

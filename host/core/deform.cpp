@@ -1,6 +1,7 @@
 #include "core/deform.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <unordered_map>
 
@@ -268,6 +269,14 @@ const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals) {
     BlendNormals(work, skin.Skin().mesh);
   }
   return work;
+}
+
+void PositionsAtFrame(cskin& skin, int frame, cpoint3* first, std::size_t stride) {
+  auto* const bytes = reinterpret_cast<unsigned char*>(first);
+  Blend(Pose(skin, frame, false), skin.Skin().mesh, [=](std::size_t v, float4 p) {
+    const cpoint3 position = PointOf(p);
+    std::memcpy(bytes + v * stride, &position, sizeof position);
+  });
 }
 
 const deformer& BoxAtFrame(cskin& skin, int frame) {

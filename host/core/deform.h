@@ -57,6 +57,9 @@ struct deformer {
 // then the joints. A vertex without weights stays where the targets have it.
 CORE_API const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals);
 
+// The positions alone, into points of which each stands `stride` bytes behind the one before it.
+CORE_API void PositionsAtFrame(cskin& skin, int frame, cpoint3* first, std::size_t stride);
+
 // The same for the box alone, without the positions.
 CORE_API const deformer& BoxAtFrame(cskin& skin, int frame);
 

@@ -149,10 +149,15 @@ int cexpmesh::CalcSkinVertsAtFrame(int frame, int /*mode*/, int /*flags*/) {
   if (skin_ == nullptr) {
     return 0;
   }
-  const std::vector<cpoint3>& positions = core::DeformAtFrame(*skin_, frame, false).positions;
+  const auto own = static_cast<std::int64_t>(skin_->Skin().mesh.verts.size());
+  if (own == 0 || own > numVerts) {
+    return own == 0 ? 1 : 0;  // a skin that has grown since is not the one that was built from
+  }
+  // The source's own vertices come first, in their order.
+  core::PositionsAtFrame(*skin_, frame, &verts->pos, sizeof(cexpvert));
   const std::uint32_t* source = vertMap.Data();
-  for (std::int32_t i = 0; i < numVerts; ++i) {
-    verts[i].pos = positions[source[i]];
+  for (auto i = static_cast<std::int32_t>(own); i < numVerts; ++i) {
+    verts[i].pos = verts[source[i]].pos;
   }
   return 1;
 }
