@@ -116,6 +116,12 @@ TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
   }
   EXPECT_EQ(FaultOf(files.Write("a.gltf", std::string("{\"a\": 1e999}"))),
             "invalid JSON: a number is too large");
+  ASSERT_TRUE(ReadFile(files.Write(
+      "n.gltf", std::string(R"({"asset": {"version": "2.0"}, "scenes": [{"nodes": [0]}], "nodes":
+          [{"translation": [0e220, -1e-400, 12345678901234567890123E-22]}]})"))))
+      << told.fault;
+  const cpoint3 position = scene.Nodes().front()->GetPosAtFrame(0);
+  EXPECT_EQ(position.x + position.y + position.z, 1.234567890123F);
   // The last member of a name counts, whatever stands before it, and a mark of the encoding.
   EXPECT_EQ(FaultOf(files.Write("a.gltf", std::string("\xEF\xBB\xBF{\"asset\": 7, \"asset\": {"
                                                       "\"version\": \"9.\xC3\xA4\"}}"))),

@@ -1,12 +1,14 @@
 #include "gltf/read/json.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <system_error>
 
 #include "gltf/read/badfile.h"
 
@@ -14,8 +16,15 @@ namespace gltf {
 
 namespace {
 
-// Deep nesting must not fill the stack, and numbers are to be the nearest that there are.
-constexpr unsigned kHow = rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
+// Deep nesting must not fill the stack. Numbers come as text, since the library makes of zero with
+// an exponent whatever a processor's count of a zero's bits is.
+constexpr unsigned kHow = rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
+
+template <class T>
+bool TakesAll(const char* text, const char* end, T& number) {
+  const auto [last, fault] = std::from_chars(text, end, number);
+  return fault == std::errc() && last == end;
+}
 
 bool IsAscii(const fileview& text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
@@ -55,8 +64,22 @@ struct builder {
   bool Int64(std::int64_t value) { return to.Int64(value); }
   bool Uint64(std::uint64_t value) { return to.Uint64(value); }
   bool Double(double value) { return to.Double(value); }
-  bool RawNumber(const char* text, rapidjson::SizeType length, bool copy) {
-    return to.RawNumber(text, length, copy);
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool /*copy*/) {
+    const char* const end = text + length;
+    if (std::int64_t number = 0; TakesAll(text, end, number)) {
+      return to.Int64(number);
+    }
+    if (std::uint64_t number = 0; TakesAll(text, end, number)) {
+      return to.Uint64(number);
+    }
+#ifdef __cpp_lib_to_chars
+    if (double number = 0.0; TakesAll(text, end, number)) {
+      return to.Double(number);
+    }
+#endif
+    // Too large, or nearer to zero than a double can be.
+    const nlohmann::json number = nlohmann::json::parse(text, end, nullptr, false);
+    return number.is_number() && to.Double(number.get<double>());
   }
   bool String(const char* text, rapidjson::SizeType length, bool copy) {
     return !HasHalfPair(text, length) && to.String(text, length, copy);
