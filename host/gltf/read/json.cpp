@@ -78,7 +78,8 @@ struct builder {
     }
 #endif
     // Too large, or nearer to zero than a double can be.
-    const nlohmann::json number = nlohmann::json::parse(text, end, nullptr, false);
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(text);
+    const nlohmann::json number = nlohmann::json::parse(bytes, bytes + length, nullptr, false);
     return number.is_number() && to.Double(number.get<double>());
   }
   bool String(const char* text, rapidjson::SizeType length, bool copy) {

@@ -70,7 +70,7 @@ bool Convert(std::span<const ckey> keys, const Compare& same, const Make& conver
   float* out = to.data() + begin;
   for (const ckey& key : keys.first(count)) {
     const std::array<float, Count> part = convert(key);
-    out = std::ranges::copy(part, out).out;
+    out = std::copy(part.begin(), part.end(), out);
     sum += std::apply([](auto... each) { return (each + ...) * 0.0F; }, part);  // 0 or no number
   }
   return sum == 0.0F;
