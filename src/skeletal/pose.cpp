@@ -1,28 +1,6 @@
 #include "skeletal/pose.h"
 
-#include "plugin/host/scene.h"
-
 namespace {
-
-struct axisrotations {
-  cmatrix4 x;
-  cmatrix4 y;
-  cmatrix4 z;
-};
-
-// The rotation that a bone's angles stand for: X, then Y, then Z.
-cmatrix4 StoredRotation(const skelBoneFrame& packed, axisrotations& about) {
-  about.x.FromAngleX(-DecodeAngle(packed.angles[2]));
-  about.y.FromAngleY(-DecodeAngle(packed.angles[0]));
-  about.z.FromAngleZ(-DecodeAngle(packed.angles[1]));
-  return about.x * (about.y * about.z);
-}
-
-cpoint3 FromParent(float distance, const skelBoneFrame& packed, axisrotations& about) {
-  about.y.FromAngleY(-DecodeAngle(packed.ofsAngles[0]));
-  about.z.FromAngleZ(-DecodeAngle(packed.ofsAngles[1]));
-  return MakePt3(distance, 0.0F, 0.0F) * about.y * about.z;
-}
 
 void SetTranslation(cmatrix4& matrix, const cpoint3& position) {
   matrix.m[3][0] = position.x;
@@ -40,12 +18,12 @@ void CalcBonePoses(const skelrig& rig, std::size_t frame, std::vector<cimpbone>&
   const skelBoneFrame* const packed = skelrig::BoneFrames(&head);
   const cpoint3 parentOffset =
       MakePt3(head.parentOffset[0], head.parentOffset[1], head.parentOffset[2]);
-  axisrotations about;
+  angledecoder decoder;
   for (std::size_t i = 0; i < pBone.size(); ++i) {
     cimpbone& pose = pBone[i];
-    pose.fromWorld = StoredRotation(packed[i], about);
+    pose.fromWorld = decoder.FromWorld(packed[i]);
     pose.worldTM = Inverse(pose.fromWorld);
-    pose.pos = FromParent(rig.bones[i].parentDist, packed[i], about);
+    pose.pos = decoder.FromParent(rig.bones[i].parentDist, packed[i]);
     cpoint3 world;
     if (const std::int32_t parent = rig.Parent(i); parent == -1) {
       pose.pos = parentOffset + pose.pos;

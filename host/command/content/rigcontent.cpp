@@ -116,10 +116,8 @@ class rigcheck {
 
   static bool IsPose(const skelBoneFrame& found, cnode& bone, cnode* parent, int sceneFrame) {
     const cmatrix4 world = bone.GetTMAtFrame(sceneFrame, kWholeTransform);
-    cmatrix4 turn;
-    turn.FromAngleX(-DecodeAngle(found.angles[2]));
-    const core::affine rotation =
-        core::ToAffine(turn * PitchAndYaw(found.angles[0], found.angles[1]));
+    angledecoder decoder;
+    const core::affine rotation = core::ToAffine(decoder.FromWorld(found));
     const core::affine wanted = core::RotationOf(core::ToAffine(Inverse(world)));
     for (std::size_t i = 0; i < 3; ++i) {
       if (!AreNear(rotation.row[i], wanted.row[i])) {
@@ -133,8 +131,7 @@ class rigcheck {
         world.GetTrans() - parent->GetTMAtFrame(sceneFrame, kWholeTransform).GetTrans();
     const core::vec3 direction = core::Unit(core::ToVec(way));
     return core::IsZero(direction) ||
-           AreNear(core::ToAffine(PitchAndYaw(found.ofsAngles[0], found.ofsAngles[1])).row[0],
-                   direction);
+           AreNear(core::ToVec(decoder.FromParent(1.0F, found)), direction);
   }
 
   const skelrig& rig_;
