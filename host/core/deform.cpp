@@ -279,19 +279,18 @@ void PositionsAtFrame(cskin& skin, int frame, cpoint3* first, std::size_t stride
   });
 }
 
-const deformer& BoxAtFrame(cskin& skin, int frame) {
-  deformer& work = Pose(skin, frame, false);
+bool BoxAtFrame(cskin& skin, int frame, cpoint3& minimum, cpoint3& maximum) {
   constexpr float kFar = std::numeric_limits<float>::infinity();
   float4 low = float4{kFar, kFar, kFar, kFar};
   float4 high = -low;
   const meshstate& mesh = skin.Skin().mesh;
-  Blend(work, mesh, [&](std::size_t /*v*/, float4 p) {
+  Blend(Pose(skin, frame, false), mesh, [&](std::size_t /*v*/, float4 p) {
     low = Least(p, low);
     high = Largest(p, high);
   });
-  work.low = mesh.verts.empty() ? cpoint3() : PointOf(low);
-  work.high = mesh.verts.empty() ? cpoint3() : PointOf(high);
-  return work;
+  minimum = mesh.verts.empty() ? cpoint3() : PointOf(low);
+  maximum = mesh.verts.empty() ? cpoint3() : PointOf(high);
+  return !mesh.verts.empty();
 }
 
 }  // namespace core

@@ -30,8 +30,6 @@ struct deformer {
   std::vector<jointmatrix> normalMatrices;
   std::vector<cpoint3> positions;  // deformed, in local space
   std::vector<cpoint3> normals;
-  cpoint3 low;  // of BoxAtFrame; the origin where there are no vertices
-  cpoint3 high;
 
   // At the frame: where what a vertex's weights lack to 1 stands, which are not normalised, since
   // the joints' matrices carry the move into local space once for each unit of weight; and the
@@ -60,7 +58,7 @@ CORE_API const deformer& DeformAtFrame(cskin& skin, int frame, bool withNormals)
 // The positions alone, into points of which each stands `stride` bytes behind the one before it.
 CORE_API void PositionsAtFrame(cskin& skin, int frame, cpoint3* first, std::size_t stride);
 
-// The same for the box alone, without the positions.
-CORE_API const deformer& BoxAtFrame(cskin& skin, int frame);
+// The box of the positions alone; without vertices it is the origin, and the result false.
+CORE_API bool BoxAtFrame(cskin& skin, int frame, cpoint3& minimum, cpoint3& maximum);
 
 }  // namespace core

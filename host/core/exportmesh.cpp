@@ -150,8 +150,11 @@ int cexpmesh::CalcSkinVertsAtFrame(int frame, int /*mode*/, int /*flags*/) {
     return 0;
   }
   const auto own = static_cast<std::int64_t>(skin_->Skin().mesh.verts.size());
-  if (own == 0 || own > numVerts) {
-    return own == 0 ? 1 : 0;  // a skin that has grown since is not the one that was built from
+  if (own > numVerts) {
+    return 0;  // the skin has grown since
+  }
+  if (own == 0) {
+    return 1;
   }
   // The source's own vertices come first, in their order.
   core::PositionsAtFrame(*skin_, frame, &verts->pos, sizeof(cexpvert));

@@ -49,10 +49,7 @@ cskin::cskin() : cnode(kNodeSkin) {
 cskin::~cskin() { delete skin_; }
 
 int cskin::GetBBoxAtFrame(int frame, cpoint3& minimum, cpoint3& maximum) {
-  const core::deformer& deformed = core::BoxAtFrame(*this, frame);
-  minimum = deformed.low;
-  maximum = deformed.high;
-  return deformed.positions.empty() ? 0 : 1;
+  return core::BoxAtFrame(*this, frame, minimum, maximum) ? 1 : 0;
 }
 
 int cskin::Init(cmesh* mesh) {
