@@ -167,9 +167,7 @@ void ReadBuffers(const jsonobject& root, document& doc) {
 
 std::string ExtraText(const jsonobject& from, const char* key) {
   const jsonvalue* value = from.Extra(key);
-  return value != nullptr && value->IsString()
-             ? std::string(value->GetString(), value->GetStringLength())
-             : std::string();
+  return value != nullptr ? TextOf(*value) : std::string();
 }
 
 texturetransform TransformOf(const jsonobject& from) {
@@ -257,9 +255,7 @@ void ReadMeshes(const jsonobject& root, document& doc) {
     made.weights = WeightsOf(from, made.NumTargets());
     if (const jsonvalue* names = from.Extra("targetNames"); names != nullptr && names->IsArray()) {
       for (const jsonvalue& name : names->GetArray()) {
-        made.targetNames.push_back(name.IsString()
-                                       ? std::string(name.GetString(), name.GetStringLength())
-                                       : std::string());
+        made.targetNames.push_back(TextOf(name));
       }
     }
   }

@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include <cstddef>
+#include <string>
 
 #include "binary/fileview.h"
 
@@ -22,6 +23,11 @@ class jsonmemory {
 using jsonpool = rapidjson::MemoryPoolAllocator<jsonmemory>;
 using jsonvalue = rapidjson::GenericValue<rapidjson::UTF8<>, jsonpool>;
 using jsontext = rapidjson::GenericDocument<rapidjson::UTF8<>, jsonpool, jsonmemory>;
+
+// Of a string; empty for all else.
+inline std::string TextOf(const jsonvalue& value) {
+  return value.IsString() ? std::string(value.GetString(), value.GetStringLength()) : std::string();
+}
 
 // The values of a text, of any depth. Throws badfile where it is no JSON in UTF-8.
 jsontext ParseJson(const fileview& text);

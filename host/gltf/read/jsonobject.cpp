@@ -11,8 +11,6 @@ namespace gltf {
 
 namespace {
 
-std::string TextOf(const jsonvalue& value) { return {value.GetString(), value.GetStringLength()}; }
-
 // As JSON has it.
 std::string Written(const jsonvalue& number) {
   return (number.IsInt64()    ? nlohmann::json(number.GetInt64())

@@ -11,15 +11,13 @@ namespace gltf {
 
 namespace {
 
-// Keys of one scene: 700 MB. A small file gets what 200 bones in 20,000 frames
-// take.
+// Keys of one scene: 700 MB. A small file gets what 200 bones in 20,000 frames take.
 constexpr std::int64_t kMostKeys = std::int64_t{1} << 24;
 constexpr std::int64_t kFreeKeys = std::int64_t{1} << 22;
 
 // Scales that differ by no more than this are one scale with rounding.
 constexpr double kSameScale = 1e-6;
-// Change of the squared scale during a clip that is still none: 5e-4 of the
-// scale.
+// Change of the squared scale during a clip that is still none: 5e-4 of the scale.
 constexpr double kSteadyScale = 1e-3;
 
 struct placed {
@@ -90,8 +88,7 @@ transform Decomposed(const core::affine& matrix) {
   return result;
 }
 
-// What a scale does whatever rotation stands behind it: the products of the
-// rows.
+// What a scale does whatever rotation stands behind it: the products of the rows.
 using scaleform = std::array<double, 6>;
 
 scaleform FormOf(const core::affine& m) {
@@ -110,8 +107,7 @@ bool SameScale(const scaleform& a, const scaleform& b) {
   return true;
 }
 
-// Takes the scale out of `whole`, a transform without move: whole = scale x
-// rotation.
+// Takes the scale out of `whole`, a transform without move: whole = scale x rotation.
 void SetScale(nodepose& pose, const core::affine& whole) {
   const core::affine scale = whole * Transposed(core::RotationOf(whole));
   const double factor = (scale.row[0].x + scale.row[1].y + scale.row[2].z) / 3.0;
@@ -185,8 +181,7 @@ class posemaker {
         if (moved.path == target::Weights) {
           continue;
         }
-        // A clip has one channel for each part of a node's pose: the last that
-        // it names.
+        // A clip has one channel for each part of a node's pose: the last that it names.
         std::vector<placed>& list = channels_[static_cast<std::size_t>(moved.node)];
         const auto same = std::find_if(list.rbegin(), list.rend(), [&](const placed& other) {
           return other.clip != clip || other.moved->path == moved.path;
@@ -307,14 +302,12 @@ class posemaker {
     return part.data();
   }
 
-  // Sets the scale of a node that moves; false when it is not the same at all
-  // frames. One that is the same in all clips and another at rest is the
-  // clips'.
+  // Sets the scale of a node that moves; false when it is not the same at all frames. One that is
+  // the same in all clips and another at rest is the clips'.
   bool KeepScale(nodepose& pose, const nodepose& parent, const core::affine& rest) const {
     const core::affine first = Linear(ToAffine(frames_.At(0))) * ScaleAt(parent, 0);
     const scaleform form = FormOf(first);
-    // Below one scale along all axes a rotation changes nothing of the node's
-    // own.
+    // Below one scale along all axes a rotation changes nothing of the node's own.
     const bool steady = frames_.scales.empty() && parent.bent.empty() && parent.factor > 0.0 &&
                         SameScale(form, form);
     for (std::size_t f = 1; f < NumFrames() && !steady; ++f) {
@@ -361,8 +354,7 @@ class posemaker {
     return result;
   }
 
-  // The scales leave the rotation as it is. Two negative factors are a half
-  // turn and no scale.
+  // The scales leave the rotation as it is. Two negative factors are a half turn and no scale.
   static bool IsPlain(const nodepose& pose, const nodepose& parent, const core::vec3& own) {
     return pose.factor > 0.0 && parent.factor > 0.0 && own.x > 0.0 && own.y > 0.0 && own.z > 0.0;
   }
@@ -408,8 +400,7 @@ class posemaker {
     }
   }
 
-  // Of a node whose scales, or those above it, may change what its transform is
-  // without them.
+  // Of a node whose scales, or those above it, may change what its transform is without them.
   ckey FrameKey(std::size_t f, const nodepose& pose, const nodepose& parent) const {
     const transform frame = frames_.At(f);
     const core::affine& above = ScaleAt(parent, f);

@@ -56,16 +56,14 @@ struct curve {
   std::size_t each;  // components
   interpolation mode;
 
-  // A component of key `key`: its value, or the tangent before (-1) or behind
-  // (1) it.
+  // A component of key `key`: its value, or the tangent before (-1) or behind (1) it.
   double Component(std::size_t key, std::size_t c, int tangent = 0) const {
     const std::size_t entry =
         mode == interpolation::Cubic ? 3 * key + static_cast<std::size_t>(1 + tangent) : key;
     return keys[entry * each + c];
   }
 
-  // Between two keys as the interpolation says; rotations on an arc are the
-  // caller's.
+  // Between two keys as the interpolation says; rotations on an arc are the caller's.
   double Value(const keyspan& at, std::size_t c) const {
     const double from = Component(at.key, c);
     if (at.factor == 0.0 || mode == interpolation::Step) {
@@ -113,17 +111,16 @@ curve CurveOf(const sampler& from, shape form, std::size_t each, std::size_t num
   return made;
 }
 
-// Where a clip of this length is sampled for the frame. A step at a frame's own
-// time is taken at that frame, however the two times were rounded.
+// Where a clip of this length is sampled for the frame. A step at a frame's own time is taken at
+// that frame, however the two times were rounded.
 double TimeOf(int frame, double fps, double length, interpolation mode) {
   const double ahead = mode == interpolation::Step ? kWholeFrame / fps : 0.0;
   return std::min(static_cast<double>(FrameTime(frame, fps)), length) + ahead;
 }
 
-// The whole rate of the channel with the most keys a second that has one at
-// each frame; 0 where none has, or where keys of other channels lie between its
-// frames. A rate below kLeastRate counts only where it is the noted one: keys
-// that a person set are often that regular.
+// The whole rate of the channel with the most keys a second that has one at each frame; 0 where
+// none has, or where keys of other channels lie between its frames. A rate below kLeastRate counts
+// only where it is the noted one: keys that a person set are often that regular.
 int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
   constexpr int kLeastRate = 20;
   const auto onFrame = [](float time, int rate, double& frame) {
@@ -161,8 +158,7 @@ int WholeRateOf(const std::vector<std::vector<float>>& channels, int noted) {
   return rate;
 }
 
-// Other programs end a clip at a frame of theirs, which is not the sequence's
-// at another rate.
+// Other programs end a clip at a frame of theirs, which is not the sequence's at another rate.
 bool LastsAs(const core::clip& sequence, double length) {
   constexpr double kCut = 0.99;  // frames; a whole one is a change
   return sequence.rate > 0 && sequence.frames > 0 &&

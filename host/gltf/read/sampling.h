@@ -18,8 +18,8 @@ struct timeline {
   int frames = 0;                 // of all clips
 };
 
-// Clips that are read at a rate of their own have it. Throws badfile, also when
-// there are more frames than a scene can hold.
+// Clips that are read at a rate of their own have it. Throws badfile, also when there are more
+// frames than a scene can hold.
 timeline LayOut(const document& doc, const options& how, valuereader& values);
 
 // The keys around a frame: the one before it, and the interpolation factor to
@@ -59,8 +59,7 @@ class clipkeys {
   bool dense_ = false;          // each frame has the key of its own number
 };
 
-// Calls `take` with the weights of `numTargets` morph targets at each frame of
-// the clip, in order.
+// Calls `take` with the weights of `numTargets` morph targets at each frame of the clip, in order.
 void SampleWeights(const animation& from, const channel& moved, const core::clip& clip,
                    double length, double fps, std::size_t numTargets, valuereader& values,
                    const std::function<void(const std::vector<float>&)>& take);

@@ -15,13 +15,11 @@ namespace gltf {
 
 namespace {
 
-// Components that may be read in all, beside some for each byte of the file: a
-// scene may use an accessor many times, but a small file cannot ask for more
-// work than this.
+// Components that may be read in all, beside some for each byte of the file: a scene may use an
+// accessor many times, but a small file cannot ask for more work than this.
 constexpr std::int64_t kFreeComponents = std::int64_t{1} << 26;
 constexpr std::int64_t kComponentsPerByte = 8;
-// Elements that may be 0 without a byte of the file, as most weights of many
-// morph targets are.
+// Elements that may be 0 without a byte of the file, as most weights of many morph targets are.
 constexpr std::int64_t kFreeZeros = std::int64_t{1} << 22;
 
 constexpr std::int64_t kNumComponents[] = {1, 2, 3, 4, 4, 9, 16};
@@ -39,8 +37,7 @@ std::int64_t SizeOf(component type) {
   }
 }
 
-// Copies elements of `each` components of type File, and turns each with
-// `turn`.
+// Copies elements of `each` components of type File, and turns each with `turn`.
 template <class File, class T, class Turn>
 void CopyElements(const unsigned char* data, std::int64_t stride, std::size_t count,
                   std::size_t each, T* to, Turn turn) {
@@ -111,8 +108,7 @@ void Copy(component type, bool /*normalized*/, const unsigned char* data, std::i
   }
 }
 
-// The first that is no finite number, or the end: blocks that have none go by
-// as one.
+// The first that is no finite number, or the end: blocks that have none go by as one.
 std::size_t FirstNotFinite(const std::vector<float>& values) {
   constexpr std::size_t kBlock = 16;
   std::size_t i = 0;

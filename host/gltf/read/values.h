@@ -10,17 +10,15 @@ namespace gltf {
 
 std::int64_t NumComponents(shape form);
 
-// Reads the accessors of a document whose buffers are loaded. What an accessor
-// reaches is checked before anything is read or room is made for it; places in
-// faults are the caller's, such as "mesh 2, primitive 0: POSITION". Throws
-// badfile.
+// Reads the accessors of a document whose buffers are loaded. What an accessor reaches is checked
+// before anything is read or room is made for it; places in faults are the caller's, such as
+// "mesh 2, primitive 0: POSITION". Throws badfile.
 class valuereader {
  public:
   explicit valuereader(const document& doc);
 
-  // Component after component, element after element. Normalized integers
-  // become fractions, other integers stay what they are; every number is
-  // finite.
+  // Component after component, element after element. Normalized integers become fractions, other
+  // integers stay what they are; every number is finite.
   std::vector<float> Floats(int index, shape form, const std::string& place);
   // For a caller who has kept the values of an accessor that it had read:
   // counts as reading it.
