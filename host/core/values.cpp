@@ -2,36 +2,14 @@
 
 #include <cmath>
 #include <cstring>
-#include <numbers>
 
 #include "core/affine.h"
 #include "core/lanes.h"
+#include "core/turn.h"
 
 namespace {
 
-struct turn {
-  float cosine;
-  float sine;
-};
-
 constexpr float kIdentity[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
-
-// Whole quarter turns come out exact.
-turn TurnOf(float degrees) {
-  const double given = degrees;
-  const double rest = std::abs(given) <= 180.0 ? given : std::remainder(given, 360.0);
-  if (rest == 0.0) {
-    return {1.0F, 0.0F};
-  }
-  if (std::abs(rest) == 90.0) {
-    return {0.0F, rest > 0.0 ? 1.0F : -1.0F};
-  }
-  if (std::abs(rest) == 180.0) {
-    return {-1.0F, 0.0F};
-  }
-  const double radians = rest * (std::numbers::pi / 180.0);
-  return {static_cast<float>(std::cos(radians)), static_cast<float>(std::sin(radians))};
-}
 
 }  // namespace
 
@@ -106,7 +84,7 @@ cpoint3 cmatrix4::GetRow3(int row) const {
 cpoint3 cmatrix4::GetTrans() const { return GetRow3(3); }
 
 void cmatrix4::FromAngleX(float degrees) {
-  const turn t = TurnOf(degrees);
+  const core::turn t = core::TurnOf(degrees);
   core::Store(m[0], core::float4{1.0F, 0.0F, 0.0F, 0.0F});
   core::Store(m[1], core::float4{0.0F, t.cosine, -t.sine, 0.0F});
   core::Store(m[2], core::float4{0.0F, t.sine, t.cosine, 0.0F});
@@ -114,7 +92,7 @@ void cmatrix4::FromAngleX(float degrees) {
 }
 
 void cmatrix4::FromAngleY(float degrees) {
-  const turn t = TurnOf(degrees);
+  const core::turn t = core::TurnOf(degrees);
   core::Store(m[0], core::float4{t.cosine, 0.0F, t.sine, 0.0F});
   core::Store(m[1], core::float4{0.0F, 1.0F, 0.0F, 0.0F});
   core::Store(m[2], core::float4{-t.sine, 0.0F, t.cosine, 0.0F});
@@ -122,7 +100,7 @@ void cmatrix4::FromAngleY(float degrees) {
 }
 
 void cmatrix4::FromAngleZ(float degrees) {
-  const turn t = TurnOf(degrees);
+  const core::turn t = core::TurnOf(degrees);
   core::Store(m[0], core::float4{t.cosine, -t.sine, 0.0F, 0.0F});
   core::Store(m[1], core::float4{t.sine, t.cosine, 0.0F, 0.0F});
   core::Store(m[2], core::float4{0.0F, 0.0F, 1.0F, 0.0F});

@@ -112,6 +112,26 @@ TEST_F(Scene, MaterialsAndNotes) {
   EXPECT_EQ(scene.notes, "one\r\ntwoend");
 }
 
+// Angles as models store them and ones beside them, by the library's functions.
+TEST(Values, RotationsAreTheLibrarysCosineAndSine) {
+  int wrong = 0;
+  for (int unit = -65536; unit <= 65536; ++unit) {
+    const float stored = static_cast<float>(unit) * (360.0F / 65536.0F);
+    for (const float degrees : {stored, std::nextafter(stored, 999.0F), 360.0F + stored}) {
+      const double radians = std::remainder(double{degrees}, 360.0) * (std::numbers::pi / 180.0);
+      const bool quarter = std::fmod(degrees, 90.0F) == 0.0F;
+      const auto wanted = [quarter](double value) {
+        return static_cast<float>(quarter ? std::round(value) : value);
+      };
+      cmatrix4 turn;
+      turn.FromAngleX(degrees);
+      wrong += static_cast<int>(turn.m[1][1] != wanted(std::cos(radians)) ||
+                                turn.m[2][1] != wanted(std::sin(radians)));
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
 TEST(Values, LookAtIsARotationWithItsDirectionInRowTwo) {
   for (const cpoint3& direction :
        {cpoint3{0, 1, 0}, {0, -1, 0}, {0.6F, 0, -0.8F}, {0, 0.6F, 0.8F}}) {
