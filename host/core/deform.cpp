@@ -204,16 +204,17 @@ void BlendNormals(deformer& work, const meshstate& mesh) {
   }
 }
 
-// Calls take(v, position) for each vertex.
-template <bool Morphs, class Take>
-void BlendAll(const deformer& work, const meshstate& mesh, const Take& take) {
+// Calls take(v, position) for the vertices vertexAt(0) to vertexAt(count - 1).
+template <bool Morphs, class VertexAt, class Take>
+void BlendSome(const deformer& work, const meshstate& mesh, std::size_t count,
+               const VertexAt& vertexAt, const Take& take) {
   const std::uint32_t* const starts = work.starts.data();
   const std::uint32_t* const jointOf = work.jointOf.data();
   const float4* const offsets = work.offsets.data();
   const deformer::jointmatrix* const matrices = work.matrices.data();
   const float4 whole = LanesOf(work.whole);
-  const std::size_t count = mesh.verts.size();
-  for (std::size_t v = 0; v < count; ++v) {
+  for (std::size_t n = 0; n < count; ++n) {
+    const std::size_t v = vertexAt(n);
     const std::uint32_t first = starts[v];
     const std::uint32_t end = starts[v + 1];
     if (first == end) {
@@ -235,10 +236,42 @@ void BlendAll(const deformer& work, const meshstate& mesh, const Take& take) {
 
 template <class Take>
 void Blend(const deformer& work, const meshstate& mesh, const Take& take) {
+  const std::size_t count = mesh.verts.size();
+  const auto each = [](std::size_t n) { return n; };
   if (mesh.morph != nullptr) {
-    BlendAll<true>(work, mesh, take);
+    BlendSome<true>(work, mesh, count, each, take);
   } else {
-    BlendAll<false>(work, mesh, take);
+    BlendSome<false>(work, mesh, count, each, take);
+  }
+}
+
+// Calls take(v, position), which makes the box from low to high grow, for the vertices that may
+// stand outside of what the box is by then. Blocks that made it grow go first at the next frame,
+// where they are likely to be the outermost again.
+template <class Take>
+void VisitOutermost(deformer& work, const skinstate& skin, const float4& low, const float4& high,
+                    const Take& take) {
+  constexpr std::size_t kFront = 8;
+  if (!work.blocks) {
+    work.blocks = MakeBlocks(skin, work);
+  }
+  std::vector<vertexblocks::block>& blocks = work.blocks->blocks;
+  std::size_t front = 0;
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
+    if (work.blocks->Within(blocks[i], work, low, high)) {
+      continue;
+    }
+    const float4 least = low;
+    const float4 largest = high;
+    const std::uint32_t* const vertices = &work.blocks->order[blocks[i].first];
+    BlendSome<false>(
+        work, skin.mesh, blocks[i].end - blocks[i].first,
+        [=](std::size_t n) { return std::size_t{vertices[n]}; }, take);
+    const auto grown = (low < least) | (high > largest);
+    if ((grown[0] | grown[1] | grown[2]) != 0) {
+      std::swap(blocks[i], blocks[front]);
+      front = (front + 1) % kFront;
+    }
   }
 }
 
@@ -280,14 +313,23 @@ void PositionsAtFrame(cskin& skin, int frame, cpoint3* first, std::size_t stride
 }
 
 bool BoxAtFrame(cskin& skin, int frame, cpoint3& minimum, cpoint3& maximum) {
+  deformer& work = Pose(skin, frame, false);
+  const meshstate& mesh = skin.Skin().mesh;
   constexpr float kFar = std::numeric_limits<float>::infinity();
   float4 low = float4{kFar, kFar, kFar, kFar};
   float4 high = -low;
-  const meshstate& mesh = skin.Skin().mesh;
-  Blend(Pose(skin, frame, false), mesh, [&](std::size_t /*v*/, float4 p) {
+  const auto take = [&](std::size_t /*v*/, float4 p) {
     low = Least(p, low);
     high = Largest(p, high);
-  });
+  };
+  // Sorting the vertices into blocks costs more than a few boxes.
+  constexpr int kFewBoxes = 8;
+  if (mesh.morph != nullptr || work.boxes < kFewBoxes) {
+    ++work.boxes;
+    Blend(work, mesh, take);
+  } else {
+    VisitOutermost(work, skin.Skin(), low, high, take);
+  }
   minimum = mesh.verts.empty() ? cpoint3() : PointOf(low);
   maximum = mesh.verts.empty() ? cpoint3() : PointOf(high);
   return !mesh.verts.empty();

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "core/affine.h"
 #include "core/lanes.h"
 #include "core/state.h"
+#include "core/vertexblocks.h"
 
 namespace core {
 
@@ -30,6 +32,8 @@ struct deformer {
   std::vector<jointmatrix> normalMatrices;
   std::vector<cpoint3> positions;  // deformed, in local space
   std::vector<cpoint3> normals;
+  int boxes = 0;                       // that were taken from all vertices
+  std::optional<vertexblocks> blocks;  // made when more are asked for
 
   // At the frame: where what a vertex's weights lack to 1 stands, which are not normalised, since
   // the joints' matrices carry the move into local space once for each unit of weight; and the

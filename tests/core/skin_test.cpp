@@ -1,3 +1,5 @@
+#include <random>
+
 #include "core/box.h"
 #include "core/deform.h"
 #include "testscene.h"
@@ -73,6 +75,52 @@ TEST_F(Skin, DeformsLikeAPlainSumInLocalSpace) {
   // A turned normal, taken into the skin's own space.
   const cpoint3 normal = core::DeformAtFrame(*skin, 10, true).normals[2];
   ExpectPoint(normal * skin->GetTMAtFrame(10, kRotationOnly), {-1, 0, 0}, 1e-5F);
+}
+
+// A box leaves out vertices that cannot reach it. Weights here fall short of 1, are negative or
+// missing, and vertices stand in one place.
+TEST_F(Skin, TheBoxIsThatOfAllVertices) {
+  constexpr int kVerts = 600;
+  cskin* skin = NewSkin(kVerts);
+  std::minstd_rand random(1);
+  const auto pick = [&random](float low, float high) {
+    return std::uniform_real_distribution<float>(low, high)(random);
+  };
+  const auto somewhere = [&](float far) {
+    return MakePt3(pick(-far, far), pick(-far, far), pick(-far, far));
+  };
+  std::vector<cbone*> joints;
+  for (const std::string name : {"a", "b", "c", "d", "e", "f"}) {
+    cnode* parent = joints.empty() ? nullptr : joints.back();
+    const cpoint3 far = parent == nullptr ? MakePt3(300, 200, -250) : cpoint3();
+    joints.push_back(AddBone(name, parent,
+                             {KeyAt(0, far + somewhere(9), somewhere(180)),
+                              KeyAt(40, far + somewhere(9), somewhere(180))}));
+  }
+  for (int v = 0; v < kVerts; ++v) {
+    const int kind = v / 100;
+    const bool odd = random() % 10 == 0;
+    if (kind == 1 && odd) {
+      continue;  // without weights
+    }
+    const std::size_t joint = v < 2 ? 0 : random() % (joints.size() - 1);
+    const float first = kind == 0 ? 1.0F : kind == 2 && odd ? -0.5F : pick(0, 1);
+    const float lack = kind == 3 && odd ? 0.5F : 0.0F;
+    // The second of the first two reaches farthest, and differs from the first in one coordinate.
+    const cpoint3 offset = v == 0 ? MakePt3(1, 2, 3) : v == 1 ? MakePt3(1, 2, -90) : somewhere(4);
+    skin->SetVertWeight(v, 0, Weight(first, joints[joint], offset));
+    if (kind > 0) {
+      skin->SetVertWeight(v, 1, Weight(1.0F - first - lack, joints[joint + 1], somewhere(4)));
+    }
+  }
+  for (int frame = 0; frame <= 40; ++frame) {
+    cpoint3 box[2];
+    cpoint3 wanted[2];
+    ASSERT_EQ(skin->GetBBoxAtFrame(frame, box[0], box[1]), 1);
+    core::BoxOf(core::DeformAtFrame(*skin, frame, false).positions, wanted[0], wanted[1]);
+    ExpectPoint(box[0], wanted[0], 0.0F);
+    ExpectPoint(box[1], wanted[1], 0.0F);
+  }
 }
 
 TEST_F(Skin, FollowsItsChangesAndOutlivesItsJoints) {
