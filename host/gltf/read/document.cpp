@@ -172,11 +172,9 @@ std::string ExtraText(const jsonobject& from, const char* key) {
 
 texturetransform TransformOf(const jsonobject& from) {
   texturetransform made;
-  const std::vector<double> scale = from.Numbers("scale", 2);
-  std::ranges::copy(scale, made.scale.begin());
+  from.Numbers("scale", made.scale);
   made.rotation = from.Number("rotation", 0.0);
-  const std::vector<double> offset = from.Numbers("offset", 2);
-  std::ranges::copy(offset, made.offset.begin());
+  from.Numbers("offset", made.offset);
   return made;
 }
 
@@ -196,9 +194,9 @@ void ReadMaterials(const jsonobject& root, document& doc) {
     made.gamePath = ExtraText(from, "game_path");
     made.doubleSided = from.Flag("doubleSided");
     const jsonobject pbr = from.Object("pbrMetallicRoughness");
-    const std::vector<double> colour = pbr.Numbers("baseColorFactor", 4);
-    for (std::size_t i = 0; i < colour.size(); ++i) {
-      made.colour[i] = static_cast<float>(colour[i]);
+    if (std::array<double, 4> colour{}; pbr.Numbers("baseColorFactor", colour)) {
+      std::ranges::transform(colour, made.colour.begin(),
+                             [](double part) { return static_cast<float>(part); });
     }
     if (pbr.Has("baseColorTexture")) {
       const jsonobject texture = pbr.Object("baseColorTexture");
@@ -220,7 +218,11 @@ void ReadMaterials(const jsonobject& root, document& doc) {
 
 // Weights of morph targets; empty without any.
 std::vector<double> WeightsOf(const jsonobject& from, std::size_t count) {
-  return count == 0 ? std::vector<double>() : from.Numbers("weights", count);
+  std::vector<double> weights(count);
+  if (count == 0 || !from.Numbers("weights", weights)) {
+    weights.clear();
+  }
+  return weights;
 }
 
 void ReadMeshes(const jsonobject& root, document& doc) {
@@ -261,14 +263,14 @@ void ReadMeshes(const jsonobject& root, document& doc) {
   }
 }
 
-core::vec3 VectorOf(const jsonobject& from, const char* key, const core::vec3& missing) {
-  const std::vector<double> v = from.Numbers(key, 3);
-  return v.empty() ? missing : core::vec3{v[0], v[1], v[2]};
+void ReadVector(const jsonobject& from, const char* key, core::vec3& to) {
+  if (std::array<double, 3> v{}; from.Numbers(key, v)) {
+    to = {v[0], v[1], v[2]};
+  }
 }
 
 void ReadPlacement(const jsonobject& from, node& made) {
-  const std::vector<double> m = from.Numbers("matrix", 16);
-  if (!m.empty()) {
+  if (std::array<double, 16> m{}; from.Numbers("matrix", m)) {
     // Column after column there, row after row here, points being columns there and rows here.
     made.hasMatrix = true;
     for (std::size_t i = 0; i < 3; ++i) {
@@ -277,10 +279,9 @@ void ReadPlacement(const jsonobject& from, node& made) {
     made.matrix.translation = {m[12], m[13], m[14]};
     return;
   }
-  made.local.translation = VectorOf(from, "translation", made.local.translation);
-  made.local.scale = VectorOf(from, "scale", made.local.scale);
-  const std::vector<double> q = from.Numbers("rotation", 4);
-  if (!q.empty()) {
+  ReadVector(from, "translation", made.local.translation);
+  ReadVector(from, "scale", made.local.scale);
+  if (std::array<double, 4> q{}; from.Numbers("rotation", q)) {
     made.local.rotation.x = static_cast<float>(q[0]);
     made.local.rotation.y = static_cast<float>(q[1]);
     made.local.rotation.z = static_cast<float>(q[2]);
@@ -466,8 +467,8 @@ document ParseDocument(loadedfile file) {
   } else {
     doc.text = whole;
   }
-  const jsontext parsed = ParseJson(doc.text);
-  const jsonobject root(parsed, {});
+  const jsontext text(doc.text);
+  const jsonobject root(text.Root(), {});
   CheckVersion(root);
   ReadBuffers(root, doc);
   ReadMaterials(root, doc);

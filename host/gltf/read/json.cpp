@@ -1,14 +1,12 @@
 #include "gltf/read/json.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <system_error>
 
 #include "gltf/read/badfile.h"
 
@@ -16,15 +14,8 @@ namespace gltf {
 
 namespace {
 
-// Deep nesting must not fill the stack. Numbers come as text, since the library makes of zero with
-// an exponent whatever a processor's count of a zero's bits is.
-constexpr unsigned kHow = rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
-
-template <class T>
-bool TakesAll(const char* text, const char* end, T& number) {
-  const auto [last, fault] = std::from_chars(text, end, number);
-  return fault == std::errc() && last == end;
-}
+// Deep nesting must not fill the stack; strings stay where they are.
+constexpr unsigned kHow = rapidjson::kParseIterativeFlag | rapidjson::kParseInsituFlag;
 
 bool IsAscii(const fileview& text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
@@ -55,7 +46,7 @@ bool HasHalfPair(const char* text, std::size_t length) {
 
 // Passes values on to the document.
 struct builder {
-  jsontext& to;
+  jsonvalues& to;
 
   bool Null() { return to.Null(); }
   bool Bool(bool value) { return to.Bool(value); }
@@ -64,23 +55,8 @@ struct builder {
   bool Int64(std::int64_t value) { return to.Int64(value); }
   bool Uint64(std::uint64_t value) { return to.Uint64(value); }
   bool Double(double value) { return to.Double(value); }
-  bool RawNumber(const char* text, rapidjson::SizeType length, bool /*copy*/) {
-    const char* const end = text + length;
-    if (std::int64_t number = 0; TakesAll(text, end, number)) {
-      return to.Int64(number);
-    }
-    if (std::uint64_t number = 0; TakesAll(text, end, number)) {
-      return to.Uint64(number);
-    }
-#ifdef __cpp_lib_to_chars
-    if (double number = 0.0; TakesAll(text, end, number)) {
-      return to.Double(number);
-    }
-#endif
-    // Too large, or nearer to zero than a double can be.
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(text);
-    const nlohmann::json number = nlohmann::json::parse(bytes, bytes + length, nullptr, false);
-    return number.is_number() && to.Double(number.get<double>());
+  bool RawNumber(const char* /*text*/, rapidjson::SizeType /*length*/, bool /*copy*/) {
+    return false;  // not asked for
   }
   bool String(const char* text, rapidjson::SizeType length, bool copy) {
     return !HasHalfPair(text, length) && to.String(text, length, copy);
@@ -95,19 +71,24 @@ struct builder {
 };
 
 template <unsigned Flags>
-bool Parse(const fileview& text, jsontext& to) {
-  const auto parse = [&text](jsontext& document) {
-    rapidjson::MemoryStream bytes(reinterpret_cast<const char*>(text.Data()),
-                                  static_cast<std::size_t>(text.Size()));
-    rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(bytes);
+bool Parse(char* text, jsonvalues& to) {
+  bool parsed = false;
+  const auto generate = [&](jsonvalues& document) {
+    rapidjson::InsituStringStream stream(text);
     rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, jsonmemory> reader;
     builder into{document};
-    return !reader.Parse<Flags>(stream, into).IsError();
+    return parsed = !reader.Parse<Flags>(stream, into).IsError();
   };
-  bool parsed = false;
-  const auto generate = [&](jsontext& document) { return parsed = parse(document); };
   to.Populate(generate);
   return parsed;
+}
+
+// Of the byte order mark that a text may begin with.
+std::size_t MarkBytes(const fileview& text) {
+  constexpr unsigned char kMark[] = {0xEF, 0xBB, 0xBF};
+  return text.Size() >= std::ssize(kMark) && std::equal(kMark, std::end(kMark), text.Data())
+             ? sizeof kMark
+             : 0;
 }
 
 // The other library tells the byte that is wrong.
@@ -149,13 +130,16 @@ void* jsonmemory::Realloc(void* old, std::size_t /*oldSize*/, std::size_t size) 
 
 void jsonmemory::Free(void* memory) { std::free(memory); }
 
-jsontext ParseJson(const fileview& text) {
-  jsontext made;
-  if (!(IsAscii(text) ? Parse<kHow>(text, made)
-                      : Parse<kHow | rapidjson::kParseValidateEncodingFlag>(text, made))) {
+jsontext::jsontext(const fileview& text)
+    : copy_(new char[static_cast<std::size_t>(text.Size()) + 1]) {
+  const auto size = static_cast<std::size_t>(text.Size());
+  std::copy_n(reinterpret_cast<const char*>(text.Data()), size, copy_.get());
+  copy_[size] = '\0';
+  char* const first = copy_.get() + MarkBytes(text);
+  if (!(IsAscii(text) ? Parse<kHow>(first, values_)
+                      : Parse<kHow | rapidjson::kParseValidateEncodingFlag>(first, values_))) {
     Refuse(text);
   }
-  return made;
 }
 
 }  // namespace gltf

@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include "binary/fileview.h"
@@ -22,14 +23,25 @@ class jsonmemory {
 
 using jsonpool = rapidjson::MemoryPoolAllocator<jsonmemory>;
 using jsonvalue = rapidjson::GenericValue<rapidjson::UTF8<>, jsonpool>;
-using jsontext = rapidjson::GenericDocument<rapidjson::UTF8<>, jsonpool, jsonmemory>;
+using jsonvalues = rapidjson::GenericDocument<rapidjson::UTF8<>, jsonpool, jsonmemory>;
 
 // Of a string; empty for all else.
 inline std::string TextOf(const jsonvalue& value) {
   return value.IsString() ? std::string(value.GetString(), value.GetStringLength()) : std::string();
 }
 
-// The values of a text, of any depth. Throws badfile where it is no JSON in UTF-8.
-jsontext ParseJson(const fileview& text);
+// The values of a text, of any depth. Numbers that are no integers are within three units of a
+// double's last place of what is written, which is all that floats need.
+class jsontext {
+ public:
+  // Throws badfile where the text is no JSON in UTF-8.
+  explicit jsontext(const fileview& text);
+
+  const jsonvalue& Root() const { return values_; }
+
+ private:
+  std::unique_ptr<char[]> copy_;  // has the strings
+  jsonvalues values_;
+};
 
 }  // namespace gltf

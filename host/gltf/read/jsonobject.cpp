@@ -1,7 +1,7 @@
 #include "gltf/read/jsonobject.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
 #include <nlohmann/json.hpp>
 
@@ -53,12 +53,10 @@ void jsonobject::Fail(const std::string& what) const {
 }
 
 // The last of the name counts.
-const jsonvalue* jsonobject::Member(const jsonvalue& of, const char* key) {
-  const std::size_t length = std::strlen(key);
+const jsonvalue* jsonobject::Member(const jsonvalue& of, std::string_view key) {
   for (auto at = of.MemberEnd(); at != of.MemberBegin();) {
     --at;
-    if (at->name.GetStringLength() == length &&
-        std::memcmp(at->name.GetString(), key, length) == 0) {
+    if (std::string_view(at->name.GetString(), at->name.GetStringLength()) == key) {
       return &at->value;
     }
   }
@@ -150,20 +148,19 @@ std::vector<int> jsonobject::Indices(const char* key, std::size_t size) const {
   return indices;
 }
 
-std::vector<double> jsonobject::Numbers(const char* key, std::size_t count) const {
-  std::vector<double> numbers;
-  if (const jsonvalue* list = Find(key)) {
-    if (!list->IsArray() || list->Size() != count) {
-      Fail(std::string(key) + " is not an array of " + std::to_string(count) + " numbers");
-    }
-    for (const jsonvalue& value : list->GetArray()) {
-      if (!value.IsNumber()) {
-        Fail(std::string(key) + " is not an array of " + std::to_string(count) + " numbers");
-      }
-      numbers.push_back(value.GetDouble());
-    }
+bool jsonobject::Numbers(const char* key, std::span<double> numbers) const {
+  const jsonvalue* list = Find(key);
+  if (list == nullptr) {
+    return false;
   }
-  return numbers;
+  const auto isNumber = [](const jsonvalue& value) { return value.IsNumber(); };
+  if (!list->IsArray() || list->Size() != numbers.size() ||
+      !std::all_of(list->Begin(), list->End(), isNumber)) {
+    Fail(std::string(key) + " is not an array of " + std::to_string(numbers.size()) + " numbers");
+  }
+  std::transform(list->Begin(), list->End(), numbers.begin(),
+                 [](const jsonvalue& value) { return value.GetDouble(); });
+  return true;
 }
 
 std::vector<std::string> jsonobject::Texts(const char* key) const {

@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -48,8 +50,8 @@ class jsonobject {
   int Index(const char* key, std::size_t size) const;
   int NeededIndex(const char* key, std::size_t size) const;
   std::vector<int> Indices(const char* key, std::size_t size) const;
-  // Empty when they are missing.
-  std::vector<double> Numbers(const char* key, std::size_t count) const;
+  // As many as there is room for; false when they are missing.
+  bool Numbers(const char* key, std::span<double> numbers) const;
   std::vector<std::string> Texts(const char* key) const;
 
   // An object without members when it is missing.
@@ -68,7 +70,7 @@ class jsonobject {
 
  private:
   const jsonvalue* Find(const char* key) const { return Member(*value_, key); }
-  static const jsonvalue* Member(const jsonvalue& of, const char* key);
+  static const jsonvalue* Member(const jsonvalue& of, std::string_view key);
   int IndexOf(const jsonvalue& value, const char* key, std::size_t size) const;
 
   const jsonvalue* value_;
