@@ -1,5 +1,7 @@
 #include "gltf/write/jsonwriter.h"
 
+#include <rapidjson/writer.h>
+
 #include <algorithm>
 
 namespace gltf {
@@ -7,6 +9,16 @@ namespace gltf {
 namespace {
 
 constexpr std::size_t kIndent = 2;
+
+// What the library writes a number to, which takes 25 characters at most.
+struct digits {
+  using Ch = char;  // NOLINT(readability-identifier-naming): the library's name
+  std::array<char, 32> text;
+  std::size_t length = 0;
+
+  void Put(char c) { text[length++] = c; }
+  void Flush() {}
+};
 
 bool IsPlain(char c) { return c >= ' ' && c != '"' && c != '\\' && c < 0x7F; }
 
@@ -71,6 +83,15 @@ void jsonwriter::Put(std::string_view text) {
   text_ += '"';
   text_ += text;
   text_ += '"';
+}
+
+// The other library would make a value and a text of each number first.
+void jsonwriter::Put(float number) {
+  digits made;
+  if (rapidjson::Writer<digits> writer(made); !writer.Double(double{number})) {
+    writer.Null();
+  }
+  PutRaw({made.text.data(), made.length});
 }
 
 void jsonwriter::Put(const ordered_json& value) {

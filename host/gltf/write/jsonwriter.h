@@ -39,6 +39,7 @@ class jsonwriter {
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
     PutRaw({digits.data(), static_cast<std::size_t>(end - digits.data())});
   }
+  void Put(float number);
   void Put(const ordered_json& value);
   template <class T>
   void Put(std::span<const T> list) {
@@ -48,7 +49,6 @@ class jsonwriter {
     }
     EndArray();
   }
-  void Put(std::span<const float> list) { Put(ordered_json(list)); }
   // What another writer has made for this place.
   void PutRaw(std::string_view text);
 
