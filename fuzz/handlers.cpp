@@ -54,8 +54,8 @@ void handlers::Import(const std::string& suffix, core::scene& into) {
 }
 
 void handlers::Export(unsigned choice, core::scene& scene) {
-  constexpr const char* kSuffixes[] = {"mdc", "mds", "mdm", "glb"};
-  const std::string suffix = kSuffixes[choice % std::size(kSuffixes)];
+  constexpr const char* kWritten[] = {"mdc", "mds", "mdm", "glb"};
+  const std::string suffix = kWritten[choice % std::size(kWritten)];
   const std::string path = folder_.File("b." + suffix);
   if (suffix != "glb") {
     AsHost(scene, [&] { module_->FindExporter(suffix)->exporter->Export(path.c_str()); });

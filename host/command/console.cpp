@@ -6,12 +6,12 @@
 #include <cstdio>
 
 #include "command/printable.h"
+#include "command/wording.h"
 
 namespace command {
 
 namespace {
 
-constexpr std::size_t kColumns = 79;
 constexpr int kBarWidth = 24;
 constexpr std::chrono::milliseconds kRedrawTime{40};
 

@@ -2,13 +2,9 @@
 
 #include <sstream>
 
+#include "command/wording.h"
+
 namespace command {
-
-namespace {
-
-constexpr std::size_t kColumns = 79;
-
-}  // namespace
 
 std::string helpformat::make_option(const CLI::Option* option, bool isPositional) const {
   std::string line = "  " + make_option_name(option, isPositional) + make_option_opts(option);

@@ -2,11 +2,15 @@
 
 // Words that the command's lines are made of.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace command {
+
+// Of a line in a terminal.
+inline constexpr std::size_t kColumns = 79;
 
 // "it has 3 triangles instead of 4"; empty for equal numbers.
 std::string FaultOfCount(const std::string& what, std::int64_t found, std::int64_t wanted);

@@ -17,7 +17,7 @@ constexpr std::int64_t kMostSurfaces = 32;
 constexpr std::int64_t kMostTriangles = 8000;  // of a surface
 constexpr std::int64_t kMostVertices = 4000;
 constexpr std::int64_t kMostMdcFrames = 1024;
-constexpr std::size_t kLongestName = 63;
+constexpr std::size_t kMostNameBytes = 63;
 
 class limits {
  public:
@@ -29,7 +29,7 @@ class limits {
   }
   void Name(const namefield<64>& field) {
     const auto text = NameText(field);
-    if (const std::string_view name = text.data(); name.size() >= kLongestName) {
+    if (const std::string_view name = text.data(); name.size() >= kMostNameBytes) {
       names_.emplace_back(name);
     }
   }

@@ -28,14 +28,14 @@ struct span {
 
 // Parents stand before their children. Nothing where the bones do not meet, or far from both.
 std::optional<span> SpanBetween(const skelrig& rig, std::int32_t a, std::int32_t b) {
-  constexpr int kMostBones = 16;
+  constexpr int kMostBetween = 16;
   double length = 0.0;
   int steps = 0;
   for (; a != b; ++steps) {
     std::int32_t& lower = a > b ? a : b;
     length += std::abs(double{rig.bones[lower].parentDist});
     lower = rig.Parent(static_cast<std::size_t>(lower));
-    if (lower < 0 || steps == kMostBones) {
+    if (lower < 0 || steps == kMostBetween) {
       return std::nullopt;
     }
   }

@@ -14,8 +14,8 @@ namespace command {
 namespace {
 
 // A change of place that is worth a word, in units, and one of a rotation's rows.
-constexpr double kWorthUnits = 0.05;
-constexpr double kWorthRows = 1e-3;
+constexpr double kMovedUnits = 0.05;
+constexpr double kTurnedRows = 1e-3;
 
 bool IsTag(cnode& node) { return IsTagName(node.GetName()); }
 
@@ -33,10 +33,10 @@ bool Moves(const cnode& node, const framespan& span) {
   };
   for (std::size_t i = 0; i < span.Count(); ++i) {
     const core::affine now = core::WorldAtFrame(node, span.first + static_cast<int>(i));
-    if (differs(now.translation, still.translation, kWorthUnits) ||
-        differs(now.row[0], still.row[0], kWorthRows) ||
-        differs(now.row[1], still.row[1], kWorthRows) ||
-        differs(now.row[2], still.row[2], kWorthRows)) {
+    if (differs(now.translation, still.translation, kMovedUnits) ||
+        differs(now.row[0], still.row[0], kTurnedRows) ||
+        differs(now.row[1], still.row[1], kTurnedRows) ||
+        differs(now.row[2], still.row[2], kTurnedRows)) {
       return true;
     }
   }

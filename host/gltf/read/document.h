@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -17,6 +18,9 @@
 // own: its axes, its units, seconds.
 
 namespace gltf {
+
+// The place of an index in its list.
+inline std::size_t At(int index) { return static_cast<std::size_t>(index); }
 
 struct filebuffer {
   std::string uri;                    // empty: the binary chunk

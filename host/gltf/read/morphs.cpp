@@ -7,13 +7,11 @@ namespace gltf {
 namespace {
 
 // Frames and weights that are not 0 of one scene: 128 MB.
-constexpr std::size_t kMostWeights = std::size_t{1} << 24;
+constexpr std::size_t kMostKeptWeights = std::size_t{1} << 24;
 // Weights that are sampled for a scene: some seconds.
 constexpr std::int64_t kMostSamples = std::int64_t{1} << 28;
 
-std::size_t At(int index) { return static_cast<std::size_t>(index); }
-
-struct placed {
+struct weightchannel {
   const animation* from;
   const channel* moved;
   std::size_t clip;
@@ -41,7 +39,7 @@ void AddFrame(core::morphweights& list, const std::vector<float>& weights) {
 
 std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const timeline& line,
                                   valuereader& values) {
-  std::vector<std::vector<placed>> channels(doc.nodes.size());
+  std::vector<std::vector<weightchannel>> channels(doc.nodes.size());
   for (std::size_t clip = 0; clip < doc.animations.size(); ++clip) {
     for (const channel& moved : doc.animations[clip].channels) {
       if (moved.path == target::Weights) {
@@ -80,7 +78,7 @@ std::vector<nodemorph> MakeMorphs(const document& doc, const plan& nodes, const 
       }
       changes = changes || weights != first;
       AddFrame(*list, weights);
-      if (total + list->entries.size() + list->starts.size() > kMostWeights) {
+      if (total + list->entries.size() + list->starts.size() > kMostKeptWeights) {
         refuse();
       }
     };

@@ -7,8 +7,6 @@ namespace gltf {
 
 namespace {
 
-std::size_t At(int index) { return static_cast<std::size_t>(index); }
-
 // Marks the tree below a node, the node included.
 void Include(const document& doc, plan& made, int root) {
   std::vector<int> open{root};

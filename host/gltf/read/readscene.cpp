@@ -31,8 +31,6 @@ namespace gltf {
 
 namespace {
 
-std::size_t At(int index) { return static_cast<std::size_t>(index); }
-
 // A rotation whose angles as the games count them lie, where they are nearly whole steps, a little
 // beyond these, so that a format that cuts them finds the step: single precision moves an angle by
 // some 0.003 steps over the length of what it is read from.

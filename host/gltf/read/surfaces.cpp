@@ -19,8 +19,6 @@ constexpr std::int64_t kFreeElements = std::int64_t{1} << 22;
 // The angle that smooths a mesh without normals.
 constexpr float kSmoothAngle = 45.0F;
 
-std::size_t At(int index) { return static_cast<std::size_t>(index); }
-
 bool IsFinite(const cpoint3& p) {
   return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }

@@ -4,8 +4,6 @@ namespace gltf {
 
 namespace {
 
-std::size_t At(int index) { return static_cast<std::size_t>(index); }
-
 // Things of one kind.
 struct finding {
   std::size_t count = 0;
