@@ -1,15 +1,31 @@
 #!/usr/bin/env bash
 # Everything that a change has to pass, from a clean checkout: installs what is needed, then
 # format, warnings as errors with both compilers, all tests, all tests again under the address and
-# undefined behaviour sanitizers, a trial of faults, lint, a short run of every fuzz target, the
-# Blender add-on, the Windows build, a release and the page for browsers.
+# undefined behaviour sanitizers, lint, a trial of faults, a short run of every fuzz target, the
+# Windows build, the Blender add-on, a release and the page for browsers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 step() { printf '\n== %s (%ss)\n' "$1" "$SECONDS"; }
 
+# Runs a command that leaves processors idle beside the step that follows; joined shows its output.
+beside() {
+  log=$(mktemp)
+  "$@" >"$log" 2>&1 &
+  running=$!
+  trap 'kill "$running" 2>/dev/null || true' EXIT
+}
+joined() {
+  local code=0
+  wait "$running" || code=$?
+  trap - EXIT
+  cat "$log"
+  rm "$log"
+  return "$code"
+}
+
 step "Packages"
-scripts/install-deps.sh --tests
+scripts/install-deps.sh --tests --windows --blender --web
 npm ci --prefix tests/validate --no-audit --no-fund
 
 step "Format"
@@ -31,23 +47,20 @@ ctest --preset ci -j "$(nproc)"
 step "Tests under the sanitizers"
 ctest --preset asan -j "$(nproc)"
 
-step "A trial of faults, two minutes of it"
-scripts/faults.sh build/ci --short
-
-step "Lint"
+step "Lint, and a trial of faults, two minutes of it"
+beside scripts/faults.sh build/ci --short
 cmake --preset lint
-git ls-files -- 'src/*.cpp' 'host/*.cpp' ':!*win32*' ':!*_windows.cpp' |
-  xargs -P "$(nproc)" -n 2 clang-tidy-14 -p build/lint --quiet
+scripts/lint.sh build/lint
+joined
 
 step "Fuzz targets, a short run each"
 printf '%s\n' build/asan/bin/*_fuzz | xargs -P "$(nproc)" -I TARGET \
   env TARGET -runs=100000 -max_total_time=15 -verbosity=0 -print_final_stats=0
 
-step "The Blender add-on"
-scripts/test-blender.sh build/ci
-
-step "The Windows build"
+step "The Windows build, and the Blender add-on"
+beside scripts/test-blender.sh build/ci
 scripts/test-windows.sh build/ci
+joined
 
 step "A release"
 scripts/release.sh build/ci build/windows
