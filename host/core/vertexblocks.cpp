@@ -16,6 +16,9 @@ namespace {
 // Vertices of a block: testing its bounds costs about as much as two of them.
 constexpr std::uint32_t kBlock = 8;
 
+// Along one edge of the box that neighbours are told in.
+constexpr float kMostCell = 1023.0F;
+
 // Of a vertex; a block with more has no bounds.
 constexpr std::uint32_t kMostWeights = 16;
 
@@ -25,7 +28,7 @@ constexpr float kRounding = 1e-5F;
 
 constexpr float kFar = std::numeric_limits<float>::infinity();
 
-float4 Without(float4 p) {
+float4 Absolute(float4 p) {
   using bits = std::uint32_t __attribute__((vector_size(16)));
   constexpr std::uint32_t kRest = 0x7FFFFFFFU;
   return std::bit_cast<float4>(std::bit_cast<bits>(p) & bits{kRest, kRest, kRest, kRest});
@@ -58,7 +61,7 @@ class blockmaker {
     cpoint3 high;
     BoxOf(skin_.mesh.verts, low, high);
     const float edge = std::max({high.x - low.x, high.y - low.y, high.z - low.z});
-    const float cells = edge > 0.0F ? 1023.0F / edge : 0.0F;
+    const float cells = edge > 0.0F ? kMostCell / edge : 0.0F;
     std::vector<std::pair<std::uint64_t, std::uint32_t>> keys(count);
     for (std::uint32_t v = 0; v < count; ++v) {
       const cpoint3& p = skin_.mesh.verts[v];
@@ -101,9 +104,9 @@ class blockmaker {
     return joint;
   }
 
-  // The ten bits of a cell's number, two zeros before each.
+  // The ten bits of a cell's number, two zeros before each; for what is no finite number too.
   static std::uint64_t Spread(float cell) {
-    auto bits = static_cast<std::uint32_t>(cell);
+    std::uint32_t bits = cell >= 0.0F && cell <= kMostCell ? static_cast<std::uint32_t>(cell) : 0;
     bits = (bits | bits << 16) & 0x030000FFU;
     bits = (bits | bits << 8) & 0x0300F00FU;
     bits = (bits | bits << 4) & 0x030C30C3U;
@@ -162,7 +165,7 @@ class blockmaker {
       vertexblocks::bound& bound = made_.bounds[i];
       const float4 low = bound.centre;
       const float4 high = bound.half;
-      bound.farthest = Largest(Without(low), Without(high));
+      bound.farthest = Largest(Absolute(low), Absolute(high));
       bound.centre = 0.5F * low + 0.5F * high;
       bound.half = 0.5F * high - 0.5F * low;
     }
@@ -188,17 +191,17 @@ bool vertexblocks::Within(const block& which, const deformer& work, float4 low, 
   for (std::uint32_t i = which.firstBound; i < which.endBound; ++i) {
     const bound& each = bounds[i];
     const float4* const row = work.matrices[each.joint].row;
-    const float4 x = Without(row[0]);
-    const float4 y = Without(row[1]);
-    const float4 z = Without(row[2]);
+    const float4 x = Absolute(row[0]);
+    const float4 y = Absolute(row[1]);
+    const float4 z = Absolute(row[2]);
     const float4 centre = Turned(each.centre, row[0], row[1], row[2]) + row[3];
     const float4 half = Turned(each.half, x, y, z);
     least = Least(centre - half, least);
     largest = Largest(centre + half, largest);
-    size = Largest(Turned(each.farthest, x, y, z) + Without(row[3]), size);
+    size = Largest(Turned(each.farthest, x, y, z) + Absolute(row[3]), size);
   }
   const float4 whole = {work.whole.x, work.whole.y, work.whole.z, 0.0F};
-  const float4 margin = which.margin * (size + Without(whole));
+  const float4 margin = which.margin * (size + Absolute(whole));
   const auto within = (least - margin >= low) & (largest + margin <= high);
   return (within[0] & within[1] & within[2]) != 0;
 }
