@@ -111,6 +111,7 @@ TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
            {deep, deep.size() + 1},
            {"{\"asset\": 01}", 12},
            {"{\"a\": \"\xC3\"}", 9},         // half a character
+           {"{\"a\": \"\xF0", 9},            // as the last byte
            {"{\"a\": \"\\uDC00\"}", 13}}) {  // and half a pair
     EXPECT_EQ(FaultOf(files.Write("a.gltf", text)), "invalid JSON at byte " + std::to_string(byte));
   }
