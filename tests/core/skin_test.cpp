@@ -1,3 +1,4 @@
+#include <limits>
 #include <random>
 
 #include "core/box.h"
@@ -14,6 +15,9 @@ class Skin : public scenetest {
     for (int i = 0; i < verts; ++i) {
       points.push_back({static_cast<float>(i), 1, 2});
     }
+    return NewSkin(points);
+  }
+  cskin* NewSkin(const std::vector<cpoint3>& points) {
     cmesh* mesh = MakeMesh("", points, {{0, 1, 2}});
     cskin* skin = CreateNewSkin();
     EXPECT_EQ(skin->Init(mesh), 1);
@@ -114,6 +118,25 @@ TEST_F(Skin, TheBoxIsThatOfAllVertices) {
     }
   }
   for (int frame = 0; frame <= 40; ++frame) {
+    cpoint3 box[2];
+    cpoint3 wanted[2];
+    ASSERT_EQ(skin->GetBBoxAtFrame(frame, box[0], box[1]), 1);
+    core::BoxOf(core::DeformAtFrame(*skin, frame, false).positions, wanted[0], wanted[1]);
+    ExpectPoint(box[0], wanted[0], 0.0F);
+    ExpectPoint(box[1], wanted[1], 0.0F);
+  }
+}
+
+// Files may have coordinates that no box can hold.
+TEST_F(Skin, ABoxWithVerticesOutOfAllBounds) {
+  constexpr float kHuge = std::numeric_limits<float>::max();
+  constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
+  cskin* skin = NewSkin({{kHuge, 0, 0}, {-kHuge, 1, 2}, {kNone, kNone, 2}, {1, 2, 3}});
+  cbone* joint = AddBone("a", nullptr, {});
+  for (int v = 0; v < 4; ++v) {
+    skin->SetVertWeight(v, 0, Weight(1.0F, joint, {static_cast<float>(v), 0, 0}));
+  }
+  for (int frame = 0; frame < 20; ++frame) {
     cpoint3 box[2];
     cpoint3 wanted[2];
     ASSERT_EQ(skin->GetBBoxAtFrame(frame, box[0], box[1]), 1);
