@@ -115,11 +115,14 @@ TEST_F(ReadFiles, FaultsOfFilesAndOfTimes) {
            {"{\"a\": \"\\uDC00\"}", 13}}) {  // and half a pair
     EXPECT_EQ(FaultOf(files.Write("a.gltf", text)), "invalid JSON at byte " + std::to_string(byte));
   }
-  EXPECT_EQ(FaultOf(files.Write("a.gltf", std::string("{\"a\": 1e999}"))),
-            "invalid JSON: a number is too large");
+  for (const std::string number : {"1e999", "0e999", "9.9e308"}) {
+    EXPECT_EQ(FaultOf(files.Write("a.gltf", "{\"a\": " + number + "}")),
+              "invalid JSON: a number is too large");
+  }
   ASSERT_TRUE(ReadFile(files.Write(
       "n.gltf", std::string(R"({"asset": {"version": "2.0"}, "scenes": [{"nodes": [0]}], "nodes":
-          [{"translation": [0e220, -1e-400, 12345678901234567890123E-22]}]})"))))
+          [{"translation": [0e220, -1e-400, 12345678901234567890123E-22],
+            "rotation": [0.00000000000001e-2147483639, 0, 0, 1]}]})"))))
       << told.fault;
   const cpoint3 position = scene.Nodes().front()->GetPosAtFrame(0);
   EXPECT_EQ(position.x + position.y + position.z, 1.234567890123F);

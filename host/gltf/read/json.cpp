@@ -1,12 +1,14 @@
 #include "gltf/read/json.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <system_error>
 
 #include "gltf/read/badfile.h"
 
@@ -14,8 +16,16 @@ namespace gltf {
 
 namespace {
 
-// Deep nesting must not fill the stack; strings stay where they are.
-constexpr unsigned kHow = rapidjson::kParseIterativeFlag | rapidjson::kParseInsituFlag;
+// Deep nesting must not fill the stack; strings stay where they are. Numbers come as text too: the
+// library overflows over some exponents, and counts the bits of zero where others follow it.
+constexpr unsigned kHow = rapidjson::kParseIterativeFlag | rapidjson::kParseInsituFlag |
+                          rapidjson::kParseNumbersAsStringsFlag;
+
+template <class T>
+bool TakesAll(const char* text, const char* end, T& number) {
+  const auto [last, fault] = std::from_chars(text, end, number);
+  return fault == std::errc() && last == end;
+}
 
 // Zeros that end a text: the library takes a character's four bytes before it looks at any.
 constexpr std::size_t kEndBytes = 4;
@@ -58,8 +68,23 @@ struct builder {
   bool Int64(std::int64_t value) { return to.Int64(value); }
   bool Uint64(std::uint64_t value) { return to.Uint64(value); }
   bool Double(double value) { return to.Double(value); }
-  bool RawNumber(const char* /*text*/, rapidjson::SizeType /*length*/, bool /*copy*/) {
-    return false;  // not asked for
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool /*copy*/) {
+    const char* const end = text + length;
+    if (std::int64_t number = 0; TakesAll(text, end, number)) {
+      return to.Int64(number);
+    }
+    if (std::uint64_t number = 0; TakesAll(text, end, number)) {
+      return to.Uint64(number);
+    }
+#ifdef __cpp_lib_to_chars
+    if (double number = 0.0; TakesAll(text, end, number)) {
+      return to.Double(number);
+    }
+#endif
+    // Too large, or nearer to zero than a double can be.
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(text);
+    const nlohmann::json number = nlohmann::json::parse(bytes, bytes + length, nullptr, false);
+    return number.is_number() && to.Double(number.get<double>());
   }
   bool String(const char* text, rapidjson::SizeType length, bool copy) {
     return !HasHalfPair(text, length) && to.String(text, length, copy);
@@ -96,18 +121,17 @@ std::size_t MarkBytes(const fileview& text) {
 
 // The other library tells the byte that is wrong.
 [[noreturn]] void Refuse(const fileview& text) {
-  std::size_t byte = 0;
   try {
     const auto drop = [](int /*depth*/, nlohmann::json::parse_event_t /*event*/,
                          nlohmann::json& /*value*/) { return false; };
     [[maybe_unused]] const nlohmann::json none =
         nlohmann::json::parse(text.Data(), text.Data() + text.Size(), drop);
   } catch (const nlohmann::json::parse_error& error) {
-    byte = error.byte;
+    throw badfile("invalid JSON at byte " + std::to_string(error.byte));
   } catch (const nlohmann::json::exception&) {
-    throw badfile("invalid JSON: a number is too large");
+    // As what it finds no fault with: a zero with such an exponent.
   }
-  throw badfile("invalid JSON at byte " + std::to_string(byte));
+  throw badfile("invalid JSON: a number is too large");
 }
 
 void* Required(void* memory, std::size_t size) {

@@ -30,8 +30,7 @@ inline std::string TextOf(const jsonvalue& value) {
   return value.IsString() ? std::string(value.GetString(), value.GetStringLength()) : std::string();
 }
 
-// The values of a text, of any depth. Numbers that are no integers are within three units of a
-// double's last place of what is written, which is all that floats need.
+// The values of a text, of any depth.
 class jsontext {
  public:
   // Throws badfile where the text is no JSON in UTF-8.

@@ -3,6 +3,7 @@
 #include <rapidjson/writer.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace gltf {
 
@@ -87,10 +88,12 @@ void jsonwriter::Put(std::string_view text) {
 
 // The other library would make a value and a text of each number first.
 void jsonwriter::Put(float number) {
-  digits made;
-  if (rapidjson::Writer<digits> writer(made); !writer.Double(double{number})) {
-    writer.Null();
+  if (!std::isfinite(number)) {
+    PutRaw("null");
+    return;
   }
+  digits made;
+  rapidjson::Writer<digits>(made).Double(double{number});
   PutRaw({made.text.data(), made.length});
 }
 
