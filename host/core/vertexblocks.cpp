@@ -23,7 +23,7 @@ constexpr float kMostCell = 1023.0F;
 constexpr std::uint32_t kMostWeights = 16;
 
 // A position is a sum of at most 4 products for each of kMostWeights weights, and each step rounds
-// by 2^-24: 4e-6 of what is summed up, and the bound rounds by less.
+// by 2^-24: 4e-6 of what is summed up for weights whose sum is 1, and the bound rounds by less.
 constexpr float kRounding = 1e-5F;
 
 constexpr float kFar = std::numeric_limits<float>::infinity();
@@ -138,12 +138,14 @@ class blockmaker {
       while (weight->bone == nullptr) {
         ++weight;
       }
-      if (!(weight->weight >= 0.0F)) {
+      const cpoint3& p = weight->offset;
+      if (!(weight->weight >= 0.0F) || !std::isfinite(p.x) || !std::isfinite(p.y) ||
+          !std::isfinite(p.z)) {
         return false;
       }
       sum += weight->weight;
       vertexblocks::bound& bound = BoundOf(work_.jointOf[i], firstBound);
-      const float4 offset = {weight->offset.x, weight->offset.y, weight->offset.z, 0.0F};
+      const float4 offset = {p.x, p.y, p.z, 0.0F};
       bound.centre = Least(offset, bound.centre);
       bound.half = Largest(offset, bound.half);
     }
@@ -170,7 +172,8 @@ class blockmaker {
       bound.half = 0.5F * high - 0.5F * low;
     }
     made_.blocks.push_back({first, end, static_cast<std::uint32_t>(firstBound),
-                            static_cast<std::uint32_t>(made_.bounds.size()), kRounding + lack});
+                            static_cast<std::uint32_t>(made_.bounds.size()),
+                            kRounding * (2.0F + lack) + lack});
   }
 
   const skinstate& skin_;
