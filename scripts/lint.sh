@@ -6,7 +6,8 @@ set -euo pipefail
 build=$(realpath "${1:?usage: scripts/lint.sh BUILD_DIR}")
 cd "$(dirname "$0")/.."
 
-mapfile -t joined < <(find "$build" -name 'unity_*_cxx.cxx')
+mapfile -t joined < <(sed -n 's|.*"file": "\(.*/unity_[0-9]*_cxx\.cxx\)".*|\1|p' \
+  "$build/compile_commands.json")
 {
   printf '%s\n' "${joined[@]}"
   git ls-files -- 'src/*.cpp' 'host/*.cpp' ':!*win32*' ':!*_windows.cpp' |

@@ -8,12 +8,13 @@ cd "$(dirname "$0")/.."
 
 step() { printf '\n== %s (%ss)\n' "$1" "$SECONDS"; }
 
-# Runs a command that leaves processors idle beside the step that follows; joined shows its output.
+# Runs a command that leaves processors idle beside the step that follows, in a process group that
+# ends with this script; joined shows its output.
 beside() {
   log=$(mktemp)
-  "$@" >"$log" 2>&1 &
+  setsid "$@" >"$log" 2>&1 &
   running=$!
-  trap 'kill "$running" 2>/dev/null || true' EXIT
+  trap 'kill -- -"$running" 2>/dev/null || true; cat "$log"; rm "$log"' EXIT
 }
 joined() {
   local code=0
