@@ -33,6 +33,16 @@ cskinweight Weight(float weight, cnode* bone, const cpoint3& offset) {
   return {weight, offset, MakePt3(0, 1, 0), bone};
 }
 
+// The box at the frame is that of all vertices, to the last bit.
+void ExpectBoxOfAll(cskin& skin, int frame) {
+  cpoint3 box[2];
+  cpoint3 wanted[2];
+  ASSERT_EQ(skin.GetBBoxAtFrame(frame, box[0], box[1]), 1);
+  core::BoxOf(core::DeformAtFrame(skin, frame, false).positions, wanted[0], wanted[1]);
+  ExpectPoint(box[0], wanted[0], 0.0F);
+  ExpectPoint(box[1], wanted[1], 0.0F);
+}
+
 TEST_F(Skin, WeightsComeInAnyOrder) {
   cskin* skin = NewSkin(3);
   for (int i = 0; i < 10; ++i) {  // in turns, so that stretches have to move
@@ -69,13 +79,7 @@ TEST_F(Skin, DeformsLikeAPlainSumInLocalSpace) {
   // Yaw 90 takes x to y and y to -x: half of (1, 4, 3) and a quarter of (-7, 2, 7).
   ExpectPoint(list.verts[1].pos * world, {-1.25F, 2.5F, 3.25F}, 1e-5F);
   ExpectPoint(list.verts[0].pos * world, cpoint3{0, 1, 2} * world, 1e-5F);
-  cpoint3 low;
-  cpoint3 high;
-  cpoint3 wanted[2];
-  EXPECT_EQ(skin->GetBBoxAtFrame(10, low, high), 1);
-  core::BoxOf(core::DeformAtFrame(*skin, 10, false).positions, wanted[0], wanted[1]);
-  ExpectPoint(low, wanted[0], 0.0F);
-  ExpectPoint(high, wanted[1], 0.0F);
+  ExpectBoxOfAll(*skin, 10);
   // A turned normal, taken into the skin's own space.
   const cpoint3 normal = core::DeformAtFrame(*skin, 10, true).normals[2];
   ExpectPoint(normal * skin->GetTMAtFrame(10, kRotationOnly), {-1, 0, 0}, 1e-5F);
@@ -118,12 +122,7 @@ TEST_F(Skin, TheBoxIsThatOfAllVertices) {
     }
   }
   for (int frame = 0; frame <= 40; ++frame) {
-    cpoint3 box[2];
-    cpoint3 wanted[2];
-    ASSERT_EQ(skin->GetBBoxAtFrame(frame, box[0], box[1]), 1);
-    core::BoxOf(core::DeformAtFrame(*skin, frame, false).positions, wanted[0], wanted[1]);
-    ExpectPoint(box[0], wanted[0], 0.0F);
-    ExpectPoint(box[1], wanted[1], 0.0F);
+    ExpectBoxOfAll(*skin, frame);
   }
 }
 
@@ -137,12 +136,7 @@ TEST_F(Skin, ABoxWithVerticesOutOfAllBounds) {
     skin->SetVertWeight(v, 0, Weight(1.0F, joint, {static_cast<float>(v), 0, 0}));
   }
   for (int frame = 0; frame < 20; ++frame) {
-    cpoint3 box[2];
-    cpoint3 wanted[2];
-    ASSERT_EQ(skin->GetBBoxAtFrame(frame, box[0], box[1]), 1);
-    core::BoxOf(core::DeformAtFrame(*skin, frame, false).positions, wanted[0], wanted[1]);
-    ExpectPoint(box[0], wanted[0], 0.0F);
-    ExpectPoint(box[1], wanted[1], 0.0F);
+    ExpectBoxOfAll(*skin, frame);
   }
 }
 
