@@ -138,10 +138,8 @@ void SumTargets(deformer& work, const meshstate& mesh, int frame, bool withNorma
 }
 
 float4 Turned(float4 p, const deformer::jointmatrix& matrix) {
-  return p[0] * matrix.row[0] + p[1] * matrix.row[1] + p[2] * matrix.row[2];
+  return TimesRows(p, matrix.row[0], matrix.row[1], matrix.row[2]);
 }
-
-float4 LanesOf(const cpoint3& p) { return float4{p.x, p.y, p.z, 0.0F}; }
 
 cpoint3 PointOf(float4 p) { return {p[0], p[1], p[2]}; }
 

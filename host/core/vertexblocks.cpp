@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "core/box.h"
 #include "core/deform.h"
@@ -33,8 +34,6 @@ float4 Absolute(float4 p) {
   constexpr std::uint32_t kRest = 0x7FFFFFFFU;
   return std::bit_cast<float4>(std::bit_cast<bits>(p) & bits{kRest, kRest, kRest, kRest});
 }
-
-float4 Turned(float4 p, float4 x, float4 y, float4 z) { return p[0] * x + p[1] * y + p[2] * z; }
 
 class blockmaker {
  public:
@@ -145,7 +144,7 @@ class blockmaker {
       }
       sum += weight->weight;
       vertexblocks::bound& bound = BoundOf(work_.jointOf[i], firstBound);
-      const float4 offset = {p.x, p.y, p.z, 0.0F};
+      const float4 offset = LanesOf(p);
       bound.centre = Least(offset, bound.centre);
       bound.half = Largest(offset, bound.half);
     }
@@ -171,6 +170,7 @@ class blockmaker {
       bound.centre = 0.5F * low + 0.5F * high;
       bound.half = 0.5F * high - 0.5F * low;
     }
+    // The weights' sum is at most 1 + lack, and that of a bound 1.
     made_.blocks.push_back({first, end, static_cast<std::uint32_t>(firstBound),
                             static_cast<std::uint32_t>(made_.bounds.size()),
                             kRounding * (2.0F + lack) + lack});
@@ -197,14 +197,13 @@ bool vertexblocks::Within(const block& which, const deformer& work, float4 low, 
     const float4 x = Absolute(row[0]);
     const float4 y = Absolute(row[1]);
     const float4 z = Absolute(row[2]);
-    const float4 centre = Turned(each.centre, row[0], row[1], row[2]) + row[3];
-    const float4 half = Turned(each.half, x, y, z);
+    const float4 centre = TimesRows(each.centre, row[0], row[1], row[2]) + row[3];
+    const float4 half = TimesRows(each.half, x, y, z);
     least = Least(centre - half, least);
     largest = Largest(centre + half, largest);
-    size = Largest(Turned(each.farthest, x, y, z) + Absolute(row[3]), size);
+    size = Largest(TimesRows(each.farthest, x, y, z) + Absolute(row[3]), size);
   }
-  const float4 whole = {work.whole.x, work.whole.y, work.whole.z, 0.0F};
-  const float4 margin = which.margin * (size + Absolute(whole));
+  const float4 margin = which.margin * (size + Absolute(LanesOf(work.whole)));
   const auto within = (least - margin >= low) & (largest + margin <= high);
   return (within[0] & within[1] & within[2]) != 0;
 }
