@@ -11,8 +11,10 @@ namespace core {
 
 namespace {
 
-// Bytes of poses that a scene remembers, about.
-constexpr std::size_t kCacheBytes = std::size_t{256} << 20;
+// Bytes of poses that a scene remembers, about: what a processor has near at hand while frames come
+// one after the other, and up to the larger number for who comes back to frames that are forgotten.
+constexpr std::size_t kFirstBytes = std::size_t{2} << 20;
+constexpr std::size_t kMostBytes = std::size_t{256} << 20;
 constexpr std::size_t kMostSlots = std::size_t{1} << 16;
 
 // The way from a node up to the first ancestor whose pose is known. Deep chains go to the heap,
@@ -44,60 +46,90 @@ class ascent {
   std::size_t depth_ = 0;
 };
 
-}  // namespace
-
-posecache::frameview posecache::At(int frame, std::size_t numNodes) {
-  if (numNodes > capacity_ || slots_.empty()) {
-    // A scene that still grows while poses are asked for does not start over at each node.
-    const std::size_t capacity = slots_.empty() ? numNodes : std::max(numNodes, 2 * capacity_);
-    std::vector<slot> slots(
-        std::clamp(kCacheBytes / (capacity * sizeof(entry)), std::size_t{2}, kMostSlots));
-    slots_ = std::move(slots);
-    capacity_ = capacity;
-  }
-  const auto count = static_cast<int>(slots_.size());
-  const int rest = frame % count;
-  slot& place = slots_[static_cast<std::size_t>(rest < 0 ? rest + count : rest)];
-  if (!place.entries) {
-    place.entries = std::make_unique<entry[]>(capacity_);
-  }
-  if (place.stamp == 0 || place.frame != frame || place.change != Changes()) {
-    place.frame = frame;
-    place.change = Changes();
-    place.stamp = ++lastStamp_;
-  }
-  return {place.entries.get(), place.stamp};
-}
-
-affine WorldAtFrame(const cnode& node, int frame) {
+affine Evaluate(const cnode& node, int frame, posecache::frameview* view) {
   scene* const owner = node.State().owner;
-  posecache::frameview view{nullptr, 0};
-  if (owner != nullptr) {
-    view = owner->Poses().At(frame, owner->Nodes().size());
-    const posecache::entry& own = view.entries[node.State().index];
-    if (own.stamp == view.stamp) {
-      return own.world;
-    }
-  }
   ascent chain;
   affine world;
   for (const cnode* at = &node; at != nullptr; at = at->State().parent) {
     const nodestate& state = at->State();
-    if (owner != nullptr && state.owner == owner && view.entries[state.index].stamp == view.stamp) {
-      world = view.entries[state.index].world;
-      break;
+    if (view != nullptr && state.owner == owner) {
+      if (const affine* known = view->Known(state.index); known != nullptr) {
+        world = *known;
+        break;
+      }
     }
     chain.Push(&state);
   }
   while (!chain.Empty()) {
     const nodestate& state = *chain.Pop();
     world = LocalAtFrame(state.track->State(), frame) * world;
-    if (owner != nullptr && state.owner == owner) {
-      view.entries[state.index] = {world, view.stamp};
+    if (view != nullptr && state.owner == owner) {
+      view->Remember(state.index, world);
       ++owner->Poses().evaluated;
     }
   }
   return world;
+}
+
+}  // namespace
+
+void posecache::TurnTo(int frame, std::size_t numNodes) {
+  latestChange_ = 0;
+  if (numNodes > capacity_) {
+    // A scene that still grows while poses are asked for does not start over at each node.
+    const std::size_t capacity = std::max(numNodes, 2 * capacity_);
+    slots_.clear();
+    capacity_ = capacity;
+    mostSlots_ = SlotsIn(kFirstBytes);
+  }
+  if (change_ != Changes()) {
+    change_ = Changes();
+    farthest_ = frame;
+  }
+  slot* place = &SlotOf(frame);
+  if (place->change == change_ && place->frame != frame && frame <= farthest_) {
+    mostSlots_ = std::min(2 * mostSlots_, SlotsIn(kMostBytes));
+    place = &SlotOf(frame);
+  }
+  farthest_ = std::max(farthest_, frame);
+  if (!place->worlds) {
+    place->stamps = std::make_unique<std::uint64_t[]>(capacity_);
+    place->worlds = std::make_unique_for_overwrite<std::byte[]>(capacity_ * sizeof(affine));
+  }
+  if (place->frame != frame || place->change != change_) {
+    place->frame = frame;
+    place->change = change_;
+    place->stamp = ++lastStamp_;
+  }
+  latest_ = {reinterpret_cast<affine*>(place->worlds.get()), place->stamps.get(), place->stamp};
+  latestFrame_ = frame;
+  latestChange_ = change_;
+}
+
+std::size_t posecache::SlotsIn(std::size_t bytes) const {
+  return std::clamp(bytes / (capacity_ * (sizeof(affine) + sizeof(std::uint64_t))), std::size_t{2},
+                    kMostSlots);
+}
+
+// There are as many slots as the frames so far need: one each from 0 on, until there are too many.
+posecache::slot& posecache::SlotOf(int frame) {
+  if (const auto wanted = static_cast<std::size_t>(std::max(frame, 0)) + 1;
+      slots_.size() < std::min(wanted, mostSlots_)) {
+    slots_.resize(std::min(std::max(wanted, 2 * slots_.size()), mostSlots_));
+  }
+  const auto count = static_cast<int>(slots_.size());
+  const int rest = frame % count;
+  return slots_[static_cast<std::size_t>(rest < 0 ? rest + count : rest)];
+}
+
+affine WorldAtFrame(const cnode& node, int frame) {
+  const nodestate& state = node.State();
+  if (state.owner == nullptr) {
+    return Evaluate(node, frame, nullptr);
+  }
+  posecache::frameview& view = state.owner->Poses().At(frame, state.owner->Nodes().size());
+  const affine* const known = view.Known(state.index);
+  return known != nullptr ? *known : Evaluate(node, frame, &view);
 }
 
 }  // namespace core

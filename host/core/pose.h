@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "core/affine.h"
+#include "core/changes.h"
 #include "core/state.h"
 
 namespace core {
@@ -14,34 +16,67 @@ namespace core {
 CORE_API affine WorldAtFrame(const cnode& node, int frame);
 
 // The poses of a scene's nodes that were evaluated. A slot holds one frame; frames share slots
-// when there are more of them than memory is meant for, and then the latest frame stays.
+// when there are more of them than memory is meant for, and then the latest frame stays. Who goes
+// through the frames once needs few slots; there come to be more as forgotten frames are asked for.
 class posecache {
  public:
-  struct entry {
-    affine world;
-    std::uint64_t stamp = 0;
+  // The poses of a frame, by node index. What was never evaluated is storage without a value, since
+  // a scene of many frames would write it all once more.
+  class frameview {
+   public:
+    frameview() = default;
+    frameview(affine* worlds, std::uint64_t* stamps, std::uint64_t stamp)
+        : worlds_(worlds), stamps_(stamps), stamp_(stamp) {}
+
+    // Null: not evaluated.
+    const affine* Known(int index) const {
+      const auto i = static_cast<std::size_t>(index);
+      return stamps_[i] == stamp_ ? &worlds_[i] : nullptr;
+    }
+    void Remember(int index, const affine& world) {
+      const auto i = static_cast<std::size_t>(index);
+      std::construct_at(&worlds_[i], world);
+      stamps_[i] = stamp_;
+    }
+
+   private:
+    affine* worlds_ = nullptr;
+    std::uint64_t* stamps_ = nullptr;
+    std::uint64_t stamp_ = 0;
   };
 
-  // The entries of a frame, by node index; those whose stamp is the one given are known.
-  struct frameview {
-    entry* entries;
-    std::uint64_t stamp;
-  };
-  frameview At(int frame, std::size_t numNodes);
+  // Good until the next call for another frame, or with more nodes.
+  frameview& At(int frame, std::size_t numNodes) {
+    if (frame != latestFrame_ || latestChange_ != Changes() || numNodes > capacity_) {
+      TurnTo(frame, numNodes);
+    }
+    return latest_;
+  }
 
   std::uint64_t evaluated = 0;
 
  private:
   struct slot {
-    std::unique_ptr<entry[]> entries;
+    std::unique_ptr<std::byte[]> worlds;
+    std::unique_ptr<std::uint64_t[]> stamps;
     int frame = 0;
-    std::uint64_t change = 0;  // Changes() that the poses belong to
-    std::uint64_t stamp = 0;   // 0: never used
+    std::uint64_t change = 0;  // Changes() that the poses belong to; 0: never used
+    std::uint64_t stamp = 0;
   };
 
+  void TurnTo(int frame, std::size_t numNodes);
+  std::size_t SlotsIn(std::size_t bytes) const;
+  slot& SlotOf(int frame);
+
   std::vector<slot> slots_;
-  std::size_t capacity_ = 0;  // entries a slot
+  std::size_t mostSlots_ = 0;
+  std::size_t capacity_ = 0;  // nodes a slot
   std::uint64_t lastStamp_ = 0;
+  std::uint64_t change_ = 0;  // that the frames asked for belong to
+  int farthest_ = 0;          // of them
+  frameview latest_;
+  int latestFrame_ = 0;
+  std::uint64_t latestChange_ = 0;
 };
 
 }  // namespace core
