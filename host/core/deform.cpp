@@ -35,15 +35,15 @@ std::unique_ptr<deformer> Prepare(const skinstate& skin) {
   for (const skinstretch& stretch : skin.stretches) {
     total += stretch.count;
   }
-  made->jointOf.reserve(total);
-  made->offsets.reserve(total);
+  made->weights.jointOf.reserve(total);
+  made->weights.offsets.reserve(total);
   made->jointNormals.reserve(total);
-  made->starts.reserve(skin.mesh.verts.size() + 1);
+  made->weights.starts.reserve(skin.mesh.verts.size() + 1);
   std::unordered_map<const cnode*, std::uint32_t> indices;
   const cnode* last = nullptr;
   std::uint32_t lastIndex = 0;
   for (const skinstretch& stretch : skin.stretches) {
-    made->starts.push_back(static_cast<std::uint32_t>(made->jointOf.size()));
+    made->weights.starts.push_back(static_cast<std::uint32_t>(made->weights.jointOf.size()));
     for (std::uint32_t i = 0; i < stretch.count; ++i) {
       const cskinweight& weight = skin.weights[stretch.first + i];
       if (weight.bone == nullptr) {
@@ -61,12 +61,12 @@ std::unique_ptr<deformer> Prepare(const skinstate& skin) {
       const float w = weight.weight;
       const cpoint3& offset = weight.offset;
       const cpoint3& normal = weight.normal;
-      made->jointOf.push_back(lastIndex);
-      made->offsets.push_back(float4{w * offset.x, w * offset.y, w * offset.z, w});
+      made->weights.jointOf.push_back(lastIndex);
+      made->weights.offsets.push_back(float4{w * offset.x, w * offset.y, w * offset.z, w});
       made->jointNormals.push_back(float4{normal.x, normal.y, normal.z, w});
     }
   }
-  made->starts.push_back(static_cast<std::uint32_t>(made->jointOf.size()));
+  made->weights.starts.push_back(static_cast<std::uint32_t>(made->weights.jointOf.size()));
   made->matrices.resize(made->joints.size());
   made->positions.resize(skin.mesh.verts.size());
   made->normals.resize(skin.mesh.verts.size());
@@ -172,8 +172,8 @@ cpoint3 RestNormal(const deformer& work, const meshstate& mesh, std::size_t v) {
 // Of a mesh with targets or joints that stretch: a joint turns a normal without making it longer.
 cpoint3 BlendNormal(const deformer& work, const meshstate& mesh, std::size_t v) {
   vec3 sum;
-  for (std::uint32_t i = work.starts[v]; i < work.starts[v + 1]; ++i) {
-    const std::uint32_t joint = work.jointOf[i];
+  for (std::uint32_t i = work.weights.starts[v]; i < work.weights.starts[v + 1]; ++i) {
+    const std::uint32_t joint = work.weights.jointOf[i];
     float4 part = Turned(work.jointNormals[i], work.normalMatrices[joint]);
     if (mesh.morph != nullptr) {
       part += Turned(LanesOf(work.turned[v]), work.normalTurns[joint]);
@@ -185,7 +185,7 @@ cpoint3 BlendNormal(const deformer& work, const meshstate& mesh, std::size_t v) 
 
 void BlendNormals(deformer& work, const meshstate& mesh) {
   for (std::size_t v = 0; v < work.normals.size(); ++v) {
-    if (work.starts[v] == work.starts[v + 1]) {
+    if (work.weights.starts[v] == work.weights.starts[v + 1]) {
       work.normals[v] = RestNormal(work, mesh, v);
       continue;
     }
@@ -194,33 +194,34 @@ void BlendNormals(deformer& work, const meshstate& mesh) {
       continue;
     }
     float4 sum = float4{};
-    for (std::uint32_t i = work.starts[v]; i < work.starts[v + 1]; ++i) {
+    for (std::uint32_t i = work.weights.starts[v]; i < work.weights.starts[v + 1]; ++i) {
       const float4 normal = work.jointNormals[i];
-      sum += normal[3] * Turned(normal, work.matrices[work.jointOf[i]]);
+      sum += normal[3] * Turned(normal, work.matrices[work.weights.jointOf[i]]);
     }
     work.normals[v] = UnitOr({sum[0], sum[1], sum[2]}, mesh.normals[v]);
   }
 }
 
-// Calls take(v, position) for the vertices vertexAt(0) to vertexAt(count - 1).
+// Calls take(v, position) for the vertices v = vertexAt(n) whose weights are those with the numbers
+// n from `first` to before `end`.
 template <bool Morphs, class VertexAt, class Take>
-void BlendSome(const deformer& work, const meshstate& mesh, std::size_t count,
-               const VertexAt& vertexAt, const Take& take) {
-  const std::uint32_t* const starts = work.starts.data();
-  const std::uint32_t* const jointOf = work.jointOf.data();
-  const float4* const offsets = work.offsets.data();
+void BlendSome(const deformer& work, const meshstate& mesh, const blendweights& weights,
+               std::size_t first, std::size_t end, const VertexAt& vertexAt, const Take& take) {
+  const std::uint32_t* const starts = weights.starts.data();
+  const std::uint32_t* const jointOf = weights.jointOf.data();
+  const float4* const offsets = weights.offsets.data();
   const deformer::jointmatrix* const matrices = work.matrices.data();
   const float4 whole = LanesOf(work.whole);
-  for (std::size_t n = 0; n < count; ++n) {
+  for (std::size_t n = first; n < end; ++n) {
     const std::size_t v = vertexAt(n);
-    const std::uint32_t first = starts[v];
-    const std::uint32_t end = starts[v + 1];
-    if (first == end) {
+    const std::uint32_t firstWeight = starts[n];
+    const std::uint32_t endWeight = starts[n + 1];
+    if (firstWeight == endWeight) {
       take(v, LanesOf(RestPosition(work, mesh, v)));
       continue;
     }
     float4 sum = float4{};
-    for (std::uint32_t i = first; i < end; ++i) {
+    for (std::uint32_t i = firstWeight; i < endWeight; ++i) {
       const float4 part = offsets[i];
       const deformer::jointmatrix& matrix = matrices[jointOf[i]];
       sum += Turned(part, matrix) + part[3] * matrix.row[3];
@@ -237,9 +238,24 @@ void Blend(const deformer& work, const meshstate& mesh, const Take& take) {
   const std::size_t count = mesh.verts.size();
   const auto each = [](std::size_t n) { return n; };
   if (mesh.morph != nullptr) {
-    BlendSome<true>(work, mesh, count, each, take);
+    BlendSome<true>(work, mesh, work.weights, 0, count, each, take);
   } else {
-    BlendSome<false>(work, mesh, count, each, take);
+    BlendSome<false>(work, mesh, work.weights, 0, count, each, take);
+  }
+}
+
+// The same for vertices that have one weight each, all of one joint.
+template <class Take>
+void BlendRigid(const deformer& work, const vertexblocks& blocks, const vertexblocks::block& which,
+                const Take& take) {
+  const float4* const offsets = &blocks.weights.offsets[blocks.weights.starts[which.first]];
+  const deformer::jointmatrix matrix =
+      work.matrices[blocks.weights.jointOf[blocks.weights.starts[which.first]]];
+  const float4 whole = LanesOf(work.whole);
+  for (std::uint32_t i = 0; i < which.end - which.first; ++i) {
+    const float4 part = offsets[i];
+    const float4 sum = float4{} + (Turned(part, matrix) + part[3] * matrix.row[3]);
+    take(i, sum + (1.0F - sum[3]) * whole);
   }
 }
 
@@ -261,10 +277,14 @@ void VisitOutermost(deformer& work, const skinstate& skin, const float4& low, co
     }
     const float4 least = low;
     const float4 largest = high;
-    const std::uint32_t* const vertices = &work.blocks->order[blocks[i].first];
-    BlendSome<false>(
-        work, skin.mesh, blocks[i].end - blocks[i].first,
-        [=](std::size_t n) { return std::size_t{vertices[n]}; }, take);
+    if (blocks[i].rigid) {
+      BlendRigid(work, *work.blocks, blocks[i], take);
+    } else {
+      const std::uint32_t* const vertices = work.blocks->order.data();
+      BlendSome<false>(
+          work, skin.mesh, work.blocks->weights, blocks[i].first, blocks[i].end,
+          [=](std::size_t n) { return std::size_t{vertices[n]}; }, take);
+    }
     const auto grown = (low < least) | (high > largest);
     if ((grown[0] | grown[1] | grown[2]) != 0) {
       std::swap(blocks[i], blocks[front]);

@@ -20,12 +20,8 @@ struct deformer {
   };
 
   std::vector<const cnode*> joints;
-  // Of each weight: the joint's index; the offset times the weight, and the weight; the normal, and
-  // the weight.
-  std::vector<std::uint32_t> jointOf;
-  std::vector<float4> offsets;
-  std::vector<float4> jointNormals;
-  std::vector<std::uint32_t> starts;  // of each vertex, and the end
+  blendweights weights;
+  std::vector<float4> jointNormals;   // of each weight: the normal, and the weight
   std::vector<jointmatrix> matrices;  // of the joints at the frame, into the skin's local space
   // The same for normals, which a joint does not make longer; empty where `matrices` do: without
   // morph targets and joints whose scale changes.

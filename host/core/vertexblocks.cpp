@@ -76,28 +76,57 @@ class blockmaker {
         made_.order.push_back(v);
       }
     }
+    LayOut();
+  }
+
+  void LayOut() {
+    blendweights& to = made_.weights;
+    to.starts.reserve(made_.order.size() + 1);
+    to.jointOf.reserve(work_.weights.jointOf.size());
+    to.offsets.reserve(work_.weights.offsets.size());
+    for (const std::uint32_t v : made_.order) {
+      to.starts.push_back(static_cast<std::uint32_t>(to.jointOf.size()));
+      for (std::uint32_t i = work_.weights.starts[v]; i < work_.weights.starts[v + 1]; ++i) {
+        to.jointOf.push_back(work_.weights.jointOf[i]);
+        to.offsets.push_back(work_.weights.offsets[i]);
+      }
+    }
+    to.starts.push_back(static_cast<std::uint32_t>(to.jointOf.size()));
+  }
+
+  bool IsRigid(std::uint32_t first, std::uint32_t end) const {
+    const blendweights& weights = made_.weights;
+    const std::uint32_t start = weights.starts[first];
+    for (std::uint32_t v = first; v < end; ++v) {
+      if (weights.starts[v + 1] - weights.starts[v] != 1 ||
+          weights.jointOf[weights.starts[v]] != weights.jointOf[start]) {
+        return false;
+      }
+    }
+    return true;
   }
 
   // Of vertices that differ in their normals or texture vertices, at most.
   bool SamePosition(std::uint32_t a, std::uint32_t b) const {
-    const std::uint32_t first = work_.starts[a];
-    const std::uint32_t other = work_.starts[b];
-    const std::uint32_t count = work_.starts[a + 1] - first;
-    if (count == 0 || count != work_.starts[b + 1] - other) {
+    const std::uint32_t first = work_.weights.starts[a];
+    const std::uint32_t other = work_.weights.starts[b];
+    const std::uint32_t count = work_.weights.starts[a + 1] - first;
+    if (count == 0 || count != work_.weights.starts[b + 1] - other) {
       return false;
     }
-    return std::equal(&work_.jointOf[first], &work_.jointOf[first] + count,
-                      &work_.jointOf[other]) &&
-           std::memcmp(&work_.offsets[first], &work_.offsets[other], count * sizeof(float4)) == 0;
+    return std::equal(&work_.weights.jointOf[first], &work_.weights.jointOf[first] + count,
+                      &work_.weights.jointOf[other]) &&
+           std::memcmp(&work_.weights.offsets[first], &work_.weights.offsets[other],
+                       count * sizeof(float4)) == 0;
   }
 
   std::uint32_t MainJoint(std::uint32_t v) const {
     std::uint32_t joint = 0;
     float largest = -1.0F;
-    for (std::uint32_t i = work_.starts[v]; i < work_.starts[v + 1]; ++i) {
-      if (work_.offsets[i][3] > largest) {
-        largest = work_.offsets[i][3];
-        joint = work_.jointOf[i];
+    for (std::uint32_t i = work_.weights.starts[v]; i < work_.weights.starts[v + 1]; ++i) {
+      if (work_.weights.offsets[i][3] > largest) {
+        largest = work_.weights.offsets[i][3];
+        joint = work_.weights.jointOf[i];
       }
     }
     return joint;
@@ -119,15 +148,15 @@ class blockmaker {
     if (place < first || place >= made_.bounds.size() || made_.bounds[place].joint != joint) {
       place = made_.bounds.size();
       const float4 none = {kFar, kFar, kFar, kFar};
-      made_.bounds.push_back({none, -none, float4{}, joint});
+      made_.bounds.push_back({none, -none, joint});
     }
     return made_.bounds[place];
   }
 
   // While a block is read, a bound's centre and half are the least and the largest offset.
   bool AddVertex(std::uint32_t v, std::size_t firstBound, float& lack) {
-    const std::uint32_t first = work_.starts[v];
-    const std::uint32_t end = work_.starts[v + 1];
+    const std::uint32_t first = work_.weights.starts[v];
+    const std::uint32_t end = work_.weights.starts[v + 1];
     if (first == end || end - first > kMostWeights) {
       return false;
     }
@@ -143,7 +172,7 @@ class blockmaker {
         return false;
       }
       sum += weight->weight;
-      vertexblocks::bound& bound = BoundOf(work_.jointOf[i], firstBound);
+      vertexblocks::bound& bound = BoundOf(work_.weights.jointOf[i], firstBound);
       const float4 offset = LanesOf(p);
       bound.centre = Least(offset, bound.centre);
       bound.half = Largest(offset, bound.half);
@@ -162,18 +191,17 @@ class blockmaker {
     if (!bounded) {
       made_.bounds.resize(firstBound);
     }
+    // The weights' sum is at most 1 + lack, and that of a bound 1.
+    const float margin = kRounding * (2.0F + lack) + lack;
     for (std::size_t i = firstBound; i < made_.bounds.size(); ++i) {
       vertexblocks::bound& bound = made_.bounds[i];
       const float4 low = bound.centre;
       const float4 high = bound.half;
-      bound.farthest = Largest(Absolute(low), Absolute(high));
       bound.centre = 0.5F * low + 0.5F * high;
-      bound.half = 0.5F * high - 0.5F * low;
+      bound.half = 0.5F * high - 0.5F * low + margin * Largest(Absolute(low), Absolute(high));
     }
-    // The weights' sum is at most 1 + lack, and that of a bound 1.
-    made_.blocks.push_back({first, end, static_cast<std::uint32_t>(firstBound),
-                            static_cast<std::uint32_t>(made_.bounds.size()),
-                            kRounding * (2.0F + lack) + lack});
+    made_.blocks.push_back({first, end, IsRigid(first, end), static_cast<std::uint32_t>(firstBound),
+                            static_cast<std::uint32_t>(made_.bounds.size()), margin});
   }
 
   const skinstate& skin_;
@@ -190,20 +218,16 @@ bool vertexblocks::Within(const block& which, const deformer& work, float4 low, 
   }
   float4 least = {kFar, kFar, kFar, kFar};
   float4 largest = -least;
-  float4 size = float4{};
   for (std::uint32_t i = which.firstBound; i < which.endBound; ++i) {
     const bound& each = bounds[i];
     const float4* const row = work.matrices[each.joint].row;
-    const float4 x = Absolute(row[0]);
-    const float4 y = Absolute(row[1]);
-    const float4 z = Absolute(row[2]);
     const float4 centre = TimesRows(each.centre, row[0], row[1], row[2]) + row[3];
-    const float4 half = TimesRows(each.half, x, y, z);
+    const float4 half = TimesRows(each.half, Absolute(row[0]), Absolute(row[1]), Absolute(row[2])) +
+                        which.margin * Absolute(row[3]);
     least = Least(centre - half, least);
     largest = Largest(centre + half, largest);
-    size = Largest(TimesRows(each.farthest, x, y, z) + Absolute(row[3]), size);
   }
-  const float4 margin = which.margin * (size + Absolute(LanesOf(work.whole)));
+  const float4 margin = which.margin * Absolute(LanesOf(work.whole));
   const auto within = (least - margin >= low) & (largest + margin <= high);
   return (within[0] & within[1] & within[2]) != 0;
 }

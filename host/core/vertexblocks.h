@@ -10,19 +10,27 @@ namespace core {
 struct deformer;
 struct skinstate;
 
+// Weights of vertices one behind the other, in the form that deformation wants.
+struct blendweights {
+  std::vector<std::uint32_t> jointOf;  // of each weight: an index into the joints
+  std::vector<float4> offsets;         // the offset times the weight, and the weight
+  std::vector<std::uint32_t> starts;   // of each vertex, and the end
+};
+
 // A skin's vertices in blocks of neighbours with bounds for where their joints can put them: a box
 // needs the vertices of the few blocks alone that reach beyond it.
 struct vertexblocks {
-  // What a block's vertices have of one joint: their offsets' box in the joint's space.
+  // What a block's vertices have of one joint: their offsets' box in the joint's space, wider by
+  // the block's margin of the offsets.
   struct bound {
     float4 centre;
     float4 half;
-    float4 farthest;  // of the offsets' coordinates, without their signs
     std::uint32_t joint;
   };
   struct block {
     std::uint32_t first;  // of its vertices in `order`
     std::uint32_t end;
+    bool rigid;                // each vertex has one weight, and all of them the same joint
     std::uint32_t firstBound;  // no bounds: the vertices may be anywhere
     std::uint32_t endBound;
     // What rounding may add, and what weights lack to the sum of 1, as a part of the coordinates
@@ -31,6 +39,7 @@ struct vertexblocks {
   };
 
   std::vector<std::uint32_t> order;  // the vertices, block by block
+  blendweights weights;              // of the vertices in that order
   std::vector<bound> bounds;
   std::vector<block> blocks;
 
