@@ -107,6 +107,9 @@ std::optional<stretch> Stretch(const core::trackstate& track, const framespan& s
 // Keys of the bones against the parents that they are to have, and how far they stray. Frame by
 // frame, since a scene does not remember the poses of all frames.
 void Measure(std::vector<topbone>& further, const cnode& top, const framespan& span) {
+  if (further.empty()) {
+    return;
+  }
   for (std::size_t i = 0; i < span.Count(); ++i) {
     const int frame = span.first + static_cast<int>(i);
     const core::vec3 place = core::WorldAtFrame(top, frame).translation;

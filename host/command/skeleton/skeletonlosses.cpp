@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "core/state.h"
+#include "core/track.h"
 #include "plugin/host/scene.h"
 
 namespace command {
@@ -24,6 +25,11 @@ struct loss {
   std::function<float(int frame)> off;
   float distance = 0.0F;
 };
+
+// From its parent. The command's scenes have no scale in their tracks.
+float Distance(const cnode& bone, int frame) {
+  return core::KeyAtFrame(bone.State().track->State(), frame).pos.Length();
+}
 
 float Between(cnode& a, cnode& b, int frame) {
   return (a.GetPosAtFrame(frame) - b.GetPosAtFrame(frame)).Length();
@@ -100,9 +106,9 @@ std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
   std::vector<loss> strayed;
   cnode* top = nullptr;
   for (cnode* bone : bones) {
-    if (cnode* const parent = bone->GetParent(); listed.contains(parent)) {
-      stretched.push_back({bone, [=, length = PlaceOn(*parent, *bone, 0).Length()](int frame) {
-                             return std::abs(Between(*bone, *parent, frame) - length);
+    if (listed.contains(bone->GetParent())) {
+      stretched.push_back({bone, [=, length = Distance(*bone, 0)](int frame) {
+                             return std::abs(Distance(*bone, frame) - length);
                            }});
     } else if (top == nullptr) {
       top = bone;
