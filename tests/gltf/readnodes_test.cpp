@@ -160,8 +160,11 @@ TEST_F(ReadNodes, ScaleThatChangesIsLeftOutAndSaid) {
 TEST_F(ReadNodes, TheScaleOfAllClipsIsNoChange) {
   gltfmodel model;
   const int root = model.Node({{"extras", {{"bone", true}}}});
+  const int arm = model.Node({{"extras", {{"bone", true}}}}, root);
   model.Node({{"mesh", model.Triangle()}}, root);
   model.Channel(0, root, "scale", {0, 1}, {4, 4, 4, 4, 4, 4});
+  model.Channel(0, arm, "scale", {0, 1}, {1, 2, 3, 1, 2, 3});
+  model.Channel(0, arm, "rotation", {0, 1}, {0, 0, 0, 1, 0, 0.6F, 0, 0.8F});
   ASSERT_TRUE(Read(model)) << told.fault;
   EXPECT_TRUE(told.warnings.empty());
   ExpectBox(scene.Nodes().back(), 0, {0, 0, 0}, {0, 4, 4});

@@ -97,6 +97,12 @@ scaleform FormOf(const core::affine& m) {
           core::Dot(m.row[0], m.row[2]), core::Dot(m.row[1], m.row[2])};
 }
 
+// Of a scale along the axes, then any rotation, then one scale along all of them.
+scaleform FormOf(const core::vec3& scale, double above) {
+  const core::vec3 own = scale * above;
+  return {own.x * own.x, own.y * own.y, own.z * own.z, 0.0, 0.0, 0.0};
+}
+
 bool SameScale(const scaleform& a, const scaleform& b) {
   const double most = std::max({a[0], a[1], a[2]});
   for (std::size_t i = 0; i < a.size(); ++i) {
@@ -305,19 +311,25 @@ class posemaker {
   // Sets the scale of a node that moves; false when it is not the same at all frames. One that is
   // the same in all clips and another at rest is the clips'.
   bool KeepScale(nodepose& pose, const nodepose& parent, const core::affine& rest) const {
-    const core::affine first = Linear(ToAffine(frames_.At(0))) * ScaleAt(parent, 0);
+    const core::affine first = WholeAt(0, parent);
     const scaleform form = FormOf(first);
     // Below one scale along all axes a rotation changes nothing of the node's own.
-    const bool steady = frames_.scales.empty() && parent.bent.empty() && parent.factor > 0.0 &&
-                        SameScale(form, form);
+    const bool alike = parent.bent.empty() && parent.factor > 0.0;
+    const bool steady = alike && frames_.scales.empty() && SameScale(form, form);
+    const bool own = alike && !frames_.scales.empty();
     for (std::size_t f = 1; f < NumFrames() && !steady; ++f) {
-      if (!SameScale(form, FormOf(Linear(ToAffine(frames_.At(f))) * ScaleAt(parent, f)))) {
+      if (!SameScale(form,
+                     own ? FormOf(frames_.scales[f], parent.factor) : FormOf(WholeAt(f, parent)))) {
         SetScale(pose, rest);
         return false;
       }
     }
     SetScale(pose, SameScale(form, FormOf(rest)) ? rest : first);
     return true;
+  }
+
+  core::affine WholeAt(std::size_t frame, const nodepose& parent) const {
+    return Linear(ToAffine(frames_.At(frame))) * ScaleAt(parent, frame);
   }
 
   // Gives all frames the scale of rest; false when they had it.
