@@ -16,6 +16,7 @@ namespace {
 
 // Vertices of a block: testing its bounds costs about as much as two of them.
 constexpr std::uint32_t kBlock = 8;
+constexpr std::uint32_t kRigidBlock = 16;  // whose vertices cost half as much
 
 // Along one edge of the box that neighbours are told in.
 constexpr float kMostCell = 1023.0F;
@@ -46,8 +47,13 @@ class blockmaker {
     Order(count);
     made_.blocks.reserve(count / kBlock + 1);
     const auto distinct = static_cast<std::uint32_t>(made_.order.size());
-    for (std::uint32_t first = 0; first < distinct; first += kBlock) {
-      Add(first, std::min(first + kBlock, distinct));
+    for (std::uint32_t first = 0; first < distinct;) {
+      std::uint32_t end = std::min(first + kRigidBlock, distinct);
+      if (!IsRigid(first, end)) {
+        end = std::min(first + kBlock, distinct);
+      }
+      Add(first, end);
+      first = end;
     }
     return std::move(made_);
   }
