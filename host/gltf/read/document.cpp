@@ -131,6 +131,7 @@ void ReadBuffers(const jsonobject& root, document& doc) {
     buffer.length = from.Whole("byteLength");
     buffer.isFallback = IsFallback(from);
   }
+  doc.views.reserve(root.ListSize("bufferViews"));
   for (const jsonobject& from : root.Objects("bufferViews", "buffer view")) {
     bufferview& view = doc.views.emplace_back();
     view.buffer = from.NeededIndex("buffer", doc.buffers.size());
@@ -142,6 +143,7 @@ void ReadBuffers(const jsonobject& root, document& doc) {
     }
     view.packed = PackedViewOf(from, doc);
   }
+  doc.accessors.reserve(root.ListSize("accessors"));
   for (const jsonobject& from : root.Objects("accessors", "accessor")) {
     accessor& made = doc.accessors.emplace_back();
     made.view = from.Index("bufferView", doc.views.size());
@@ -272,11 +274,12 @@ void ReadVector(const jsonobject& from, const char* key, core::vec3& to) {
 void ReadPlacement(const jsonobject& from, node& made) {
   if (std::array<double, 16> m{}; from.Numbers("matrix", m)) {
     // Column after column there, row after row here, points being columns there and rows here.
-    made.hasMatrix = true;
+    core::affine matrix;
     for (std::size_t i = 0; i < 3; ++i) {
-      made.matrix.row[i] = {m[4 * i], m[4 * i + 1], m[4 * i + 2]};
+      matrix.row[i] = {m[4 * i], m[4 * i + 1], m[4 * i + 2]};
     }
-    made.matrix.translation = {m[12], m[13], m[14]};
+    matrix.translation = {m[12], m[13], m[14]};
+    made.matrix = std::make_unique<const core::affine>(matrix);
     return;
   }
   ReadVector(from, "translation", made.local.translation);
@@ -325,6 +328,7 @@ void CheckTree(std::vector<node>& nodes) {
 void ReadNodes(const jsonobject& root, document& doc) {
   const std::size_t count = root.ListSize("nodes");
   const std::size_t numSkins = root.ListSize("skins");
+  doc.nodes.reserve(count);
   for (const jsonobject& from : root.Objects("nodes", "node")) {
     node& made = doc.nodes.emplace_back();
     made.name = from.Text("name");
@@ -373,8 +377,8 @@ std::vector<std::array<float, 6>> BoundsOf(const jsonvalue& list) {
 }
 
 void ReadScenes(const jsonobject& root, document& doc) {
-  const std::vector<jsonobject> scenes = root.Objects("scenes", "scene");
-  if (scenes.empty()) {
+  const jsonobjects scenes = root.Objects("scenes", "scene");
+  if (scenes.Size() == 0) {
     for (std::size_t i = 0; i < doc.nodes.size(); ++i) {
       if (doc.nodes[i].parent < 0) {
         doc.roots.push_back(static_cast<int>(i));
@@ -382,8 +386,8 @@ void ReadScenes(const jsonobject& root, document& doc) {
     }
     return;
   }
-  const jsonobject& scene =
-      scenes[static_cast<std::size_t>(std::max(root.Index("scene", scenes.size()), 0))];
+  const jsonobject scene =
+      scenes[static_cast<std::size_t>(std::max(root.Index("scene", scenes.Size()), 0))];
   doc.roots = scene.Indices("nodes", doc.nodes.size());
   for (const int index : doc.roots) {
     if (doc.nodes[static_cast<std::size_t>(index)].parent >= 0) {
@@ -436,11 +440,13 @@ void ReadAnimations(const jsonobject& root, document& doc) {
     if (made.name.empty()) {
       made.name = "animation_" + std::to_string(doc.animations.size() - 1);
     }
+    made.samplers.reserve(from.ListSize("samplers"));
     for (const jsonobject& part : from.Objects("samplers", "sampler")) {
       made.samplers.push_back({part.NeededIndex("input", doc.accessors.size()),
                                part.NeededIndex("output", doc.accessors.size()),
                                InterpolationOf(part), part.Place()});
     }
+    made.channels.reserve(from.ListSize("channels"));
     for (const jsonobject& part : from.Objects("channels", "channel")) {
       ReadChannel(part, doc, made);
     }

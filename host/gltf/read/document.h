@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -166,8 +167,7 @@ struct node {
   bool hasLight = false;
   bool isBone = false;          // by what its maker keeps with it
   std::vector<double> weights;  // of the mesh's targets; empty: the mesh's own
-  bool hasMatrix = false;
-  core::affine matrix;
+  std::unique_ptr<const core::affine> matrix;
   transform local;  // of a node without a matrix
 };
 

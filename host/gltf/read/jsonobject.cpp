@@ -185,18 +185,17 @@ jsonobject jsonobject::Object(const char* key) const {
   return {value == nullptr ? kNone : *value, place_.With(key)};
 }
 
-std::vector<jsonobject> jsonobject::Objects(const char* key, const char* name) const {
-  std::vector<jsonobject> objects;
-  if (const jsonvalue* list = Find(key)) {
-    if (!list->IsArray()) {
-      Fail(std::string(key) + " is not an array");
-    }
-    objects.reserve(list->Size());
-    for (const jsonvalue& value : list->GetArray()) {
-      objects.emplace_back(value, place_.With(name, static_cast<std::int64_t>(objects.size())));
-    }
+jsonobjects jsonobject::Objects(const char* key, const char* name) const {
+  const jsonvalue* list = Find(key);
+  if (list != nullptr && !list->IsArray()) {
+    Fail(std::string(key) + " is not an array");
   }
-  return objects;
+  return {list, place_, name};
+}
+
+jsonobject jsonobjects::operator[](std::size_t index) const {
+  return {(*list_)[static_cast<rapidjson::SizeType>(index)],
+          place_.With(name_, static_cast<std::int64_t>(index))};
 }
 
 std::size_t jsonobject::ListSize(const char* key) const {

@@ -29,6 +29,8 @@ class jsonplace {
   std::size_t count_ = 0;
 };
 
+class jsonobjects;
+
 // An object of the JSON text together with the words that name it in a fault, such as
 // "accessor 3". A member that is there with the wrong type is a fault; throws badfile.
 class jsonobject {
@@ -56,8 +58,8 @@ class jsonobject {
 
   // An object without members when it is missing.
   jsonobject Object(const char* key) const;
-  // The objects of a list, named by `name` and their place in it.
-  std::vector<jsonobject> Objects(const char* key, const char* name) const;
+  // The objects of a list, named by `name` and their place in it; none when it is missing.
+  jsonobjects Objects(const char* key, const char* name) const;
   std::size_t ListSize(const char* key) const;
   // What the file's maker keeps under `extras`, which may be of any kind: null where there is no
   // member of the name.
@@ -75,6 +77,39 @@ class jsonobject {
 
   const jsonvalue* value_;
   jsonplace place_;
+};
+
+// Each is made when it is come to, and throws badfile where the entry is none.
+class jsonobjects {
+ public:
+  class iterator {
+   public:
+    iterator(const jsonobjects& list, std::size_t index) : list_(&list), index_(index) {}
+    jsonobject operator*() const { return (*list_)[index_]; }
+    iterator& operator++() {
+      ++index_;
+      return *this;
+    }
+    bool operator==(const iterator&) const = default;
+
+   private:
+    const jsonobjects* list_;
+    std::size_t index_;
+  };
+
+  // `list` is an array, or null for none.
+  jsonobjects(const jsonvalue* list, const jsonplace& place, const char* name)
+      : list_(list), place_(place), name_(name) {}
+
+  std::size_t Size() const { return list_ == nullptr ? 0 : list_->Size(); }
+  jsonobject operator[](std::size_t index) const;
+  iterator begin() const { return {*this, 0}; }
+  iterator end() const { return {*this, Size()}; }
+
+ private:
+  const jsonvalue* list_;
+  jsonplace place_;  // of what has the list
+  const char* name_;
 };
 
 }  // namespace gltf

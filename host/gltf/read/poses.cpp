@@ -217,9 +217,9 @@ class posemaker {
     nodepose& pose = made_.nodes[index];
     const nodepose& parent =
         from.parent < 0 ? root_ : made_.nodes[static_cast<std::size_t>(from.parent)];
-    const transform inFile = from.hasMatrix ? Decomposed(from.matrix) : from.local;
+    const transform inFile = from.matrix ? Decomposed(*from.matrix) : from.local;
     const transform rest = ToScene(inFile, axes_, scale_);
-    core::affine local = from.hasMatrix ? axes_.ToScene(from.matrix) : ToAffine(rest);
+    core::affine local = from.matrix ? axes_.ToScene(*from.matrix) : ToAffine(rest);
     local.translation = rest.translation;
     pose.local = local;
     const core::affine whole = Linear(local) * parent.scale;
