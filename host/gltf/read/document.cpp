@@ -444,7 +444,8 @@ void ReadAnimations(const jsonobject& root, document& doc) {
     for (const jsonobject& part : from.Objects("samplers", "sampler")) {
       made.samplers.push_back({part.NeededIndex("input", doc.accessors.size()),
                                part.NeededIndex("output", doc.accessors.size()),
-                               InterpolationOf(part), part.Place()});
+                               InterpolationOf(part), static_cast<int>(doc.animations.size() - 1),
+                               static_cast<int>(made.samplers.size())});
     }
     made.channels.reserve(from.ListSize("channels"));
     for (const jsonobject& part : from.Objects("channels", "channel")) {

@@ -182,7 +182,13 @@ struct sampler {
   int input = -1;
   int output = -1;
   interpolation mode = interpolation::Linear;
-  std::string place;
+  // Of the animation, and in it. There are many samplers, and words for few.
+  int animation = 0;
+  int number = 0;
+
+  std::string Place() const {
+    return "animation " + std::to_string(animation) + ", sampler " + std::to_string(number);
+  }
 };
 
 enum class target { Translation, Rotation, Scale, Weights };

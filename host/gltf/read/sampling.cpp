@@ -20,10 +20,21 @@ namespace {
 // Frames of one scene: at 20 a second they last for half a day.
 constexpr std::int64_t kMostSceneFrames = std::int64_t{1} << 20;
 
+// What `read` reads, with the words for it in front of a fault.
+template <class Read>
+auto Named(const sampler& from, const char* what, const Read& read) {
+  try {
+    return read();
+  } catch (const badfile& fault) {
+    throw badfile(from.Place() + what + fault.what());
+  }
+}
+
 std::vector<float> TimesOf(const sampler& from, valuereader& values) {
-  std::vector<float> times = values.Floats(from.input, shape::Scalar, from.place + ": its times");
+  std::vector<float> times =
+      Named(from, ": its times", [&] { return values.Floats(from.input, shape::Scalar, {}); });
   if (times.empty() || !std::is_sorted(times.begin(), times.end())) {
-    throw badfile(from.place + ": its times do not ascend");
+    throw badfile(from.Place() + ": its times do not ascend");
   }
   return times;
 }
@@ -102,10 +113,11 @@ struct curve {
 // Keys of `each` components, as many as there are times.
 curve CurveOf(const sampler& from, shape form, std::size_t each, std::size_t numTimes,
               valuereader& values) {
-  curve made{values.Floats(from.output, form, from.place + ": its values"), each, from.mode};
+  curve made{Named(from, ": its values", [&] { return values.Floats(from.output, form, {}); }),
+             each, from.mode};
   const std::size_t entries = from.mode == interpolation::Cubic ? 3 : 1;
   if (made.keys.size() != numTimes * entries * made.each) {
-    throw badfile(from.place + ": it has " + std::to_string(made.keys.size() / made.each) +
+    throw badfile(from.Place() + ": it has " + std::to_string(made.keys.size() / made.each) +
                   " values for " + std::to_string(numTimes) + " times");
   }
   return made;
@@ -213,7 +225,7 @@ timeline LayOut(const document& doc, const options& how, valuereader& values) {
 
 void clipkeys::Find(const sampler& part, valuereader& values) {
   if (part.input == input_ && part.mode == mode_) {
-    values.Reread(part.input, shape::Scalar, part.place + ": its times");
+    Named(part, ": its times", [&] { values.Reread(part.input, shape::Scalar, {}); });
     return;
   }
   const std::vector<float> times = TimesOf(part, values);
