@@ -23,7 +23,7 @@ EXPONENT = {"CPU": 1.05, "instructions": 1.02}  # of a skeletal run, over a doub
 BARE = 1.5       # CPU time of an import over that of the bare loop
 MEMORY = 2.0     # peak of an import over the scene's own data
 EXPORT = 1.5     # CPU time, instructions and peak of an mdc export over those of the bare loop
-SKELETAL = 2.0   # the same of an mds export, and the peak
+SKELETAL = 2.0   # the same of an mds export
 FILE = 2.0       # CPU time of a .glb read or written over a bare parse and copy
 SCENE = 2.0      # CPU time, instructions and peak of all frames to a glb over those of the bare loop
 
@@ -201,8 +201,8 @@ For each frame the bare loop poses the joints, skins each vertex for the box and
 angles, in single precision; then it writes them with the surfaces and their weights
 (`bench/bareskeletal.cpp`). Its angles are within a step of the export's, its surfaces the same. The
 export skins for the box those vertices alone that may reach it, but goes through the host for each
-joint and frame and chains, inverts and takes angles in double precision. The host remembers the poses
-of some 2 MB of frames, and of up to 256 MB for who comes back to frames that it has forgotten.
+joint and frame and chains, inverts and takes angles in double precision. The host remembers poses of
+2 MB; of up to 256 MB for a caller that goes through the frames more than twice.
 
 {table}"""
 

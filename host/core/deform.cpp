@@ -202,8 +202,8 @@ void BlendNormals(deformer& work, const meshstate& mesh) {
   }
 }
 
-// Calls take(v, position) for the vertices v = vertexAt(n) whose weights are those with the numbers
-// n from `first` to before `end`.
+// Calls take(v, position) for n from `first` to before `end`, where v is vertexAt(n) and has the
+// weights that start at `starts[n]`.
 template <bool Morphs, class VertexAt, class Take>
 void BlendSome(const deformer& work, const meshstate& mesh, const blendweights& weights,
                std::size_t first, std::size_t end, const VertexAt& vertexAt, const Take& take) {
@@ -244,18 +244,18 @@ void Blend(const deformer& work, const meshstate& mesh, const Take& take) {
   }
 }
 
-// The same for vertices that have one weight each, all of one joint.
+// The same for the vertices of a rigid block, to the bit: the sum begins at zero there, too.
 template <class Take>
 void BlendRigid(const deformer& work, const vertexblocks& blocks, const vertexblocks::block& which,
                 const Take& take) {
-  const float4* const offsets = &blocks.weights.offsets[blocks.weights.starts[which.first]];
-  const deformer::jointmatrix matrix =
-      work.matrices[blocks.weights.jointOf[blocks.weights.starts[which.first]]];
+  const std::uint32_t first = blocks.weights.starts[which.first];
+  const float4* const offsets = &blocks.weights.offsets[first];
+  const deformer::jointmatrix matrix = work.matrices[blocks.weights.jointOf[first]];
   const float4 whole = LanesOf(work.whole);
   for (std::uint32_t i = 0; i < which.end - which.first; ++i) {
     const float4 part = offsets[i];
     const float4 sum = float4{} + (Turned(part, matrix) + part[3] * matrix.row[3]);
-    take(i, sum + (1.0F - sum[3]) * whole);
+    take(blocks.order[which.first + i], sum + (1.0F - sum[3]) * whole);
   }
 }
 

@@ -11,8 +11,8 @@ namespace core {
 
 namespace {
 
-// Bytes of poses that a scene remembers, about: what a processor has near at hand while frames come
-// one after the other, and up to the larger number for who comes back to frames that are forgotten.
+// Bytes of poses that a scene remembers, about. The first fits a processor's caches and does for
+// frames that come one after the other; the second is for callers that keep coming back.
 constexpr std::size_t kFirstBytes = std::size_t{2} << 20;
 constexpr std::size_t kMostBytes = std::size_t{256} << 20;
 constexpr std::size_t kMostSlots = std::size_t{1} << 16;
@@ -80,42 +80,38 @@ void posecache::TurnTo(int frame, std::size_t numNodes) {
     const std::size_t capacity = std::max(numNodes, 2 * capacity_);
     slots_.clear();
     capacity_ = capacity;
-    mostSlots_ = SlotsIn(kFirstBytes);
   }
   if (change_ != Changes()) {
     change_ = Changes();
-    farthest_ = frame;
+    turns_ = 0;
+    firstFrame_ = frame;
+    lastFrame_ = frame;
   }
-  slot* place = &SlotOf(frame);
-  if (place->change == change_ && place->frame != frame && frame <= farthest_) {
-    mostSlots_ = std::min(2 * mostSlots_, SlotsIn(kMostBytes));
-    place = &SlotOf(frame);
+  firstFrame_ = std::min(firstFrame_, frame);
+  lastFrame_ = std::max(lastFrame_, frame);
+  slot& place = SlotOf(frame);
+  if (!place.worlds) {
+    place.stamps = std::make_unique<std::uint64_t[]>(capacity_);
+    place.worlds = std::make_unique_for_overwrite<std::byte[]>(capacity_ * sizeof(affine));
   }
-  farthest_ = std::max(farthest_, frame);
-  if (!place->worlds) {
-    place->stamps = std::make_unique<std::uint64_t[]>(capacity_);
-    place->worlds = std::make_unique_for_overwrite<std::byte[]>(capacity_ * sizeof(affine));
+  if (place.frame != frame || place.change != change_) {
+    place.frame = frame;
+    place.change = change_;
+    place.stamp = ++lastStamp_;
+    ++turns_;
   }
-  if (place->frame != frame || place->change != change_) {
-    place->frame = frame;
-    place->change = change_;
-    place->stamp = ++lastStamp_;
-  }
-  latest_ = {reinterpret_cast<affine*>(place->worlds.get()), place->stamps.get(), place->stamp};
+  latest_ = {reinterpret_cast<affine*>(place.worlds.get()), place.stamps.get(), place.stamp};
   latestFrame_ = frame;
   latestChange_ = change_;
 }
 
-std::size_t posecache::SlotsIn(std::size_t bytes) const {
-  return std::clamp(bytes / (capacity_ * (sizeof(affine) + sizeof(std::uint64_t))), std::size_t{2},
-                    kMostSlots);
-}
-
-// There are as many slots as the frames so far need: one each from 0 on, until there are too many.
 posecache::slot& posecache::SlotOf(int frame) {
-  if (const auto wanted = static_cast<std::size_t>(std::max(frame, 0)) + 1;
-      slots_.size() < std::min(wanted, mostSlots_)) {
-    slots_.resize(std::min(std::max(wanted, 2 * slots_.size()), mostSlots_));
+  const std::int64_t span = std::int64_t{lastFrame_} - firstFrame_ + 1;
+  const std::size_t bytes = turns_ > 2 * span ? kMostBytes : kFirstBytes;
+  const std::size_t most = std::clamp(
+      bytes / (capacity_ * (sizeof(affine) + sizeof(std::uint64_t))), std::size_t{2}, kMostSlots);
+  if (const auto wanted = static_cast<std::size_t>(span); slots_.size() < std::min(wanted, most)) {
+    slots_.resize(std::min(std::max(wanted, 2 * slots_.size()), most));
   }
   const auto count = static_cast<int>(slots_.size());
   const int rest = frame % count;

@@ -16,12 +16,12 @@ namespace core {
 CORE_API affine WorldAtFrame(const cnode& node, int frame);
 
 // The poses of a scene's nodes that were evaluated. A slot holds one frame; frames share slots
-// when there are more of them than memory is meant for, and then the latest frame stays. Who goes
-// through the frames once needs few slots; there come to be more as forgotten frames are asked for.
+// when there are more of them than memory is meant for, and then the latest frame stays. A caller
+// that goes through the frames once or twice needs few slots, so more are made only after that.
 class posecache {
  public:
-  // The poses of a frame, by node index. What was never evaluated is storage without a value, since
-  // a scene of many frames would write it all once more.
+  // The poses of a frame, by node index. Storage of a pose has no value until it is evaluated:
+  // giving it one would write the memory of all frames a second time.
   class frameview {
    public:
     frameview() = default;
@@ -45,7 +45,7 @@ class posecache {
     std::uint64_t stamp_ = 0;
   };
 
-  // Good until the next call for another frame, or with more nodes.
+  // Valid until the next call.
   frameview& At(int frame, std::size_t numNodes) {
     if (frame != latestFrame_ || latestChange_ != Changes() || numNodes > capacity_) {
       TurnTo(frame, numNodes);
@@ -65,15 +65,16 @@ class posecache {
   };
 
   void TurnTo(int frame, std::size_t numNodes);
-  std::size_t SlotsIn(std::size_t bytes) const;
   slot& SlotOf(int frame);
 
   std::vector<slot> slots_;
-  std::size_t mostSlots_ = 0;
   std::size_t capacity_ = 0;  // nodes a slot
   std::uint64_t lastStamp_ = 0;
-  std::uint64_t change_ = 0;  // that the frames asked for belong to
-  int farthest_ = 0;          // of them
+  // Since the latest change: how often a slot was given to a frame, the first and the last frame.
+  std::uint64_t change_ = 0;
+  std::int64_t turns_ = 0;
+  int firstFrame_ = 0;
+  int lastFrame_ = 0;
   frameview latest_;
   int latestFrame_ = 0;
   std::uint64_t latestChange_ = 0;

@@ -224,6 +224,7 @@ bool vertexblocks::Within(const block& which, const deformer& work, float4 low, 
   }
   float4 least = {kFar, kFar, kFar, kFar};
   float4 largest = -least;
+  float4 spoiled = float4{};  // not 0 where a bound is not finite
   for (std::uint32_t i = which.firstBound; i < which.endBound; ++i) {
     const bound& each = bounds[i];
     const float4* const row = work.matrices[each.joint].row;
@@ -232,9 +233,10 @@ bool vertexblocks::Within(const block& which, const deformer& work, float4 low, 
                         which.margin * Absolute(row[3]);
     least = Least(centre - half, least);
     largest = Largest(centre + half, largest);
+    spoiled += 0.0F * half;
   }
   const float4 margin = which.margin * Absolute(LanesOf(work.whole));
-  const auto within = (least - margin >= low) & (largest + margin <= high);
+  const auto within = (least - margin >= low) & (largest + margin <= high) & (spoiled == 0.0F);
   return (within[0] & within[1] & within[2]) != 0;
 }
 

@@ -10,7 +10,7 @@ namespace core {
 struct deformer;
 struct skinstate;
 
-// Weights of vertices one behind the other, in the form that deformation wants.
+// Weights of vertices, one vertex after another.
 struct blendweights {
   std::vector<std::uint32_t> jointOf;  // of each weight: an index into the joints
   std::vector<float4> offsets;         // the offset times the weight, and the weight

@@ -39,8 +39,11 @@ void ExpectBoxOfAll(cskin& skin, int frame) {
   cpoint3 wanted[2];
   ASSERT_EQ(skin.GetBBoxAtFrame(frame, box[0], box[1]), 1);
   core::BoxOf(core::DeformAtFrame(skin, frame, false).positions, wanted[0], wanted[1]);
-  ExpectPoint(box[0], wanted[0], 0.0F);
-  ExpectPoint(box[1], wanted[1], 0.0F);
+  for (const int side : {0, 1}) {
+    EXPECT_EQ(box[side].x, wanted[side].x);
+    EXPECT_EQ(box[side].y, wanted[side].y);
+    EXPECT_EQ(box[side].z, wanted[side].z);
+  }
 }
 
 TEST_F(Skin, WeightsComeInAnyOrder) {
@@ -85,11 +88,10 @@ TEST_F(Skin, DeformsLikeAPlainSumInLocalSpace) {
   ExpectPoint(normal * skin->GetTMAtFrame(10, kRotationOnly), {-1, 0, 0}, 1e-5F);
 }
 
-// A box leaves out vertices that cannot reach it. One vertex among many has weights that fall short
-// of 1, are negative or missing.
+// A box leaves out vertices that cannot reach it. One vertex among many has weights whose sum is
+// not 1, which are negative or missing.
 TEST_F(Skin, TheBoxIsThatOfAllVertices) {
   constexpr int kVerts = 300;
-  constexpr int kOdd = 220;
   std::minstd_rand random(1);
   const auto pick = [&random](float low, float high) {
     return std::uniform_real_distribution<float>(low, high)(random);
@@ -98,9 +100,10 @@ TEST_F(Skin, TheBoxIsThatOfAllVertices) {
     return MakePt3(pick(-far, far), pick(-far, far), pick(-far, far));
   };
   const cpoint3 away = MakePt3(300, 200, -250);
-  enum kind { Rigid, WithoutWeights, Negative, Short, Blended };
+  enum kind { Rigid, WithoutWeights, Negative, Short, Long, Blended };
   enum distant { Joints, Offsets, All };
-  for (const distant what : {Joints, Offsets, All}) {
+  for (int round = 0; round < 24; ++round) {
+    const auto what = static_cast<distant>(round % 3);
     // So that all vertices stay on one side.
     const float turn = what == Offsets ? 0.1F : 180.0F;
     const float move = what == Offsets ? 1.0F : 9.0F;
@@ -113,7 +116,8 @@ TEST_F(Skin, TheBoxIsThatOfAllVertices) {
                                 KeyAt(40, place + somewhere(move), somewhere(turn))}));
     }
     const cpoint3 middle = what == Offsets ? away : cpoint3();
-    for (const kind few : {Rigid, WithoutWeights, Negative, Short, Blended}) {
+    for (const kind few : {Rigid, WithoutWeights, Negative, Short, Long, Blended}) {
+      const int odd = static_cast<int>(pick(100, kVerts));
       cskin* skin = NewSkin(kVerts);
       skin->State().track->SetKey(
           what == Offsets ? ckey()
@@ -124,15 +128,15 @@ TEST_F(Skin, TheBoxIsThatOfAllVertices) {
         // coordinate.
         const cpoint3 at = v == 0 ? MakePt3(1, 2, 3) : v == 1 ? MakePt3(1, 2, -90) : somewhere(4);
         float weight = 1.0F;
-        if (v == kOdd) {
+        if (v == odd) {
           if (few == WithoutWeights) {
             continue;
           }
-          weight = few == Negative ? -0.5F : few == Short ? 0.75F : 1.0F;
+          weight = few == Negative ? -0.5F : few == Short ? 0.75F : few == Long ? 1.5F : 1.0F;
         }
         weight = few == Blended && v > 1 ? pick(0, 1) : weight;
         skin->SetVertWeight(v, 0, Weight(weight, joints[joint], middle + at));
-        if (weight != 1.0F && few != Short) {
+        if (weight != 1.0F && few != Short && few != Long) {
           skin->SetVertWeight(v, 1,
                               Weight(1.0F - weight, joints[joint + 1], middle + somewhere(4)));
         }
@@ -155,6 +159,22 @@ TEST_F(Skin, ABoxWithVerticesOutOfAllBounds) {
   }
   for (int frame = 0; frame < 20; ++frame) {
     ExpectBoxOfAll(*skin, frame);
+  }
+  // A matrix may be out of range, too. The second half reaches beyond the first in x alone.
+  cskin* scaled = NewSkin(32);
+  cbone* large = AddBone("b", nullptr, {KeyAt(0, {}, {}, {1e20F, 1e20F, 1e20F})});
+  cbone* larger = AddBone("c", large, {KeyAt(0, {}, {}, {1e20F, 1e20F, 1e20F})});
+  for (int v = 0; v < 32; ++v) {
+    const auto place = static_cast<float>(v % 16 + 1);
+    const float far = v < 16 ? 9.0F : 1.0F;
+    scaled->SetVertWeight(
+        v, 0,
+        Weight(1.0F, larger,
+               {v < 16 ? place : place - 8.5F, v % 2 == 0 ? far : -far, v % 4 < 2 ? far : -far}));
+  }
+  scaled->State().track->SetKey(ckey());
+  for (int frame = 0; frame < 20; ++frame) {
+    ExpectBoxOfAll(*scaled, frame);
   }
 }
 

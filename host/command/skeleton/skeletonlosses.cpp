@@ -26,7 +26,8 @@ struct loss {
   float distance = 0.0F;
 };
 
-// From its parent. The command's scenes have no scale in their tracks.
+// From its parent, in the parent's space, which has the size of the scene: tracks that the command
+// makes have no scale.
 float Distance(const cnode& bone, int frame) {
   return core::KeyAtFrame(bone.State().track->State(), frame).pos.Length();
 }

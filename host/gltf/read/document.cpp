@@ -377,7 +377,7 @@ std::vector<std::array<float, 6>> BoundsOf(const jsonvalue& list) {
 }
 
 void ReadScenes(const jsonobject& root, document& doc) {
-  const jsonobjects scenes = root.Objects("scenes", "scene");
+  const jsonlist scenes = root.Objects("scenes", "scene");
   if (scenes.Size() == 0) {
     for (std::size_t i = 0; i < doc.nodes.size(); ++i) {
       if (doc.nodes[i].parent < 0) {

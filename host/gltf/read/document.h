@@ -182,10 +182,10 @@ struct sampler {
   int input = -1;
   int output = -1;
   interpolation mode = interpolation::Linear;
-  // Of the animation, and in it. There are many samplers, and words for few.
-  int animation = 0;
-  int number = 0;
+  int animation = 0;  // its place in the file
+  int number = 0;     // among the animation's samplers
 
+  // For a message. Not kept as a text, since there are thousands of samplers and few messages.
   std::string Place() const {
     return "animation " + std::to_string(animation) + ", sampler " + std::to_string(number);
   }

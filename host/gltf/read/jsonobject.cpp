@@ -185,15 +185,21 @@ jsonobject jsonobject::Object(const char* key) const {
   return {value == nullptr ? kNone : *value, place_.With(key)};
 }
 
-jsonobjects jsonobject::Objects(const char* key, const char* name) const {
+jsonlist jsonobject::Objects(const char* key, const char* name) const {
   const jsonvalue* list = Find(key);
   if (list != nullptr && !list->IsArray()) {
     Fail(std::string(key) + " is not an array");
   }
-  return {list, place_, name};
+  const jsonlist objects(list, place_, name);
+  for (std::size_t i = 0; i < objects.Size(); ++i) {
+    if (!(*list)[static_cast<rapidjson::SizeType>(i)].IsObject()) {
+      static_cast<void>(objects[i]);  // tells its place
+    }
+  }
+  return objects;
 }
 
-jsonobject jsonobjects::operator[](std::size_t index) const {
+jsonobject jsonlist::operator[](std::size_t index) const {
   return {(*list_)[static_cast<rapidjson::SizeType>(index)],
           place_.With(name_, static_cast<std::int64_t>(index))};
 }

@@ -29,7 +29,7 @@ class jsonplace {
   std::size_t count_ = 0;
 };
 
-class jsonobjects;
+class jsonlist;
 
 // An object of the JSON text together with the words that name it in a fault, such as
 // "accessor 3". A member that is there with the wrong type is a fault; throws badfile.
@@ -59,7 +59,7 @@ class jsonobject {
   // An object without members when it is missing.
   jsonobject Object(const char* key) const;
   // The objects of a list, named by `name` and their place in it; none when it is missing.
-  jsonobjects Objects(const char* key, const char* name) const;
+  jsonlist Objects(const char* key, const char* name) const;
   std::size_t ListSize(const char* key) const;
   // What the file's maker keeps under `extras`, which may be of any kind: null where there is no
   // member of the name.
@@ -79,12 +79,12 @@ class jsonobject {
   jsonplace place_;
 };
 
-// Each is made when it is come to, and throws badfile where the entry is none.
-class jsonobjects {
+// The objects are made one by one, as they are asked for.
+class jsonlist {
  public:
   class iterator {
    public:
-    iterator(const jsonobjects& list, std::size_t index) : list_(&list), index_(index) {}
+    iterator(const jsonlist& list, std::size_t index) : list_(&list), index_(index) {}
     jsonobject operator*() const { return (*list_)[index_]; }
     iterator& operator++() {
       ++index_;
@@ -93,12 +93,12 @@ class jsonobjects {
     bool operator==(const iterator&) const = default;
 
    private:
-    const jsonobjects* list_;
+    const jsonlist* list_;
     std::size_t index_;
   };
 
-  // `list` is an array, or null for none.
-  jsonobjects(const jsonvalue* list, const jsonplace& place, const char* name)
+  // `list` is an array of objects, or null for none.
+  jsonlist(const jsonvalue* list, const jsonplace& place, const char* name)
       : list_(list), place_(place), name_(name) {}
 
   std::size_t Size() const { return list_ == nullptr ? 0 : list_->Size(); }
