@@ -92,7 +92,7 @@ void posecache::TurnTo(int frame, std::size_t numNodes) {
   slot& place = SlotOf(frame);
   if (!place.worlds) {
     place.stamps = std::make_unique<std::uint64_t[]>(capacity_);
-    place.worlds = std::make_unique_for_overwrite<std::byte[]>(capacity_ * sizeof(affine));
+    place.worlds.reset(new std::byte[capacity_ * sizeof(affine)]);
   }
   if (place.frame != frame || place.change != change_) {
     place.frame = frame;
