@@ -45,6 +45,7 @@ class blockmaker {
   vertexblocks Make() {
     const auto count = static_cast<std::uint32_t>(skin_.mesh.verts.size());
     Order(count);
+    LayOut();
     made_.blocks.reserve(count / kBlock + 1);
     const auto distinct = static_cast<std::uint32_t>(made_.order.size());
     for (std::uint32_t first = 0; first < distinct;) {
@@ -82,7 +83,6 @@ class blockmaker {
         made_.order.push_back(v);
       }
     }
-    LayOut();
   }
 
   void LayOut() {

@@ -6,6 +6,7 @@
 
 #include "core/pose.h"
 #include "core/state.h"
+#include "core/track.h"
 
 namespace command {
 
@@ -63,6 +64,10 @@ ckey KeyUnder(const cnode& parent, const cnode& node, int frame, bool& rigid) {
   key.rot = core::ToQuat(turn);
   key.scale = MakePt3(1.0F, 1.0F, 1.0F);
   return key;
+}
+
+float DistanceFromParent(const cnode& bone, int frame) {
+  return core::KeyAtFrame(bone.State().track->State(), frame).pos.Length();
 }
 
 void Hang(const std::vector<hanging>& nodes, const framespan& span) {

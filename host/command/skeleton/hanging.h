@@ -32,6 +32,10 @@ bool IsListedBone(const cnode& node, filekind kind);
 // key can say it, since the node has a scale against the parent, or that has none to invert.
 ckey KeyUnder(const cnode& parent, const cnode& node, int frame, bool& rigid);
 
+// The bone's distance from its parent at the frame, in the parent's space, which has the size of
+// the scene: tracks that the command makes have no scale.
+float DistanceFromParent(const cnode& bone, int frame);
+
 struct hanging {
   cnode* node = nullptr;
   cnode* parent = nullptr;

@@ -85,18 +85,15 @@ struct stretch {
   double most = 0.0;     // change of it
 };
 
-std::optional<stretch> Stretch(const core::trackstate& track, const framespan& span) {
-  if (track.keys.size() < 2) {
+std::optional<stretch> Stretch(const cnode& bone, const framespan& span) {
+  if (bone.State().track->State().keys.size() < 2) {
     return {};
   }
-  const auto distance = [&](int frame) {
-    return static_cast<double>(core::KeyAtFrame(track, frame).pos.Length());
-  };
-  const double kept = distance(0);
+  const double kept = DistanceFromParent(bone, 0);
   stretch found{kept, 0.0};
   bool stretches = false;
   for (std::size_t i = 0; i < span.Count(); ++i) {
-    const double now = distance(span.first + static_cast<int>(i));
+    const double now = DistanceFromParent(bone, span.first + static_cast<int>(i));
     found.longest = std::max(found.longest, now);
     found.most = std::max(found.most, std::abs(now - kept));
     stretches = stretches || Differs(now, kept);
@@ -242,7 +239,7 @@ helperbones AddHelperBones(core::scene& scene, filekind kind) {
   }
   helpernames names(scene);
   for (cnode* bone : found.jointed) {
-    if (const auto change = Stretch(bone->State().track->State(), span)) {
+    if (const auto change = Stretch(*bone, span)) {
       AddHelper(scene, *bone, change->longest, span, names.For(bone->GetName()));
       made.stretching.push_back({bone->GetName(), change->most});
     }

@@ -1,4 +1,5 @@
 #include "command/skeleton/skeletonlosses.h"
+#include "command/skeleton/hanging.h"
 #include "command/wording.h"
 
 #include <algorithm>
@@ -9,7 +10,6 @@
 #include <utility>
 
 #include "core/state.h"
-#include "core/track.h"
 #include "plugin/host/scene.h"
 
 namespace command {
@@ -25,12 +25,6 @@ struct loss {
   std::function<float(int frame)> off;
   float distance = 0.0F;
 };
-
-// From its parent, in the parent's space, which has the size of the scene: tracks that the command
-// makes have no scale.
-float Distance(const cnode& bone, int frame) {
-  return core::KeyAtFrame(bone.State().track->State(), frame).pos.Length();
-}
 
 float Between(cnode& a, cnode& b, int frame) {
   return (a.GetPosAtFrame(frame) - b.GetPosAtFrame(frame)).Length();
@@ -108,8 +102,8 @@ std::vector<std::string> SkeletonLosses(const core::scene& scene, filekind kind,
   cnode* top = nullptr;
   for (cnode* bone : bones) {
     if (listed.contains(bone->GetParent())) {
-      stretched.push_back({bone, [=, length = Distance(*bone, 0)](int frame) {
-                             return std::abs(Distance(*bone, frame) - length);
+      stretched.push_back({bone, [=, length = DistanceFromParent(*bone, 0)](int frame) {
+                             return std::abs(DistanceFromParent(*bone, frame) - length);
                            }});
     } else if (top == nullptr) {
       top = bone;
